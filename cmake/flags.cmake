@@ -1,0 +1,24 @@
+# Language level and warnings of every target, and the sanitizers of the presets.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wcast-align=strict)
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  # GCC's spelling of the strictest level; clang has but one.
+  add_compile_options(-Wno-unknown-warning-option -Wcast-align)
+endif()
+if(VLM_WERROR)
+  add_compile_options(-Werror)
+endif()
+
+set(VLM_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
+if(VLM_SANITIZE)
+  add_compile_options(-fsanitize=${VLM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${VLM_SANITIZE})
+endif()

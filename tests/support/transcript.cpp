@@ -1,0 +1,37 @@
+#include "transcript.h"
+
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <regex>
+
+Transcript::Transcript() {
+  std::fflush(stdout);
+  _saved = dup(STDOUT_FILENO);
+  _captured = memfd_create("transcript", MFD_CLOEXEC);
+  dup2(_captured, STDOUT_FILENO);
+}
+
+Transcript::~Transcript() {
+  std::fflush(stdout);
+  dup2(_saved, STDOUT_FILENO);
+  close(_saved);
+  close(_captured);
+}
+
+std::string Transcript::text() const {
+  std::fflush(stdout);
+  struct stat status {};
+  fstat(_captured, &status);
+  std::string text(static_cast<std::size_t>(status.st_size), '\0');
+  const ssize_t size = pread(_captured, text.data(), text.size(), 0);
+  text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+  return text;
+}
+
+std::string without_durations(const std::string& text) {
+  static const std::regex duration("took: [0-9]+ ms");
+  return std::regex_replace(text, duration, "took: N ms");
+}

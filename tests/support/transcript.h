@@ -1,0 +1,35 @@
+// Holds what the process prints on standard output while the object lives.
+#ifndef TRANSCRIPT_H
+#define TRANSCRIPT_H
+
+#include <string>
+
+/// Redirects descriptor 1 into memory from construction to destruction. One at a time.
+class Transcript {
+ public:
+  Transcript();
+  ~Transcript();
+  Transcript(const Transcript&) = delete;
+  Transcript& operator=(const Transcript&) = delete;
+
+  /// Everything printed so far.
+  std::string text() const;
+
+ private:
+  int _saved;
+  int _captured;
+};
+
+/// `text` with the figure in each "took: 12 ms" replaced by N: the one part of a transcript that
+/// depends on the machine.
+std::string without_durations(const std::string& text);
+
+/// What `action` prints.
+template <typename Action>
+std::string transcript_of(Action&& action) {
+  const Transcript transcript;
+  action();
+  return transcript.text();
+}
+
+#endif  // TRANSCRIPT_H
