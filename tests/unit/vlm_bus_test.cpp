@@ -271,12 +271,15 @@ TEST_F(VlmBusTest, AStoppedSubscriberIsReportedOnceAndCostsTheOthersNothing) {
   ChildProcess& stopped = listener(_channel);
   ChildProcess& live = listener(_channel);
   const std::string name = socket_of(stopped);
-  const std::uint32_t many = more_than_a_queue();
+  const std::uint32_t many = more_than_a_queue() + 200;
 
   stopped.stop();
   CaptureStderr();
+  const auto start = std::chrono::steady_clock::now();
   publish_in_step(0, many, live);
+  const auto taken = std::chrono::steady_clock::now() - start;
   EXPECT_EQ(GetCapturedStderr(), stall_line(name, 1));
+  EXPECT_LT(taken, std::chrono::seconds(5));  // waiting each time it would take 10 s
 
   // What its queue held is whole and in order, and with room in the queue it is served again.
   stopped.resume();
