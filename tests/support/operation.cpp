@@ -1,5 +1,6 @@
 #include "operation.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <utility>
@@ -26,13 +27,6 @@ std::string finished(int code, int err) {
 
 std::string request_failed(int code, int err) {
   return std::string("LCM request ") + vlm_strcmd(code) + " failed with: " + vlm_strerr(err) + "\n";
-}
-
-/// The value of a numeric payload of at most four bytes.
-unsigned number(const Bytes& payload) {
-  unsigned value = 0;
-  std::memcpy(&value, payload.data(), std::min(payload.size(), sizeof value));
-  return value;
 }
 
 }  // namespace
@@ -67,6 +61,14 @@ std::string formatted(const std::string& format, unsigned value) {
   return text.data();
 }
 
+unsigned number_in(const Bytes& payload) {
+  unsigned value = 0;
+  for (std::size_t i = 0; i < std::min(payload.size(), sizeof value); ++i) {
+    value |= unsigned{payload[i]} << (8 * i);
+  }
+  return value;
+}
+
 Bytes request_bytes(int code, const Bytes& payload) {
   Bytes bytes{static_cast<u8>(code & 0xFF), static_cast<u8>(code >> 8)};
   bytes = joined(bytes, payload);
@@ -81,6 +83,13 @@ Operation& Operation::sends(Bytes bytes) {
 
 Operation& Operation::traces(std::string format) {
   trace = std::move(format);
+  printed.clear();
+  return *this;
+}
+
+Operation& Operation::prints(std::string lines) {
+  printed = std::move(lines);
+  trace.clear();
   return *this;
 }
 
@@ -142,7 +151,7 @@ Bytes Operation::untouched() const {
 }
 
 std::string Operation::sent_transcript() const {
-  return ready_name + "() is ready.\n" + formatted(trace, number(payload)) + "Send " +
+  return ready_name + "() is ready.\n" + printed + formatted(trace, number_in(payload)) + "Send " +
          vlm_strcmd(code) + "\n";
 }
 
@@ -166,8 +175,12 @@ std::string Operation::busy_transcript() const {
          vlm_strcmd(kPendingCode) + "\n " + ready_name + "() failed.\n";
 }
 
+void set_reply_timeout(LcmRequest& engine, std::chrono::milliseconds timeout) {
+  auto& timeouts = LcmRequestPeer::timeouts(engine);
+  timeouts.reply = timeouts.status_reply = timeout;
+}
+
 PendingRequest::PendingRequest(LcmRequest& engine) : _engine(engine) {
-  LcmRequestPeer::timeouts(engine).reply = std::chrono::hours(1);
   LcmRequestPeer::timeouts(engine).ready = std::chrono::milliseconds(1);
   const Transcript hushed;
   auto& bus = ScriptedBus::instance();

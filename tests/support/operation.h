@@ -2,6 +2,7 @@
 #ifndef OPERATION_H
 #define OPERATION_H
 
+#include <chrono>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -41,6 +42,9 @@ Bytes joined(Bytes front, const Bytes& back);
 /// `format` with `value` for its conversion, or for both where it has two.
 std::string formatted(const std::string& format, unsigned value);
 
+/// The value of a numeric payload; its low four bytes if it has more.
+unsigned number_in(const Bytes& payload);
+
 /// The 132 bytes of the request that carries `payload`.
 Bytes request_bytes(int code, const Bytes& payload);
 
@@ -55,6 +59,7 @@ struct Operation {
 
   Operation& sends(Bytes bytes);              // the request's payload
   Operation& traces(std::string format);      // between the ready line and the send, of the value
+  Operation& prints(std::string lines);       // the same, literally
   Operation& answered(Bytes bytes);           // the reply's payload, and so the results
   Operation& yields(Bytes bytes);             // the results, where the reply is not all of them
   Operation& keeps(Bytes bytes);              // the variables before the call, where they hold any
@@ -86,6 +91,7 @@ struct Operation {
   Call call;
   Bytes payload;
   std::string trace;
+  std::string printed;
   Bytes reply;
   Bytes results;
   Bytes before;
@@ -98,8 +104,12 @@ struct Operation {
   std::string sent_transcript() const;
 };
 
+/// How long `engine` waits for any reply: a moment for a camera that stays silent, long for one that
+/// answers. Only while no request is under way.
+void set_reply_timeout(LcmRequest& engine, std::chrono::milliseconds timeout);
+
 /// Another caller's request, which waits for the camera for as long as the object lives. The bus
-/// must be silent. Shortens the wait of further callers.
+/// must be silent, and the reply time-out long. Further callers wait but a moment for their turn.
 class PendingRequest {
  public:
   explicit PendingRequest(LcmRequest& engine);

@@ -13,6 +13,7 @@
 class EngineOnBus {
  public:
   EngineOnBus() {
+    set_reply_timeout(engine, std::chrono::hours(1));
     bus.reset();
     bus.deliver_to([this](const udp_ctrl_cam_t& reply) { engine.receive_msg(reply); });
   }
@@ -22,8 +23,7 @@ class EngineOnBus {
 
   void give_up_at_once() {
     bus.stay_silent();
-    auto& timeouts = LcmRequestPeer::timeouts(engine);
-    timeouts.reply = timeouts.status_reply = std::chrono::milliseconds(1);
+    set_reply_timeout(engine, std::chrono::milliseconds(1));
   }
 
   std::vector<Bytes> requests() const {
