@@ -51,7 +51,7 @@ namespace {
 struct ReportingOperation {
   const char* name;
   std::function<bool(LcmRequest&, int* perr, unsigned int* target)> call;
-  int result_before_sending;  // what *perr holds when a busy engine is met, before that is known
+  int result_under_way;  // what *perr holds, of -1, until the answer
 };
 
 const ReportingOperation kReporting[] = {
@@ -72,7 +72,7 @@ class ReportingOperations : public ::testing::Test, protected EngineOnBus {
   /// Runs `operation` from a result of -1, and returns the result that it leaves.
   int result_of(const ReportingOperation& operation, unsigned int* target = nullptr) {
     int result = -1;
-    transcript_of([&] { operation.call(engine, &result, target); });
+    quietly([&] { return operation.call(engine, &result, target); });
     return result;
   }
 
@@ -113,8 +113,8 @@ TEST_F(ReportingOperations, HoldTheirFirstResultUntilTheAnswer) {
       result_while_sending = result;
       return camera_record(request.cmd_type);
     });
-    transcript_of([&] { operation.call(engine, &result, nullptr); });
-    EXPECT_EQ(result_while_sending, operation.result_before_sending) << operation.name;
+    quietly([&] { return operation.call(engine, &result, nullptr); });
+    EXPECT_EQ(result_while_sending, operation.result_under_way) << operation.name;
   }
 }
 
@@ -259,7 +259,7 @@ class Texts : public ::testing::Test, protected EngineOnBus {
   /// The payload that `operation` sends for `text`.
   Bytes payload_of(bool (LcmRequest::*operation)(const char*), const std::string& text) {
     const std::size_t before = bus.published().size();
-    transcript_of([&] { (engine.*operation)(text.c_str()); });
+    quietly([&] { return (engine.*operation)(text.c_str()); });
     const udp_ctrl_cam_t record = bus.published().at(before).record();
     return Bytes(std::begin(record.cmd_params), std::end(record.cmd_params));
   }
@@ -305,7 +305,7 @@ TEST_F(Texts, AreTracedInFull) {
 TEST_F(Texts, OfAMediaFolderFillTheirFieldWithoutATerminator) {
   for (const std::size_t size : {0U, 3U, 63U, 64U, 65U, 200U}) {
     const std::size_t before = bus.published().size();
-    transcript_of([&] { engine.set_media_folder(2, letters(size).c_str()); });
+    quietly([&] { return engine.set_media_folder(2, letters(size).c_str()); });
     EXPECT_EQ(bytes_of(bus.published().at(before).record()),
               request_bytes(
                   35, joined({2}, bytes_of_text(letters(std::min<std::size_t>(size, 64)), 64))));
