@@ -31,15 +31,6 @@ CameraPeer::CameraPeer(bool thermal, FaultPlan faults, u64 seed, Publish publish
       _faults(std::move(faults), seed),
       _sender([this] { serve(); }) {}
 
-CameraPeer::~CameraPeer() {
-  {
-    const std::lock_guard<std::mutex> guard(_mutex);
-    _stopping = true;
-  }
-  _changed.notify_all();
-  _sender.join();
-}
-
 void CameraPeer::receive(const void* packet, unsigned int length) {
   constexpr std::size_t kRecordAt = kEnvelopeSize + offsetof(msg_from_rep_t, msg_data);
   if (length < kRecordAt + sizeof(udp_ctrl_cam_t)) return ignore("too short");
@@ -73,6 +64,15 @@ OperatorAnswer CameraPeer::operate(const std::string& line) {
   OperatorAnswer answer = ::operate({_camera, _rtsp, now_ms()}, line);
   wake_sender();
   return answer;
+}
+
+void CameraPeer::stop() {
+  {
+    const std::lock_guard<std::mutex> guard(_mutex);
+    _stopping = true;
+  }
+  _changed.notify_all();
+  if (_sender.joinable()) _sender.join();
 }
 
 void CameraPeer::answer(const udp_ctrl_cam_t& request) {

@@ -27,8 +27,8 @@ class CameraPeer {
   using Trace = std::function<void(const std::string&)>;
 
   CameraPeer(bool thermal, FaultPlan faults, u64 seed, Publish publish, Trace trace = {});
-  /// What has not been published yet never will be. No other call may be under way.
-  ~CameraPeer();
+  /// No other call may be under way.
+  ~CameraPeer() { stop(); }
   CameraPeer(const CameraPeer&) = delete;
   CameraPeer& operator=(const CameraPeer&) = delete;
 
@@ -40,6 +40,9 @@ class CameraPeer {
 
   /// One line of the operator. Any thread.
   OperatorAnswer operate(const std::string& line);
+
+  /// Ends the sender thread: what it has not published yet never will be. One thread at a time.
+  void stop();
 
  private:
   using Clock = std::chrono::steady_clock;

@@ -35,9 +35,8 @@ constexpr Allowed kSwitch = one_of({0, 1});
 constexpr Allowed kOnOff = one_of({2, 3});
 
 bool allows(const Allowed& allowed, u32 value) {
-  return std::any_of(allowed.spans.begin(), allowed.spans.end(), [value](const Span& span) {
-    return span.low <= value && value <= span.high;
-  });
+  return std::any_of(allowed.spans.begin(), allowed.spans.end(),
+                     [value](const Span& span) { return span.low <= value && value <= span.high; });
 }
 
 // Rules between settings.
@@ -47,7 +46,7 @@ using RecordCheck = vlm_err_t (*)(const CameraSettings& settings, const u8* payl
 
 vlm_err_t check_custom_wb(const CameraSettings& settings, u32) {
   return settings[Setting::kWhiteBalance] == kWhiteBalanceCustom ? VLM_ERR_NONE
-                                                                  : VLM_ERR_IS_NOT_MANUAL_WB;
+                                                                 : VLM_ERR_IS_NOT_MANUAL_WB;
 }
 
 vlm_err_t check_encode_mode(const CameraSettings& settings, u32 mode) {
@@ -79,8 +78,7 @@ vlm_err_t check_folder(const CameraSettings&, const u8* payload) {
   const auto folder = load<udp_ctrl_cam_media_folder_t>(payload);
   if (folder.enable_flag == 0) return VLM_ERR_NONE;
   const std::string name = load_text(payload + 1, sizeof folder.folder);
-  const bool digits =
-      name.size() == 3 && name.find_first_not_of("0123456789") == std::string::npos;
+  const bool digits = name.size() == 3 && name.find_first_not_of("0123456789") == std::string::npos;
   return digits && std::atoi(name.c_str()) >= 101 ? VLM_ERR_NONE : VLM_ERR_WRONG_DIRNAME;
 }
 

@@ -5,6 +5,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -95,7 +96,7 @@ void serve_operator(const sigset_t& waiting_mask) {
     const ssize_t size = read(STDIN_FILENO, bytes, sizeof bytes);
     if (size > 0) {
       if (!run(buffer.feed(bytes, static_cast<std::size_t>(size)))) return;
-    } else if (size == 0 || errno != EINTR) {
+    } else if (size == 0 || (errno != EINTR && errno != EAGAIN)) {
       if (!run({buffer.rest()})) return;
       input.fd = -1;  // no more input: wait for a signal alone
     }
@@ -120,6 +121,7 @@ int simulate(const SimOptions& options) {
   }
   std::printf("camera_sim: ready, seed %llu\n", static_cast<unsigned long long>(seed));
   serve_operator(waiting_mask);
+  g_peer->stop();
   return 0;
 }
 
@@ -127,8 +129,8 @@ int simulate(const SimOptions& options) {
 
 int main(int argc, char** argv) {
   SimOptions options;
-  const std::string fault =
-      parse_options(std::vector<std::string>(argv + 1, argv + argc), options);
+  const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+  const std::string fault = parse_options(arguments, options);
   if (!fault.empty()) return complain(fault + "; see --help", kUsageFault);
   if (options.help) {
     std::fputs(options_help().c_str(), stdout);

@@ -60,9 +60,9 @@ OperatorAnswer state(const SimulatedBoard& board, const std::string&) {
   const u32 version = camera.version();
   const u8 status = list.camera_status;
   const auto& storage = list.sdcard_storage_t[0];
-  std::string text = line_of("camera      %s, version %u.%u.%u%c\n", text_of(camera.phase()),
-                             version & 0xFF, version >> 8 & 0xFF, version >> 16 & 0xFF,
-                             static_cast<char>(version >> 24));
+  std::string text =
+      line_of("camera      %s, version %u.%u.%u%c\n", text_of(camera.phase()), version & 0xFF,
+              version >> 8 & 0xFF, version >> 16 & 0xFF, static_cast<char>(version >> 24));
   text += line_of("mode        %s, %s\n", list.cam_mode == kVideoMode ? "video" : "photo",
                   text_of_status(status));
   text += line_of("recording   %u s\n", list.recording_time_s);

@@ -12,8 +12,8 @@
 namespace {
 
 constexpr int kTextCodes[] = {
-    UDP_CTRL_CAM_SET_WIFI_PASSWORD, UDP_CTRL_CAM_SET_WIFI_SSID,     UDP_CTRL_CAM_GET_COUNTRY_CODE,
-    UDP_CTRL_CAM_SET_COUNTRY_CODE,  UDP_CTRL_CAM_SEND_RC_BOARD_ID,  UDP_CTRL_CAM_GET_PROPERTY,
+    UDP_CTRL_CAM_SET_WIFI_PASSWORD, UDP_CTRL_CAM_SET_WIFI_SSID,    UDP_CTRL_CAM_GET_COUNTRY_CODE,
+    UDP_CTRL_CAM_SET_COUNTRY_CODE,  UDP_CTRL_CAM_SEND_RC_BOARD_ID, UDP_CTRL_CAM_GET_PROPERTY,
     UDP_CTRL_CAM_SET_PROPERTY,
 };
 
@@ -36,9 +36,8 @@ std::string quoted(std::string text) {
 }
 
 std::string describe_payload(const udp_ctrl_cam_t& record) {
-  const bool text =
-      std::find(std::begin(kTextCodes), std::end(kTextCodes), record.cmd_type) !=
-      std::end(kTextCodes);
+  const bool text = std::find(std::begin(kTextCodes), std::end(kTextCodes), record.cmd_type) !=
+                    std::end(kTextCodes);
   return text ? quoted(load_text(record.cmd_params))
               : hexadecimal(record.cmd_params, sizeof record.cmd_params);
 }

@@ -43,8 +43,7 @@ bool parse_latency(const std::string& text, SimOptions& options) {
   const std::string high = dots == std::string::npos ? text : text.substr(dots + 2);
   FaultPlan& plan = options.faults;
   return parse_duration(text.substr(0, dots), plan.latency_low_us) &&
-         parse_duration(high, plan.latency_high_us) &&
-         plan.latency_low_us <= plan.latency_high_us;
+         parse_duration(high, plan.latency_high_us) && plan.latency_low_us <= plan.latency_high_us;
 }
 
 bool parse_fail(const std::string& text, SimOptions& options) {
