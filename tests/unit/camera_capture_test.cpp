@@ -159,7 +159,7 @@ TEST_F(Capture, TheUsedSpaceDoesNotDependOnHowOftenOneLooks) {
     other.pass(7);
     status();
   }
-  EXPECT_EQ(available_kib(), other.model().snapshot(other.now_ms()).available_kib);
+  EXPECT_EQ(available_kib(), u32{other.model().snapshot(other.now_ms()).available_kib});
 }
 
 TEST_F(Capture, AFullCardEndsTheRecording) {

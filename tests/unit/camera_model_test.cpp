@@ -252,8 +252,8 @@ TEST(CameraModel, TimeThatRunsBackwardsStandsStill) {
   udp_ctrl_cam_t start{};
   start.cmd_type = 4;
   camera.handle(start, 10000);
-  EXPECT_EQ(camera.snapshot(12000).recording_time_s, 2U);
-  EXPECT_EQ(camera.snapshot(0).recording_time_s, 2U);
+  EXPECT_EQ(u32{camera.snapshot(12000).recording_time_s}, 2U);
+  EXPECT_EQ(u32{camera.snapshot(0).recording_time_s}, 2U);
 }
 
 /// What must hold of every camera at every time.
@@ -262,8 +262,8 @@ void expect_a_sane_camera(SimulatedCamera& camera) {
   ASSERT_TRUE(list.cam_mode == kVideoMode || list.cam_mode == kPhotoMode);
   ASSERT_TRUE(list.zoom >= 1.0F && list.zoom <= 30.0F);
   ASSERT_TRUE(list.dzoom >= 10 && list.dzoom <= 80);
-  ASSERT_LE(list.available_kib, kCardKib);
-  ASSERT_EQ(list.available_kib, u32{list.sdcard_storage_t[0].available_capacity});
+  ASSERT_LE(u32{list.available_kib}, kCardKib);
+  ASSERT_EQ(u32{list.available_kib}, u32{list.sdcard_storage_t[0].available_capacity});
   ASSERT_TRUE(list.camera_status != 3 || list.cam_mode == kVideoMode);
   ASSERT_TRUE(list.camera_status != 2 || list.cam_mode == kPhotoMode);
   ASSERT_TRUE(list.camera_status == 3 || list.recording_time_s == 0);

@@ -14,6 +14,8 @@ class Properties : public testing::Test {
   CameraReply set(const std::string& text) { return camera.ask(85, text_bytes(text)); }
 };
 
+using Sizes = std::vector<std::size_t>;
+
 std::string of_length(std::size_t size) { return std::string(size, 'a'); }
 
 TEST_F(Properties, BeginWithTheSerialNumberAndTheFan) {
@@ -79,18 +81,18 @@ TEST_F(Properties, HaveNamesOfOneToSixteenCharacters) {
 }
 
 TEST_F(Properties, HaveValuesOfOneToFortySixCharacters) {
-  for (const std::size_t size : {1, 16, 17, 46}) {
+  for (const std::size_t size : Sizes{1, 16, 17, 46}) {
     EXPECT_EQ(set("n=" + of_length(size)).error, VLM_ERR_NONE) << size;
     EXPECT_EQ(get("n").text(), of_length(size));
   }
-  for (const std::size_t size : {47, 110, 125, 126}) {
+  for (const std::size_t size : Sizes{47, 110, 125, 126}) {
     EXPECT_EQ(set("n=" + of_length(size)).error, VLM_ERR_IS_INVALID_PARAM) << size;
     EXPECT_EQ(get("n").text(), of_length(46));
   }
 }
 
 TEST_F(Properties, NeedAnEqualsSignToBeSetAndNoneToBeRead) {
-  for (const std::size_t size : {0, 1, 16, 17, 46, 47, 127, 128}) {
+  for (const std::size_t size : Sizes{0, 1, 16, 17, 46, 47, 127, 128}) {
     EXPECT_EQ(set(of_length(size)).error, VLM_ERR_IS_INVALID_PARAM) << size;
   }
   EXPECT_EQ(get("fan=").error, VLM_ERR_IS_INVALID_PARAM);

@@ -364,9 +364,9 @@ TEST(CameraSettings, AStreamTakesOnlyTheFieldsThatItsMaskNames) {
   SimulatedCamera camera;
   const auto stream = [&](u32 id) { return camera.ask(140, bytes_of(id)).as<vlm_stream_prop_t>(); };
   EXPECT_EQ(camera.result(141, bytes_of(vlm_stream_prop_t{0, 1, 5000, {1, 2}, 3})), VLM_ERR_NONE);
-  EXPECT_EQ(stream(0).bitrate, 5000U);
-  EXPECT_EQ(stream(0).res.w, 1920);
-  EXPECT_EQ(stream(0).fps, 30U);
+  EXPECT_EQ(u32{stream(0).bitrate}, 5000U);
+  EXPECT_EQ(u16{stream(0).res.w}, 1920);
+  EXPECT_EQ(u32{stream(0).fps}, 30U);
   EXPECT_EQ(camera.result(141, bytes_of(vlm_stream_prop_t{1, 6, 0, {640, 360}, 25})), VLM_ERR_NONE);
   EXPECT_EQ(camera.ask(140, bytes_of<u32>(1)).first(20),
             bytes_of(vlm_stream_prop_t{1, 7, 2000000, {640, 360}, 25}));
