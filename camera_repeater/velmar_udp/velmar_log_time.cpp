@@ -83,8 +83,8 @@ bool log_file(long long serial, char (&text)[kTimeLineSize]) {
 void format_time_line(int number, const timeval& now, char (&text)[kTimeLineSize]) {
   tm utc{};
   if (gmtime_r(&now.tv_sec, &utc) == nullptr) return;
-  std::snprintf(text, sizeof text, "%04d-%d-%02d-%02d-%02d:%02d:%02d-%06lu\r\n", number,
-                utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min,
+  std::snprintf(text, sizeof text, "%04d-%lld-%02d-%02d-%02d:%02d:%02d-%06lu\r\n", number,
+                utc.tm_year + 1900LL, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min,
                 utc.tm_sec, static_cast<unsigned long>(now.tv_usec));
 }
 
