@@ -193,7 +193,8 @@ class LcmRequest {
 
   // --- Camera operations (lcm_request_operations.cpp) ---
   // `perr`, when given, receives the result code (2: the engine was busy). `wait_noti_flag`, when
-  // given, points to the notification value to arm before sending.
+  // given, points to the notification value to arm before sending. Records and texts must not be
+// null.
 
   bool get_all_request_list(udp_ctrl_cam_request_list_t* list);
 
@@ -382,13 +383,16 @@ class LcmRequest {
 
   // The one pattern of all operations, see lcm_request_pattern.h.
   Request ask(const char* caller, udp_ctrl_cam_cmds code, int* perr = nullptr);
-  template <typename T>
-  bool take(const T& field, T& out);
-  bool take(const void* field, std::size_t size, void* out);
+  template <typename... FieldsAndOuts>
+  bool take(FieldsAndOuts&&... fields_and_outs);
+  template <typename T, typename... Rest>
+  static void copy_out(const T& field, T& out, Rest&&... rest);
+  template <typename T, std::size_t size, typename... Rest>
+  static void copy_out(const T (&field)[size], T* out, Rest&&... rest);
+  static void copy_out() {}
+  static bool say(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-  bool wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ctrl_cam_t& cmd);
-  void check_consistency(const udp_ctrl_cam_t& cmd);
-  void release();
+  void wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ctrl_cam_t& cmd);
   void save_lcm_result(const udp_ctrl_cam_t& reply);
   bool set_rtsp_flag(const char* caller, LCM_RTSP_UDP_CMD cmd, u8 flag, const u8& echoed,
                      const char* name);
