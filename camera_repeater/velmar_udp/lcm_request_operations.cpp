@@ -640,7 +640,7 @@ bool LcmRequest::set_property(char* in_prop) {
     return !say("LcmRequest::set_property bad prop: %s\n", in_prop);
   }
   char sent[kPropertySize] = {};
-  std::memcpy(sent, in_prop, std::strlen(in_prop));
+  std::strncpy(sent, in_prop, sizeof sent - 1);
   char failed[kPropertySize + sizeof "set_propery  failed"];
   std::snprintf(failed, sizeof failed, "set_propery %s failed", sent);
   return ask(__func__, UDP_CTRL_CAM_SET_PROPERTY)
