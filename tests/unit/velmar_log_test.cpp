@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "temp_dir.h"
+#include "temporary_directory.h"
 #include "transcript.h"
 
 namespace {
@@ -33,7 +33,7 @@ std::string without_addresses(const std::string& text) {
 
 class TraceLog : public testing::Test {
  protected:
-  TraceLog() { use(_dir.path("test.log")); }
+  TraceLog() { use(_dir / "test.log"); }
 
   ~TraceLog() override {
     vlm_camera_log_destroy();
@@ -76,15 +76,15 @@ class TraceLog : public testing::Test {
     return without_stamps(text.substr(kBanner.size()));
   }
 
-  TempDir _dir;
+  TemporaryDirectory _dir;
 
  private:
   const char* _default_path = F_PATH;
   const char* _default_trigger = F_TRIG;
   const char* _default_console = F_LOG_TO_CONSOLE;
   std::string _log_path;
-  std::string _trigger = _dir.path("trigger");
-  std::string _console = _dir.path("log_to_console");
+  std::string _trigger = _dir / "trigger";
+  std::string _console = _dir / "log_to_console";
 };
 
 TEST(TraceLogDefaults, AreThePathsOnTheCard) {
@@ -137,7 +137,7 @@ TEST_F(TraceLog, OpensTheFileForSynchronousAppendingWithMode0644) {
   EXPECT_EQ(flags & O_ACCMODE, O_RDWR);
   EXPECT_EQ(flags & O_APPEND, O_APPEND);
   EXPECT_EQ(flags & O_SYNC, O_SYNC);
-  EXPECT_EQ(std::filesystem::status(_dir.path("test.log")).permissions(),
+  EXPECT_EQ(std::filesystem::status(_dir / "test.log").permissions(),
             static_cast<std::filesystem::perms>(0644));
 }
 
@@ -166,7 +166,7 @@ TEST_F(TraceLog, PrintsPercentSignsOfAMessageAsTheyAre) {
 // --- Failing opens and writes ---
 
 TEST_F(TraceLog, SaysThatTheOpenFailed) {
-  use(_dir.path("no_such_dir/test.log"));
+  use(_dir / "no_such_dir/test.log");
   enable_file();
   EXPECT_EQ(init(), "open logfile fail\n");
   EXPECT_EQ(g_log_fd, -1);
@@ -174,7 +174,7 @@ TEST_F(TraceLog, SaysThatTheOpenFailed) {
 }
 
 TEST_F(TraceLog, ReadsTheConsoleMarkerAlsoWhenTheOpenFailed) {
-  use(_dir.path("no_such_dir/test.log"));
+  use(_dir / "no_such_dir/test.log");
   enable_file();
   enable_console();
   EXPECT_EQ(init(), "open logfile fail\n");
@@ -183,7 +183,7 @@ TEST_F(TraceLog, ReadsTheConsoleMarkerAlsoWhenTheOpenFailed) {
 
 TEST_F(TraceLog, IsClosedAfterAnOpenThatFailedOnASecondInit) {
   start_file();
-  use(_dir.path("no_such_dir/test.log"));
+  use(_dir / "no_such_dir/test.log");
   EXPECT_EQ(init(), "open logfile fail\n");
   EXPECT_EQ(g_log_fd, -1);
 }

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "scripted_bus.h"
-#include "temp_dir.h"
+#include "temporary_directory.h"
 #include "transcript.h"
 #include "velmar_log.h"
 
@@ -72,17 +72,17 @@ class NextSerial : public testing::Test {
   int next_with(const std::string& name) const {
     _dir.write(name);
     const int serial = next();
-    std::filesystem::remove(_dir.path(name));
+    std::filesystem::remove(_dir / name);
     return serial;
   }
-  TempDir _dir;
+  TemporaryDirectory _dir;
 };
 
 TEST_F(NextSerial, IsOneWithoutADirectory) { EXPECT_EQ(get_max_file_sn(nullptr), 1); }
 
 TEST_F(NextSerial, IsOneForADirectoryThatCannotBeOpened) {
   const Transcript errors(STDERR_FILENO);
-  EXPECT_EQ(get_max_file_sn(_dir.path("missing").c_str()), 1);
+  EXPECT_EQ(get_max_file_sn((_dir / "missing").c_str()), 1);
   EXPECT_EQ(errors.text(), "opendir fail: No such file or directory\n");
 }
 
@@ -103,7 +103,7 @@ TEST_F(NextSerial, PassesOverOtherExtensionsAndDirectories) {
 }
 
 TEST_F(NextSerial, PassesOverLinks) {
-  std::filesystem::create_symlink("/dev/null", _dir.path("log_time_file_0050.log"));
+  std::filesystem::create_symlink("/dev/null", _dir / "log_time_file_0050.log");
   EXPECT_EQ(next(), 1);
 }
 
@@ -165,7 +165,7 @@ class TimeLog : public testing::Test {
     return name;
   }
   /// Ends the thread: a directory cannot be opened for writing.
-  void block_file(int serial) { std::filesystem::create_directories(_dir.path(file(serial))); }
+  void block_file(int serial) { std::filesystem::create_directories(_dir / file(serial)); }
 
   /// Runs the thread's body to its end; what it prints.
   static std::string run() {
@@ -187,9 +187,9 @@ class TimeLog : public testing::Test {
   }
 
   ScriptedBus& _bus = ScriptedBus::instance();
-  TempDir _dir;
-  std::string _marker = _dir.path("log_time");
-  std::string _log_dir = _dir.path("log_time_dir");
+  TemporaryDirectory _dir;
+  std::string _marker = _dir / "log_time";
+  std::string _log_dir = _dir / "log_time_dir";
   std::string _stem = _log_dir + "/log_time_file";
 };
 
@@ -326,7 +326,7 @@ TEST_F(TimeLog, AppendsToAFileThatShouldNotBeThere) {
   enable();
   make_log_dir();
   _dir.write("elsewhere", "kept\n");
-  std::filesystem::create_symlink(_dir.path("elsewhere"), _dir.path(file(1)));
+  std::filesystem::create_symlink(_dir / "elsewhere", _dir / file(1));
   block_file(2);
   EXPECT_EQ(run_after_card(),
             "SD card is OK\nmax_sn is 1\nAmazing, it should not happen!\n"
@@ -343,14 +343,14 @@ TEST_F(TimeLog, MakesFilesWithMode0644) {
   const mode_t mask = umask(0);
   run();
   umask(mask);
-  EXPECT_EQ(std::filesystem::status(_dir.path(file(1))).permissions(),
+  EXPECT_EQ(std::filesystem::status(_dir / file(1)).permissions(),
             static_cast<std::filesystem::perms>(0644));
 }
 
 TEST_F(TimeLog, GoesOnWhenTheCardIsFull) {
   enable();
   make_log_dir();
-  std::filesystem::create_symlink("/dev/full", _dir.path(file(1)));
+  std::filesystem::create_symlink("/dev/full", _dir / file(1));
   block_file(3);
   run();
   EXPECT_EQ(lines(2).size(), 3U);
