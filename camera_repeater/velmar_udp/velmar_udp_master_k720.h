@@ -95,6 +95,7 @@ class UdpMasterK720 {
 
  private:
   friend int vlm_udp_master_k720_port();
+  friend struct UdpMasterK720Peer;  // lets tests look at the socket
 
   std::size_t receive_message();
   camctrl_msg_t message();
