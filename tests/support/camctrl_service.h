@@ -2,11 +2,13 @@
 #ifndef CAMCTRL_SERVICE_H
 #define CAMCTRL_SERVICE_H
 
+#include <chrono>
 #include <regex>
 #include <stdexcept>
 #include <string>
 
 #include "camctrl_app.h"
+#include "lcm_request_peer.h"
 #include "velmar_udp_master_k720.h"
 
 struct UdpMasterK720Peer {
@@ -25,6 +27,13 @@ inline UdpMasterK720& start_camctrl_service() {
 /// answer "busy".
 inline void settle(UdpMasterK720& service) {
   service.udp_lock();
+  service.udp_unlock();
+}
+
+/// How long the engine waits for the camera on behalf of this service.
+inline void set_reply_timeout(UdpMasterK720& service, std::chrono::milliseconds timeout) {
+  service.udp_lock();
+  LcmRequestPeer::timeouts(lcm_request).reply = timeout;
   service.udp_unlock();
 }
 

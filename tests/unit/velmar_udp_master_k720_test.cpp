@@ -12,7 +12,6 @@
 
 #include "camctrl_app.h"
 #include "camctrl_service.h"
-#include "lcm_request_peer.h"
 #include "scripted_bus.h"
 #include "transcript.h"
 
@@ -337,10 +336,10 @@ TEST_F(UdpService, RunsOverTheSlotOnceForEachValidatedMessage) {
 }
 
 TEST_F(UdpService, SurvivesATimeOutOfTheCamera) {
-  LcmRequestPeer::timeouts(lcm_request).reply = std::chrono::milliseconds(1);
+  set_reply_timeout(_service, std::chrono::milliseconds(1));
   bus().stay_silent();
   EXPECT_EQ(ask(camctrl_request(kGetCameraMode)), camctrl_reply(kGetCameraMode, 26));
-  LcmRequestPeer::timeouts(lcm_request) = {};
+  set_reply_timeout(_service, std::chrono::seconds(3));
   bus().answer({1});
   EXPECT_EQ(ask(camctrl_request(kGetCameraMode)), camctrl_reply(kGetCameraMode, 0, {1}));
 }
