@@ -71,7 +71,7 @@ class UdpMasterK720 {
   void udp_produce() { ++m_count; }
   void udp_consume() { --m_count; }
   void udp_sendsignal() { pthread_cond_signal(&m_cond); }
-  /// Blocks, with the mutex held, until a command waits.
+  /// Blocks until a command waits; the mutex, which the caller holds, is released meanwhile.
   void udp_waitsignal();
 
   /// Thread bodies; `arg` is the object.

@@ -47,6 +47,13 @@ class UdpService : public testing::Test {
     return reply;
   }
 
+  int occurrences(const std::string& line) const {
+    const std::string text = without_places(_transcript.text());
+    int count = 0;
+    for (std::size_t at = 0; (at = text.find(line, at)) != std::string::npos; ++at) ++count;
+    return count;
+  }
+
   ScriptedBus& bus() { return ScriptedBus::instance(); }
 
   UdpMasterK720& _service;
@@ -106,14 +113,13 @@ TEST_F(UdpService, IsStartedOnTheGivenPort) {
   }
   EXPECT_EQ(vlm_udp_master_k720_init(port), 0);
   EXPECT_EQ(vlm_udp_master_k720_port(), port);
-  EXPECT_EQ(CamctrlApp(port).ask(camctrl_request(kGetCameraType)), kCameraTypeReply);
+  EXPECT_EQ(first_answer(port), kCameraTypeReply);
 }
 
 TEST_F(UdpService, TakesAFreePortWhenAskedForNone) {
   EXPECT_EQ(vlm_udp_master_k720_init(0), 0);
   EXPECT_NE(vlm_udp_master_k720_port(), 0);
-  EXPECT_EQ(CamctrlApp(vlm_udp_master_k720_port()).ask(camctrl_request(kGetCameraType)),
-            kCameraTypeReply);
+  EXPECT_EQ(first_answer(vlm_udp_master_k720_port()), kCameraTypeReply);
 }
 
 TEST_F(UdpService, IsRefusedAPortInUse) {
@@ -248,6 +254,7 @@ TEST_F(UdpService, TakesTheLargestLength) {
 }
 
 TEST_F(UdpService, TakesDatagramsOfAnySize) {
+  ask(Bytes(264, 0));  // lest a short datagram be completed to a right one
   for (const std::size_t size : {1U, 9U, 10U, 263U, 264U, 265U, 2000U, 60000U}) {
     for (const u8 byte : {u8{0}, u8{0x5A}, u8{0xFF}}) {
       const Bytes reply = ask(Bytes(size, byte));
@@ -299,11 +306,7 @@ TEST_F(UdpService, AnswersBusyWhileACommandRuns) {
   EXPECT_EQ(ask(request), kCameraTypeReply);
   EXPECT_EQ(bus().published().size(), 1U);
 
-  const std::string text = without_places(_transcript.text());
-  EXPECT_NE(text.find("@receive_commands_from_apps: Received msg:rev_len = 10\n" +
-                      byte_dump(request) + "@receive_commands_from_apps: VLM_ERR_BUSY\n"),
-            std::string::npos)
-      << text;
+  EXPECT_EQ(occurrences("@receive_commands_from_apps: VLM_ERR_BUSY\n"), 2);
 }
 
 TEST_F(UdpService, SendsTheReplyOfARunningCommandToTheLatestSender) {
