@@ -42,6 +42,9 @@ class EngineTest : public testing::Test {
   using Data = LcmRequest::Data;
   using Peer = LcmRequestPeer;
 
+  // Beyond the time limit of a test: a wait that is not ended in time fails it.
+  static constexpr std::chrono::minutes kForEver{10};
+
   static constexpr Outcome kSuccess{true, 0};
   static constexpr Outcome kTimedOut{false, VLM_ERR_IS_TIMEOUT};
 
@@ -78,8 +81,7 @@ class EngineTest : public testing::Test {
   }
 
   /// Begins a request on a thread of its own; when this returns it waits for its reply.
-  std::future<Outcome> start_request(int code,
-                                     std::chrono::milliseconds timeout = std::chrono::minutes(1)) {
+  std::future<Outcome> start_request(int code, std::chrono::milliseconds timeout = kForEver) {
     const std::size_t before = bus().published().size();
     give_up_after(timeout);
     EXPECT_TRUE(_engine.get_ready("request"));

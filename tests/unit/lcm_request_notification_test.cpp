@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr int kForEver = -1;
+constexpr int kNoLimit = -1;
 
 class Notification : public EngineTest {
  protected:
@@ -63,7 +63,7 @@ TEST_F(Notification, ReachesWaitersWhileARequestIsPending) {
   auto pending = start_request(UDP_CTRL_CAM_TAKE_PHOTO);
   _engine.prepare_wait_lcm_notification(1);
   update(1, 9);
-  EXPECT_TRUE(_engine.wait_lcm_notification(kForEver, &_received));
+  EXPECT_TRUE(_engine.wait_lcm_notification(kNoLimit, &_received));
   reply(UDP_CTRL_CAM_TAKE_PHOTO);
   EXPECT_EQ(pending.get(), kSuccess);
 }
@@ -72,7 +72,7 @@ TEST_F(Notification, CarriesTheParameterStoredBeforeItsFlag) {
   for (u32 round = 1; round <= 200; ++round) {
     _engine.prepare_wait_lcm_notification(1);
     auto notifier = std::async(std::launch::async, [=] { update(1, round); });
-    EXPECT_TRUE(_engine.wait_lcm_notification(kForEver, &_received));
+    EXPECT_TRUE(_engine.wait_lcm_notification(kNoLimit, &_received));
     EXPECT_EQ(_received.noti_param, round);
   }
 }

@@ -106,7 +106,7 @@ TEST_F(FlagCondition, WaitsUntilAllBitsOfTheTargetAreSet) {
 
 TEST_F(FlagCondition, ReleasesAWaiterWithinItsTimeout) {
   _condition.setTarget(3, true);
-  start_wait(60'000);
+  start_wait(600'000);
   _condition.setFlag(3, OP_NONE);
   EXPECT_TRUE(released());
 }
