@@ -76,7 +76,7 @@ std::function<std::int64_t()> card_intervals() {
   // Of the engines of the library only the numbers themselves are the same everywhere.
   return [random = std::mt19937(1)]() mutable -> std::int64_t {
     const auto number = static_cast<std::int64_t>(random());
-    const bool card_is_busy = number % 200 == 0;
-    return 10'060 + number / 200 % 300 + (card_is_busy ? 2'000 + number / 7 % 28'000 : 0);
+    const bool card_is_busy = number % 50 == 0;
+    return 10'060 + number / 50 % 300 + (card_is_busy ? 2'000 + number / 7 % 28'000 : 0);
   };
 }

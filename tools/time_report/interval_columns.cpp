@@ -14,8 +14,9 @@ void widen(IntervalColumns::Column& column, const IntervalColumns::Column& other
 }  // namespace
 
 void IntervalColumns::add(std::int64_t time, std::int64_t interval) {
-  while (static_cast<std::uint64_t>(time / _width_us) >= kMost) join_pairs();
-  const auto index = static_cast<std::size_t>(time / _width_us);
+  const std::int64_t last_us = std::max<std::int64_t>(time - 1, 0);
+  while (static_cast<std::uint64_t>(last_us / _width_us) >= kMost) join_pairs();
+  const auto index = static_cast<std::size_t>(last_us / _width_us);
   if (index >= _columns.size()) _columns.resize(index + 1);
   widen(_columns[index], {interval, interval});
 }

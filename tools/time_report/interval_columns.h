@@ -17,7 +17,7 @@ class IntervalColumns {
     std::int64_t longest = -1;
   };
 
-  /// Adds an interval that ends at `time`; neither is negative.
+  /// Adds an interval to the column in which it ends, before `time`; neither is negative.
   void add(std::int64_t time, std::int64_t interval);
 
   const std::vector<Column>& columns() const { return _columns; }

@@ -102,6 +102,6 @@ int main(int argc, char** argv) {
     return kUsage;
   }
   if (options.help) return print(time_report_help()) ? kClean : kFailure;
-  if (options.version) return print("vlm_time_report 1.0.0\n") ? kClean : kFailure;
+  if (options.version) return print("vlm_time_report " VLM_VERSION "\n") ? kClean : kFailure;
   return make_report(options);
 }
