@@ -1,10 +1,9 @@
 #include "time_log_writer.h"
 
+#include <ctime>
 #include <random>
 #include <stdexcept>
 #include <utility>
-
-#include "velmar_log.h"
 
 TimeLogWriter::TimeLogWriter(std::string directory, int first_serial)
     : _directory(std::move(directory)), _serial(first_serial) {}
@@ -22,11 +21,13 @@ TimeLogWriter& TimeLogWriter::lose(int count) {
 }
 
 TimeLogWriter& TimeLogWriter::line(int number) {
-  timeval now{};
-  now.tv_sec = static_cast<time_t>(_clock_us / 1'000'000);
-  now.tv_usec = static_cast<suseconds_t>(_clock_us % 1'000'000);
-  char text[kTimeLineSize];
-  format_time_line(number, now, text);
+  const auto seconds = static_cast<time_t>(_clock_us / 1'000'000);
+  tm utc{};
+  gmtime_r(&seconds, &utc);
+  char text[64];
+  std::snprintf(text, sizeof text, "%04d-%d-%02d-%02d-%02d:%02d:%02d-%06d\r\n", number,
+                utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min,
+                utc.tm_sec, static_cast<int>(_clock_us % 1'000'000));
   raw(text);
   _number = number;
   pass_line();

@@ -1,7 +1,6 @@
 #include "interval_histogram.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace {
 
@@ -35,8 +34,8 @@ void IntervalHistogram::add(std::int64_t value) {
   ++_buckets[bucket_of(static_cast<std::uint64_t>(value))];
 }
 
-std::int64_t IntervalHistogram::quantile(double q) const {
-  const auto rank = static_cast<std::uint64_t>(std::ceil(q * static_cast<double>(_count)));
+std::int64_t IntervalHistogram::percentile(unsigned percent) const {
+  const std::uint64_t rank = (_count * percent + 99) / 100;
   std::uint64_t seen = 0;
   for (std::size_t bucket = 0; bucket < _buckets.size(); ++bucket) {
     seen += _buckets[bucket];

@@ -1,4 +1,4 @@
-// Counts intervals so that quantiles of any number of them take bounded memory.
+// Counts intervals so that percentiles of any number of them take bounded memory.
 #ifndef INTERVAL_HISTOGRAM_H
 #define INTERVAL_HISTOGRAM_H
 
@@ -7,7 +7,7 @@
 #include <vector>
 
 /// Below 2048 every value has a bucket of its own; above, each power of two is cut into 1024
-/// buckets, so that a quantile is at most 0.1 % below the exact one.
+/// buckets, so that a percentile is at most 0.1 % below the exact one.
 class IntervalHistogram {
  public:
   IntervalHistogram();
@@ -19,8 +19,8 @@ class IntervalHistogram {
   // Of an empty histogram these are 0.
   std::int64_t min() const { return _min; }
   std::int64_t max() const { return _max; }
-  /// The smallest value that a share of `q` (above 0, at most 1) of all values does not exceed.
-  std::int64_t quantile(double q) const;
+  /// The smallest value that `percent` (1 to 100) of all values do not exceed.
+  std::int64_t percentile(unsigned percent) const;
 
  private:
   std::vector<std::uint64_t> _buckets;

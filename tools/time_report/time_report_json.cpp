@@ -57,8 +57,8 @@ std::string intervals_json(const IntervalHistogram& intervals) {
   json.number("count", intervals.count());
   if (intervals.count() != 0) {
     json.number("min", intervals.min())
-        .number("median", intervals.quantile(0.5))
-        .number("p99", intervals.quantile(0.99))
+        .number("median", intervals.percentile(50))
+        .number("p99", intervals.percentile(99))
         .number("max", intervals.max());
   }
   return json.str();

@@ -20,8 +20,8 @@ std::string milliseconds(std::int64_t us) {
 
 std::string interval_text(const IntervalHistogram& intervals) {
   if (intervals.count() == 0) return "none";
-  return milliseconds(intervals.min()) + " min, " + milliseconds(intervals.quantile(0.5)) +
-         " median, " + milliseconds(intervals.quantile(0.99)) + " p99, " +
+  return milliseconds(intervals.min()) + " min, " + milliseconds(intervals.percentile(50)) +
+         " median, " + milliseconds(intervals.percentile(99)) + " p99, " +
          milliseconds(intervals.max()) + " max";
 }
 
