@@ -24,12 +24,12 @@ TEST(IntervalHistogram, OfOneValueIsThatValueThroughout) {
   }
 }
 
-TEST(IntervalHistogram, IsExactBelow2048) {
+TEST(IntervalHistogram, IsExactBelow16384) {
   IntervalHistogram histogram;
-  for (int value = 0; value < 2048; ++value) histogram.add(value);
-  EXPECT_EQ(histogram.percentile(1), 20);
-  EXPECT_EQ(histogram.percentile(50), 1023);
-  EXPECT_EQ(histogram.percentile(100), 2047);
+  for (int value = 0; value < 16'384; ++value) histogram.add(value);
+  EXPECT_EQ(histogram.percentile(1), 163);
+  EXPECT_EQ(histogram.percentile(50), 8191);
+  EXPECT_EQ(histogram.percentile(100), 16'383);
 }
 
 TEST(IntervalHistogram, TakesTheSmallestValueThatTheShareDoesNotExceed) {
@@ -54,7 +54,7 @@ TEST(IntervalHistogram, TakesTheLargestValueThereIs) {
   EXPECT_EQ(histogram.percentile(50), std::numeric_limits<std::int64_t>::max());
 }
 
-TEST(IntervalHistogram, IsWithinAThousandthOfTheExactPercentile) {
+TEST(IntervalHistogram, IsCloseAboveTheExactPercentile) {
   std::mt19937_64 random(7);
   IntervalHistogram histogram;
   std::vector<std::int64_t> all;
@@ -67,8 +67,8 @@ TEST(IntervalHistogram, IsWithinAThousandthOfTheExactPercentile) {
   for (unsigned percent = 1; percent <= 100; ++percent) {
     const auto exact = all[percent * 200 - 1];
     const auto estimate = histogram.percentile(percent);
-    EXPECT_LE(estimate, exact) << percent;
-    EXPECT_GE(estimate, exact - exact / 1000) << percent;
+    EXPECT_GE(estimate, exact) << percent;
+    EXPECT_LE(estimate, exact + exact / 5000) << percent;
   }
 }
 

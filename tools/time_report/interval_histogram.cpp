@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr int kBucketBits = 10;
+constexpr int kBucketBits = 13;
 constexpr std::size_t kBucketsPerPower = std::size_t{1} << kBucketBits;
 constexpr std::size_t kPowers = 63 - kBucketBits;  // shifts that a value of 63 bits can need
 
@@ -16,11 +16,11 @@ std::size_t bucket_of(std::uint64_t value) {
   return shift * kBucketsPerPower + (value >> shift);
 }
 
-/// The smallest value of a bucket.
+/// The largest value of a bucket.
 std::uint64_t value_of(std::size_t bucket) {
   if (bucket < 2 * kBucketsPerPower) return bucket;
   const std::size_t shift = bucket / kBucketsPerPower - 1;
-  return std::uint64_t{bucket - shift * kBucketsPerPower} << shift;
+  return (std::uint64_t{bucket - shift * kBucketsPerPower + 1} << shift) - 1;
 }
 
 }  // namespace

@@ -218,7 +218,7 @@ std::string place_of(const TimeEvent& event) {
 }
 
 double width_of(const TimeEvent& event) {
-  constexpr double kBoldCharacter = 9.2;   // of 14 px, on the safe side
+  constexpr double kBoldCharacter = 8.8;   // of 14 px, on the safe side
   constexpr double kSmallCharacter = 6.8;  // of 11 px
   return std::max(kBoldCharacter * static_cast<double>(title_of(event).size()),
                   kSmallCharacter * static_cast<double>(place_of(event).size()));
