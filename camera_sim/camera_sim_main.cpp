@@ -137,7 +137,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (options.version) {
-    std::puts("camera_sim 1.0.0");
+    std::puts("camera_sim " VLM_VERSION);
     return 0;
   }
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
