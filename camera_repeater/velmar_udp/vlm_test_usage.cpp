@@ -23,8 +23,8 @@ constexpr const char* kUsageLines[] = {
     "11:get_shutter_iso",
     "12:send_shutter_iso_cmd [sht_num:u16] [sht_dem:u16] [iso:u32] (exposure sht_num/sht_dem s)",
     "13:get_wb_mode",
-    "14:send_wb_cmd [mode:u8(0:auto,1:incandescent,2:sunrise,3:sunset,4:sunny,5:cloudy,"
-    "7:fluorescent,99:lock,100:custom)]",
+    ("14:send_wb_cmd [mode:u8(0:auto,1:incandescent,2:sunrise,3:sunset,4:sunny,5:cloudy,"
+     "7:fluorescent,99:lock,100:custom)]"),
     "15:get_video_params",
     "16:set_video_param [width:u16] [height:u16] [fps:u8]",
     "17:get_meter_mode",
@@ -62,8 +62,8 @@ constexpr const char* kUsageLines[] = {
     "48:get_file_format",
     "49:set_file_format [format:u8(0:MOV,1:MP4)]",
     "50:get_capture_mode",
-    "51:set_capture_mode [mode:u8(0:single,3:burst,4:AEB,5:horizontal,6:hemispherical panorama)] "
-    "[pictures:u16] [ev_num:s8] [ev_dem:u8]",
+    ("51:set_capture_mode [mode:u8(0:single,3:burst,4:AEB,5:horizontal,6:hemispherical panorama)] "
+     "[pictures:u16] [ev_num:s8] [ev_dem:u8]"),
     "52:get_image_flip_type",
     "53:set_image_flip_type [type:u8(0:0,1:90,2:180,3:270 degree)]",
     "55:get_low_delay_stream",
