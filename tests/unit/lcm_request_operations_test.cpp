@@ -1,6 +1,8 @@
 // The camera operations against every outcome, and what is special about some of them.
 
 #include <algorithm>
+#include <array>
+#include <functional>
 #include <memory>
 #include <regex>
 #include <set>
