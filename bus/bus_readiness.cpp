@@ -20,7 +20,7 @@ BusReadiness::BusReadiness(std::string sender, std::vector<std::string> channels
       _text(kProbeType + std::string("probe of process ") + std::to_string(getpid())),
       _silent(channels.begin(), channels.end()) {}
 
-/// The sender and its terminator are compared, so that no other process' probe counts.
+/// The text is compared whole, so that no other process' probe counts.
 bool BusReadiness::is_probe(const void* packet, unsigned int length, const char* channel) {
   const char* message = static_cast<const char*>(packet) + kTextOffset;
   const std::size_t size = _text.size() + 1;  // its terminator: no number is taken for a longer one
