@@ -10,6 +10,8 @@
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 // A command line, its terminator included.
 using Line = char[100];
 
@@ -51,8 +53,14 @@ bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 void refuse() { std::puts("invalid command input"); }
 
+/// Gives the listener, started at `listening_since`, the time to subscribe: a reply that nobody
+/// listens for would be lost, and its command time out.
+void let_listener_subscribe(Clock::time_point listening_since) {
+  std::this_thread::sleep_until(listening_since + std::chrono::milliseconds(500));
+}
+
 /// Acts on one line of the prompt. False when it ends the loop.
-bool run_line(Line& line) {
+bool run_line(Line& line, Clock::time_point listening_since) {
   switch (line[0]) {
     case 'h':
     case 'H': print_usage(); return true;
@@ -61,6 +69,7 @@ bool run_line(Line& line) {
     default: break;
   }
   if (is_digit(line[0])) {
+    let_listener_subscribe(listening_since);
     send_cmd_to_lcm(line);
   } else {
     refuse();
@@ -68,7 +77,7 @@ bool run_line(Line& line) {
   return true;
 }
 
-void run_prompt() {
+void run_prompt(Clock::time_point listening_since) {
   Line line = {};
   for (;;) {
     std::puts("Please input cmd below:[cmd_type] [param0] [param1] ...");
@@ -76,17 +85,16 @@ void run_prompt() {
     if (result == ReadResult::kEnd) return;
     if (result == ReadResult::kTooLong) {
       refuse();
-    } else if (!run_line(line)) {
+    } else if (!run_line(line, listening_since)) {
       return;
     }
   }
 }
 
-void run_arguments(int argc, char** argv) {
+void run_arguments(int argc, char** argv, Clock::time_point listening_since) {
   Line line = {};
   if (!is_digit(argv[1][0]) || !join_arguments(argc, argv, line)) return refuse();
-  // Lets the listener subscribe, so that the answer is not missed.
-  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  let_listener_subscribe(listening_since);
   send_cmd_to_lcm(line);
 }
 
@@ -96,9 +104,10 @@ int main(int argc, char** argv) {
   // Scripts and pipes see each line at once.
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   udp_start_receiving_messages();
+  const auto listening_since = Clock::now();
 
   if (argc < 2) {
-    run_prompt();
+    run_prompt(listening_since);
   } else if (std::strcmp(argv[1], "udp") == 0) {
     process_test_udp(argc, argv);
     std::exit(0);
@@ -106,7 +115,7 @@ int main(int argc, char** argv) {
     std::printf("soft version: %s \n", "");
     print_usage();
   } else {
-    run_arguments(argc, argv);
+    run_arguments(argc, argv, listening_since);
   }
   return 0;
 }

@@ -78,9 +78,13 @@ TEST_F(ConsoleTest, RunsOneCommandFromItsArguments) {
 }
 
 TEST_F(ConsoleTest, JoinsItsArgumentsToOneLine) {
-  start_camera();
-  EXPECT_EQ(run({"37", "3", "4"}).output.substr(0, 60),
-            "set_spot_metering_coords() is ready.\nset x_ratio  = 3,y_rat");
+  start_camera({"--fail", "37=75"});
+  EXPECT_EQ(run({"37", "3", "4"}).output,
+            "set_spot_metering_coords() is ready.\nset x_ratio  = 3,y_ratio = 4\nSend "
+            "SET_SPOT_METERING_COORDS\nLCM request SET_SPOT_METERING_COORDS took: N ms, error "
+            "75\nfinish waiting for cmd SET_SPOT_METERING_COORDS response. error code: 75\nLCM "
+            "request SET_SPOT_METERING_COORDS failed with: VLM err invalid param\nset spot "
+            "metering coords failed\n\n");
 }
 
 TEST_F(ConsoleTest, RunsTheLinesOfAPipeInOrder) {
@@ -235,15 +239,15 @@ TEST_F(ConsoleTest, SharesTheBusWithAnotherConsole) {
 TEST_F(ConsoleTest, PrintsStorageNotifications) {
   start_camera();
   const auto console = start_console();
-  console->read_until(kPrompt);
   console->write("6\n");
-  console->read_until(kPrompt);  // its listener serves
+  console->read_until("video_status");  // its listener serves
+  console->read_until(kPrompt);
   camera->write("card remove\n");
   EXPECT_EQ(console->read_until("sdcard is removed\n"),
-            "storage notification: status 0, storage id 0, count 1\nsdcard is removed\n");
+            "storage notification: status 0, storage id 0, count 2\nsdcard is removed\n");
   camera->write("card insert\n");
   EXPECT_EQ(console->read_until("sdcard is inserted\n"),
-            "storage notification: status 2, storage id 0, count 1\nsdcard is inserted\n");
+            "storage notification: status 2, storage id 0, count 2\nsdcard is inserted\n");
 }
 
 TEST_F(ConsoleTest, ReportsACameraError) {

@@ -13,9 +13,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -166,12 +166,5 @@ int Process::wait() {
   }
   return _status;
 }
-
-TemporaryDirectory::TemporaryDirectory() : _path(std::filesystem::temp_directory_path()) {
-  _path += "/vlm_test.XXXXXX";
-  if (mkdtemp(_path.data()) == nullptr) throw std::runtime_error("no temporary directory");
-}
-
-TemporaryDirectory::~TemporaryDirectory() { std::filesystem::remove_all(_path); }
 
 std::string program(const std::string& name) { return std::string(VLM_BIN_DIR) + "/" + name; }

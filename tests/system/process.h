@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "temporary_directory.h"
+
 /// A child process with its input, output and errors in the test's hands. Nothing waits longer than
 /// 30 s; what does fails with an exception that tells what had been read. Killed and reaped at the
 /// end.
@@ -46,21 +48,6 @@ class Process {
   bool _reaped = false;
   int _status = 0;
   std::string _unread;
-};
-
-/// A directory of its own, removed with all that is in it.
-class TemporaryDirectory {
- public:
-  TemporaryDirectory();
-  ~TemporaryDirectory();
-  TemporaryDirectory(const TemporaryDirectory&) = delete;
-  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-  const std::string& path() const { return _path; }
-  std::string operator/(const std::string& name) const { return _path + "/" + name; }
-
- private:
-  std::string _path;
 };
 
 /// Path of a program of this build.

@@ -1,0 +1,70 @@
+// The sending side of the bus: who listens on each channel, and delivery to them.
+#ifndef PUBLISHER_H
+#define PUBLISHER_H
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "bus_directory.h"
+#include "report.h"
+#include "unique_fd.h"
+
+/// Sends packets to the subscribers of a channel, over sockets that stay connected. Any thread may
+/// publish; the threads take turns. The directory is read only when it has changed, or when nobody
+/// is known to listen.
+///
+/// A subscriber that takes no packet for 50 ms is stalled until it takes one again: its copies are
+/// dropped at once.
+class Publisher {
+ public:
+  /// The publisher of this process.
+  static Publisher& instance();
+
+  /// Sends the packet of `size` bytes to every subscriber of `channel`. False when the bus cannot
+  /// be used.
+  bool publish(std::string_view channel, const void* bytes, std::size_t size);
+
+ private:
+  struct Packet {
+    const void* bytes;
+    std::size_t size;
+  };
+  struct Subscriber {
+    std::string name;         // of its socket
+    UniqueFd connection;      // none when the subscriber has gone
+    bool waiting = false;     // has not taken the packet under way
+    bool stalled = false;     // has not taken the one before
+    unsigned long drops = 0;  // copies it never got
+  };
+  struct Channel {
+    unsigned long seen = 0;  // the state of the directory that `subscribers` shows, 0 for none
+    std::vector<Subscriber> subscribers;
+  };
+  using Clock = std::chrono::steady_clock;
+
+  Channel& channel_named(std::string_view name);
+  bool refresh(std::string_view name, Channel& channel);
+  void connect_new(const BusDirectory& directory, const std::vector<std::string>& names,
+                   Channel& channel);
+
+  static int try_send(const Subscriber& subscriber, Packet packet);
+  static void offer(Subscriber& subscriber, Packet packet);
+  static void offer_again(Channel& channel, Packet packet);
+  static bool wait_for_room(const Channel& channel, Clock::time_point deadline);
+  static void drop(Subscriber& subscriber);
+  static void forget_gone(Channel& channel);
+
+  std::mutex _mutex;  // guards all members below
+  DirectoryWatch _watch;
+  unsigned long _state = 1;  // numbers the states of the directory
+  std::map<std::string, Channel, std::less<>> _channels;
+  Complaint _complaint;
+};
+
+#endif  // PUBLISHER_H

@@ -1,0 +1,23 @@
+// What the bus has to say to the operator: lines on standard error.
+#ifndef REPORT_H
+#define REPORT_H
+
+#include <cstdio>
+#include <string>
+
+inline void report(const std::string& text) { std::fprintf(stderr, "vlm_bus: %s\n", text.c_str()); }
+
+/// Reports what goes wrong over and over once.
+class Complaint {
+ public:
+  void about(const std::string& trouble) {
+    if (trouble != _last) report(trouble);
+    _last = trouble;
+  }
+  void settled() { _last.clear(); }
+
+ private:
+  std::string _last;
+};
+
+#endif  // REPORT_H

@@ -1,0 +1,107 @@
+#include "subscription.h"
+
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <set>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t kHeaderSize = offsetof(userlcm_packet_t, msg_buf);
+
+// An idle subscription sees to it that often that its socket is still in the directory.
+constexpr timeval kInspection{1, 0};
+
+/// The subscriptions of this process whose sockets its exit must remove.
+struct Announced {
+  std::mutex mutex;  // guards the set, and the place of each of them on the bus
+  std::set<Subscription*> subscriptions;
+};
+
+void withdraw_all();
+
+Announced& announced() {
+  // Never destroyed: threads still serve while the process exits.
+  static Announced& all = *[] {
+    std::atexit(withdraw_all);
+    return new Announced;
+  }();
+  return all;
+}
+
+void withdraw_all() {
+  announced().mutex.lock();  // for good: nothing is announced any more
+  for (Subscription* subscription : announced().subscriptions) subscription->withdraw();
+}
+
+UniqueFd open_socket() {
+  UniqueFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &kInspection, sizeof kInspection);
+  return socket;
+}
+
+}  // namespace
+
+Subscription::Subscription(const Receive_msg_t& client)
+    : _client(client), _channel(client.channel) {}
+
+Subscription::~Subscription() {
+  const std::lock_guard<std::mutex> guard(announced().mutex);
+  if (announced().subscriptions.erase(this) != 0) withdraw();
+}
+
+bool Subscription::announce() {
+  const std::lock_guard<std::mutex> guard(announced().mutex);
+  std::string error;
+  auto directory = BusDirectory::open(error);
+  if (!directory) {
+    _complaint.about(error);
+    return false;
+  }
+  UniqueFd socket = open_socket();
+  std::string name = directory->bind(socket, _channel);
+  if (name.empty()) {
+    _complaint.about("cannot subscribe " + _channel + ": " + std::system_category().message(errno));
+    return false;
+  }
+  _directory = std::move(directory);
+  _name = std::move(name);
+  _socket = std::move(socket);
+  announced().subscriptions.insert(this);
+  _complaint.settled();
+  return true;
+}
+
+void Subscription::serve() {
+  for (;;) {
+    userlcm_packet_t packet{};
+    const ssize_t size = recv(_socket.get(), &packet, sizeof packet, MSG_TRUNC);
+    if (size >= 0) {
+      deliver(packet, static_cast<std::size_t>(size));
+    } else if (errno == EAGAIN) {
+      if (!is_announced()) announce();
+    } else if (errno != EINTR) {
+      report("cannot receive on " + _name + ": " + std::system_category().message(errno));
+      return;
+    }
+  }
+}
+
+void Subscription::withdraw() { _directory->remove(_name); }
+
+bool Subscription::is_announced() const { return _directory->holds(_name); }
+
+/// Runs the callback, unless the `size` bytes cannot have come from a publisher.
+void Subscription::deliver(userlcm_packet_t& packet, std::size_t size) {
+  if (size < kHeaderSize || size > sizeof packet) return;
+  char channel[sizeof _client.channel];  // the callback's own, whatever it does to it
+  std::memcpy(channel, _client.channel, sizeof channel);
+  _client.f(&packet, static_cast<unsigned int>(size), channel, _client.func);
+}

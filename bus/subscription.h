@@ -1,0 +1,45 @@
+// The receiving side of the bus: one subscription and its socket.
+#ifndef SUBSCRIPTION_H
+#define SUBSCRIPTION_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "bus_directory.h"
+#include "report.h"
+#include "unique_fd.h"
+#include "vlm_userlcm_control_camera.h"
+
+/// Serves one Receive_msg_t on the calling thread. Its socket leaves the directory with the object,
+/// or with the process when that exits.
+class Subscription {
+ public:
+  explicit Subscription(const Receive_msg_t& client);
+  ~Subscription();
+  Subscription(const Subscription&) = delete;
+  Subscription& operator=(const Subscription&) = delete;
+
+  /// Makes the subscription known on the bus. False, with a message, when that fails.
+  bool announce();
+
+  /// Runs the client's callback for each packet; returns only when nothing can be received any
+  /// more, with a message.
+  void serve();
+
+  /// Takes the socket out of the directory.
+  void withdraw();
+
+ private:
+  bool is_announced() const;
+  void deliver(userlcm_packet_t& packet, std::size_t size);
+
+  const Receive_msg_t& _client;
+  const std::string _channel;
+  std::optional<BusDirectory> _directory;
+  std::string _name;  // of the socket in the directory
+  UniqueFd _socket;
+  Complaint _complaint;
+};
+
+#endif  // SUBSCRIPTION_H

@@ -1,0 +1,9 @@
+// What the embedded bus offers beside the two functions of vlm_userlcm_control_camera.h.
+#ifndef VLM_BUS_H
+#define VLM_BUS_H
+
+/// True when a live process subscribes `channel`; waits for one up to `timeout_ms`. Subscribers do
+/// not notice. False also when the bus cannot be used, with a message on standard error.
+bool bus_has_subscriber(const char* channel, int timeout_ms = 0);
+
+#endif  // VLM_BUS_H
