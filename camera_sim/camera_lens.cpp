@@ -18,9 +18,12 @@ vlm_err_t done(bool accepted) { return accepted ? VLM_ERR_NONE : VLM_ERR_IS_INVA
 
 /// Drives `axis` as the command word says; `tele` is the direction in which the value moves then.
 vlm_err_t drive(DrivenAxis& axis, u32 command, int tele) {
-  if (command < kTele || command > kStop) return VLM_ERR_IS_INVALID_PARAM;
-  axis.drive(command == kStop ? 0 : command == kTele ? tele : -tele);
-  return VLM_ERR_NONE;
+  switch (command) {
+    case kTele: axis.drive(tele); return VLM_ERR_NONE;
+    case kWide: axis.drive(-tele); return VLM_ERR_NONE;
+    case kStop: axis.drive(0); return VLM_ERR_NONE;
+    default: return VLM_ERR_IS_INVALID_PARAM;
+  }
 }
 
 }  // namespace

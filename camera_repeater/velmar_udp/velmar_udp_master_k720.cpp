@@ -124,13 +124,13 @@ void* UdpMasterK720::receive_commands_from_apps(void* arg) {
 }
 
 void* UdpMasterK720::process_commands_from_apps(void* arg) {
-  auto* service = static_cast<UdpMasterK720*>(arg);
+  auto& service = *static_cast<UdpMasterK720*>(arg);
+  // The wait alone releases the mutex: a service that has nothing to do is never found busy.
+  service.udp_lock();
   for (;;) {
-    service->udp_lock();
-    service->udp_waitsignal();
-    service->process_camera_functions_and_reply();
-    service->udp_consume();
-    service->udp_unlock();
+    service.udp_waitsignal();
+    service.process_camera_functions_and_reply();
+    service.udp_consume();
   }
 }
 

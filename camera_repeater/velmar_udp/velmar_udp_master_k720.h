@@ -71,7 +71,7 @@ class UdpMasterK720 {
   void udp_produce() { ++m_count; }
   void udp_consume() { --m_count; }
   void udp_sendsignal() { pthread_cond_signal(&m_cond); }
-  /// Blocks, with the mutex held, until a command waits.
+  /// Blocks until a command waits; the mutex, which the caller holds, is released meanwhile.
   void udp_waitsignal();
 
   /// Thread bodies; `arg` is the object.
@@ -95,6 +95,7 @@ class UdpMasterK720 {
 
  private:
   friend int vlm_udp_master_k720_port();
+  friend struct UdpMasterK720Peer;  // lets tests look at the socket
 
   std::size_t receive_message();
   camctrl_msg_t message();

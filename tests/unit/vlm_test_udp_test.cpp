@@ -414,6 +414,19 @@ class Child {
   pid_t _pid;
 };
 
+void limit_descriptors(rlim_t soft) {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = soft;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+/// Until the process exits, which may need some again.
+void allow_no_more_descriptors() {
+  std::atexit([] { limit_descriptors(64); });
+  limit_descriptors(STDERR_FILENO + 1);
+}
+
 std::function<void()> client(const Words& words) {
   return [words] {
     Arguments arguments(words);
@@ -442,8 +455,7 @@ TEST(UdpClientFault, IsANullWordToTheBuilder) {
 
 TEST(UdpClientFault, IsASocketThatCannotBeOpened) {
   const Child child([] {
-    const rlimit none{STDERR_FILENO + 1, STDERR_FILENO + 1};
-    setrlimit(RLIMIT_NOFILE, &none);
+    allow_no_more_descriptors();
     client({"getwb"})();
   });
   EXPECT_EQ(child.output(), "csock < 0\n");
@@ -624,8 +636,7 @@ TEST(UdpClientShell, RefusesANullCommand) {
 
 TEST(UdpClientShell, ReportsAPipeThatCannotBeOpened) {
   const Child child([] {
-    const rlimit none{STDERR_FILENO + 1, STDERR_FILENO + 1};
-    setrlimit(RLIMIT_NOFILE, &none);
+    allow_no_more_descriptors();
     char output[256] = {};
     std::exit(my_test_system("echo", output) == -1 ? 7 : 8);
   });
