@@ -111,7 +111,7 @@ int complain(const std::string& message, int status) {
 int simulate(const SimOptions& options) {
   const u64 seed = options.seed ? *options.seed : std::random_device()();
   const sigset_t waiting_mask = hold_end_signals();
-  g_readiness = new BusReadiness({kRequestChannel, kRtspRequestChannel});
+  g_readiness = new BusReadiness("camera_sim", {kRequestChannel, kRtspRequestChannel});
   g_peer = new CameraPeer(options.thermal, options.faults, seed, send_msg_to_lcm,
                           options.verbose ? CameraPeer::Trace(print_line) : nullptr);
   subscribe(kRequestChannel, on_camera_packet);

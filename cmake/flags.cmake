@@ -13,6 +13,8 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   # GCC's spelling of the strictest level; clang has but one.
   add_compile_options(-Wno-unknown-warning-option -Wcast-align)
 endif()
+# Messages name source files: by their paths in the repository, not on the machine that built them.
+add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 if(VLM_WERROR)
   add_compile_options(-Werror)
 endif()
