@@ -19,6 +19,13 @@ if(VLM_WERROR)
   add_compile_options(-Werror)
 endif()
 
+# What is delivered faces the network.
+set(delivered $<CONFIG:Release,MinSizeRel>)
+add_compile_options(
+  $<${delivered}:-U_FORTIFY_SOURCE> $<${delivered}:-D_FORTIFY_SOURCE=2>
+  $<${delivered}:-fstack-protector-strong>)
+add_link_options($<${delivered}:LINKER:-z,relro,-z,now>)
+
 set(VLM_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 if(VLM_SANITIZE)
   add_compile_options(-fsanitize=${VLM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
