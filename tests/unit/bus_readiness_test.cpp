@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <future>
 
 #include "scripted_bus.h"
@@ -66,16 +67,16 @@ TEST_F(Readiness, TakesNoOtherPacketForAProbe) {
   std::future<bool> ready = waiting();
   Published probe = probe_of("one");
   EXPECT_FALSE(readiness.is_probe(&probe.packet, 10, "one"));
-  probe.packet.channel[std::strlen(probe.packet.channel) - 1] ^= 1;
+  probe.packet.msg_buf[probe.length - 2] ^= 1;  // the last digit of our process
   EXPECT_FALSE(bring_back(probe));
   readiness.give_up();
   EXPECT_FALSE(ready.get());
 }
 
-TEST_F(Readiness, ProbesHaveATypeOfTheirOwn) {
+TEST_F(Readiness, ProbesHaveATypeOfTheirOwnAndNameTheSender) {
   std::future<bool> ready = waiting();
   const Published probe = probe_of("two");
-  EXPECT_EQ(probe.length, 1U);
+  EXPECT_STREQ(probe.packet.channel, "sender");
   EXPECT_EQ(probe.packet.msg_buf[0], 0xFF);
   readiness.give_up();
   ready.get();
