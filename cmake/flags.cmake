@@ -32,6 +32,17 @@ add_compile_options(
   $<${delivered}:-fstack-protector-strong>)
 add_link_options($<${delivered}:LINKER:-z,relro,-z,now>)
 
+if(CMAKE_BUILD_TYPE STREQUAL "MinSizeRel")
+  add_compile_options(-ffunction-sections -fdata-sections)
+  add_link_options(-Wl,--gc-sections)
+  set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
+endif()
+
+option(VLM_STATIC_LIBSTDCXX "Link the C++ library into the programs" OFF)
+if(VLM_STATIC_LIBSTDCXX)
+  add_link_options(-static-libstdc++ -static-libgcc)
+endif()
+
 set(VLM_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 if(VLM_SANITIZE)
   add_compile_options(-fsanitize=${VLM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
