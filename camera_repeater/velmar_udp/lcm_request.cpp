@@ -119,7 +119,7 @@ void LcmRequest::wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ct
 }
 
 void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
-  const std::lock_guard<std::mutex> guard(_mutex);
+  std::unique_lock<std::mutex> lock(_mutex);
   if (_state != BUSY) {
     std::puts("not waiting on answer");
     return;
@@ -130,6 +130,8 @@ void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
   if (reply.err_code == VLM_ERR_NONE) save_lcm_result(reply);
   _last_cmd_type_received = reply.cmd_type;
   m_err_code = reply.err_code;
+  // The woken caller needs the lock at once: give it back first.
+  lock.unlock();
   _lcm_response_cond.notify_one();
 }
 

@@ -1,6 +1,6 @@
 // Tells when a subscription really serves: packets to its own channel come back.
-#ifndef CAMERA_SIM_BUS_READINESS_H
-#define CAMERA_SIM_BUS_READINESS_H
+#ifndef BUS_READINESS_H
+#define BUS_READINESS_H
 
 #include <chrono>
 #include <condition_variable>
@@ -13,8 +13,9 @@
 
 class BusReadiness {
  public:
-  /// Waits for the subscriptions of `channels`.
-  explicit BusReadiness(std::vector<std::string> channels);
+  /// Waits for the subscriptions of `channels`. Probes name `sender` as their sender's channel, so
+  /// that other subscribers of the channels can take them as they would any other unknown message.
+  BusReadiness(std::string sender, std::vector<std::string> channels);
 
   /// To be called with each received packet. True: it is one of our probes, and not for anyone
   /// else. Bus threads.
@@ -29,11 +30,12 @@ class BusReadiness {
  private:
   void publish_probe(const std::string& channel) const;
 
-  const std::string _sender;  // names this process in the probes
-  std::mutex _mutex;          // guards all members below
+  const std::string _sender;
+  const std::string _text;  // of our probes; names this process
+  std::mutex _mutex;        // guards all members below
   std::condition_variable _changed;
   std::set<std::string> _silent;
   bool _failed = false;
 };
 
-#endif  // CAMERA_SIM_BUS_READINESS_H
+#endif  // BUS_READINESS_H
