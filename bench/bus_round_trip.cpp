@@ -1,10 +1,12 @@
-// What a round trip over the embedded bus costs, beside a bare exchange over the same kind of
-// socket. Both sides of every contender run on one core, in two processes:
+// What a camera request costs, and what the embedded bus has in it, beside a bare exchange over the
+// same kind of socket. Both sides of every contender run on one core, in two processes:
 //
-//   bare   the caller sends and waits; its listener thread receives the answer and wakes it; the
-//          peer is a loop of receive and send
-//   bus    the caller publishes and waits; the peer's callback publishes back; the caller's
-//          callback wakes it
+//   bare      the caller sends and waits; its listener thread receives the answer and wakes it; the
+//             peer is a loop of receive and send
+//   bus       the caller publishes and waits; the peer's callback publishes back; the caller's
+//             callback wakes it
+//   request   the caller runs a camera operation, its transcript going line by line to a file; the
+//             peer is the simulated camera
 //
 // The messages have the size of a camera request. The contenders take turns, block by block, so
 // that what else the machine does meets all of them alike.
@@ -29,7 +31,9 @@
 #include <thread>
 #include <vector>
 
+#include "lcm_request.h"
 #include "vlm_bus.h"
+#include "vlm_test.h"
 #include "vlm_userlcm_control_camera.h"
 
 namespace {
@@ -80,6 +84,10 @@ void start_peer(Body body) {
   _exit(1);
 }
 
+void await_subscriber(const char* channel) {
+  if (!bus_has_subscriber(channel, kReadyMs)) give_up("no subscriber on the bus");
+}
+
 /// One way to make a round trip. The constructor starts its peer, start() its listener thread; both
 /// live as long as the process, and so does the contender.
 class Contender {
@@ -89,6 +97,9 @@ class Contender {
   virtual void start() = 0;
   virtual void round_trip() = 0;
 };
+
+constexpr char kBenchRequest[] = "bench_request";
+constexpr char kBenchReply[] = "bench_reply";
 
 class BareExchange : public Contender {
  public:
@@ -143,14 +154,12 @@ class BusExchange : public Contender {
 
   void start() override {
     std::thread([this] { register_lcm_message(&_subscription); }).detach();
-    if (!bus_has_subscriber(kRequestChannel, kReadyMs) ||
-        !bus_has_subscriber(kReplyChannel, kReadyMs)) {
-      give_up("no subscribers on the bus");
-    }
+    await_subscriber(kBenchRequest);
+    await_subscriber(kBenchReply);
   }
 
   void round_trip() override {
-    if (send_msg_to_lcm(&_request, kMessageSize, kRequestChannel) != 0) give_up("publish");
+    if (send_msg_to_lcm(&_request, kMessageSize, kBenchRequest) != 0) give_up("publish");
     _answered.wait();
   }
 
@@ -165,9 +174,9 @@ class BusExchange : public Contender {
 
   static void publish_back() {
     auto subscription = subscription_of(
-        kRequestChannel,
+        kBenchRequest,
         [](void* buf, unsigned int, char*, void*) {
-          send_msg_to_lcm(static_cast<userlcm_packet_t*>(buf), kMessageSize, kReplyChannel);
+          send_msg_to_lcm(static_cast<userlcm_packet_t*>(buf), kMessageSize, kBenchReply);
         },
         nullptr);
     register_lcm_message(&subscription);
@@ -176,9 +185,35 @@ class BusExchange : public Contender {
   const userlcm_packet_t _request{};
   Doorbell _answered;
   Receive_msg_t _subscription = subscription_of(
-      kReplyChannel,
+      kBenchReply,
       [](void*, unsigned int, char*, void* user) { static_cast<Doorbell*>(user)->ring(); },
       &_answered);
+};
+
+class CameraRequest : public Contender {
+ public:
+  CameraRequest() {
+    start_peer([] {
+      const auto camera =
+          std::filesystem::read_symlink("/proc/self/exe").replace_filename("camera_sim");
+      std::freopen("/dev/null", "r", stdin);
+      std::freopen("/dev/null", "w", stdout);
+      execl(camera.c_str(), camera.c_str(), nullptr);
+    });
+  }
+
+  const char* name() const override { return "request"; }
+
+  void start() override {
+    udp_start_receiving_messages();
+    await_subscriber(kRequestChannel);
+    await_subscriber(kReplyChannel);
+  }
+
+  void round_trip() override {
+    u8 mode = 0;
+    if (!lcm_request.get_camera_mode(mode)) give_up("camera request");
+  }
 };
 
 /// A bus directory of this benchmark's own.
@@ -192,6 +227,8 @@ class PrivateBus {
     std::error_code ignored;
     std::filesystem::remove_all(_path, ignored);
   }
+
+  const std::string& path() const { return _path; }
 
  private:
   std::string _path = (std::filesystem::temp_directory_path() / "bus_round_trip.XXXXXX").string();
@@ -212,16 +249,26 @@ double quantile(const std::vector<double>& sorted, double share) {
   return sorted[static_cast<std::size_t>(share * static_cast<double>(sorted.size() - 1))];
 }
 
+/// Sends standard output to the file `path`, line by line as the console writes it, and returns
+/// where it went before.
+std::FILE* divert_output(const std::string& path) {
+  std::FILE* const results = fdopen(dup(STDOUT_FILENO), "w");
+  if (results == nullptr || std::freopen(path.c_str(), "w", stdout) == nullptr) give_up("output");
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  return results;
+}
+
 /// Prints one row for each contender; the first is what the others are compared with.
-void report(const std::vector<Contender*>& contenders, std::vector<std::vector<double>>& samples) {
-  std::printf("%-8s %8s %8s %8s %8s\n", "", "min", "median", "p99", "ratio");
+void report(std::FILE* out, const std::vector<Contender*>& contenders,
+            std::vector<std::vector<double>>& samples) {
+  std::fprintf(out, "%-8s %8s %8s %8s %8s\n", "", "min", "median", "p99", "ratio");
   double baseline = 0;
   for (std::size_t i = 0; i < contenders.size(); ++i) {
     std::sort(samples[i].begin(), samples[i].end());
     const double median = quantile(samples[i], 0.5);
     if (i == 0) baseline = median;
-    std::printf("%-8s %8.2f %8.2f %8.2f %8.2f\n", contenders[i]->name(), samples[i].front(), median,
-                quantile(samples[i], 0.99), median / baseline);
+    std::fprintf(out, "%-8s %8.2f %8.2f %8.2f %8.2f\n", contenders[i]->name(), samples[i].front(),
+                 median, quantile(samples[i], 0.99), median / baseline);
   }
 }
 
@@ -239,7 +286,9 @@ void pin_to_one_core() {
 void run(int rounds) {
   pin_to_one_core();
   const PrivateBus bus_directory;
-  static const std::vector<Contender*> contenders{new BareExchange, new BusExchange};
+  std::FILE* const results = divert_output(bus_directory.path() + "/transcript");
+  static const std::vector<Contender*> contenders{new BareExchange, new BusExchange,
+                                                  new CameraRequest};
   std::vector<std::vector<double>> samples(contenders.size());
 
   std::vector<double> warm_up;
@@ -254,15 +303,16 @@ void run(int rounds) {
     }
     done = until;
   }
-  std::printf("%d round trips of %zu bytes each, on one core; microseconds, ratio of medians\n",
-              rounds, kPacketSize);
-  report(contenders, samples);
+  std::fprintf(results,
+               "%d round trips of %zu bytes each, on one core; microseconds, ratio of medians\n",
+               rounds, kPacketSize);
+  report(results, contenders, samples);
 }
 
 int usage(std::FILE* out, int status) {
   std::fputs(
       "Usage: bus_round_trip [--rounds N]\n"
-      "Measures round trips over the embedded bus and over bare sockets.\n"
+      "Measures camera requests and round trips over the embedded bus and over bare sockets.\n"
       "\n"
       "  --rounds N   round trips of each kind, 1 to 10000000 (default 20000)\n"
       "  --help       show this text\n"

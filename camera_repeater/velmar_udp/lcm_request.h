@@ -193,7 +193,8 @@ class LcmRequest {
 
   // --- Camera operations (lcm_request_operations.cpp) ---
   // `perr`, when given, receives the result code (2: the engine was busy). `wait_noti_flag`, when
-  // given, points to the notification value to arm before sending.
+  // given, points to the notification value to arm before sending. Records and texts must not be
+  // null.
 
   bool get_all_request_list(udp_ctrl_cam_request_list_t* list);
 
@@ -321,9 +322,11 @@ class LcmRequest {
   bool set_cam_settings_cmd();
   bool set_drone_platform(u16 platform);
   /// `in_prop` holds "name=value", fewer than 128 characters, in a buffer of 128 bytes, which
-  /// receives the previous value; a value that fills it has no terminator.
+  /// receives the previous value; a value that fills it has no terminator. Other texts are refused
+  /// with a message and nothing sent.
   bool set_property(char* in_prop);
-  /// `prop` holds a name in a buffer of 128 bytes, which receives the value, likewise.
+  /// `prop` holds a name without '=' in a buffer of 128 bytes, which receives the value, likewise; a
+  /// name may fill the buffer.
   bool get_property(char* prop);
   bool set_survey_mode_flag(u8 flag);
   /// Always 0 and true: the camera keeps no such flag yet, so nothing is sent.
@@ -382,13 +385,16 @@ class LcmRequest {
 
   // The one pattern of all operations, see lcm_request_pattern.h.
   Request ask(const char* caller, udp_ctrl_cam_cmds code, int* perr = nullptr);
-  template <typename T>
-  bool take(const T& field, T& out);
-  bool take(const void* field, std::size_t size, void* out);
+  template <typename... FieldsAndOuts>
+  bool take(FieldsAndOuts&&... fields_and_outs);
+  template <typename T, typename... Rest>
+  static void copy_out(const T& field, T& out, Rest&&... rest);
+  template <typename T, std::size_t size, typename... Rest>
+  static void copy_out(const T (&field)[size], T* out, Rest&&... rest);
+  static void copy_out() {}
+  static bool say(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-  bool wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ctrl_cam_t& cmd);
-  void check_consistency(const udp_ctrl_cam_t& cmd);
-  void release();
+  void wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ctrl_cam_t& cmd);
   void save_lcm_result(const udp_ctrl_cam_t& reply);
   bool set_rtsp_flag(const char* caller, LCM_RTSP_UDP_CMD cmd, u8 flag, const u8& echoed,
                      const char* name);
@@ -402,7 +408,7 @@ class LcmRequest {
   std::condition_variable _lcm_response_cond;  // a reply has been recorded
   std::condition_variable _lcm_ready_cond;     // the engine is idle again
   int _last_rtsp_command_id_received = -1;     // guarded by _rtsp_mutex; -1 when none is pending
-  std::mutex _rtsp_mutex;                      // one side-channel request at a time
+  std::mutex _rtsp_mutex;                      // guards the side channel's state
   std::condition_variable _rtsp_cond;
   State _state = IDLE;
   Data _data{};
@@ -411,6 +417,7 @@ class LcmRequest {
   VelmarFlagCond _lcm_notification_cond;
   std::atomic<LcmNotificationParam> _lcm_notification_param{};
   std::atomic<u64> _rtsp_lcm_request_time_start{0};
+  std::mutex _rtsp_turn;  // one side-channel request at a time; taken before _rtsp_mutex
   Timeouts _timeouts;
 };
 

@@ -29,7 +29,9 @@ void open_log_file() {
   if (exists(F_PATH)) unlink(F_PATH);
   // Synchronous, and a sync after every message: the last lines before a power loss must survive.
   const int fd = open(F_PATH, O_RDWR | O_CREAT | O_APPEND | O_SYNC | O_CLOEXEC, 0644);
-  if (fd < 0) {
+  const int previous = g_log_fd.exchange(fd);
+  if (previous != -1) close(previous);
+  if (fd == -1) {
     std::puts("open logfile fail");
     return;
   }
@@ -37,8 +39,6 @@ void open_log_file() {
        {&g_cmd_num.total_num, &g_cmd_num.ok_num, &g_cmd_num.fail_num, &g_cmd_num.mavlink_num}) {
     *count = 0;
   }
-  const int previous = g_log_fd.exchange(fd);
-  if (previous != -1) close(previous);
   std::puts("open logfile OK");
   if (write(fd, kBanner, sizeof kBanner - 1) == -1) std::puts("init logfile fail");
 }

@@ -6,7 +6,11 @@
 #ifndef VELMAR_LOG_H
 #define VELMAR_LOG_H
 
+#include <sys/time.h>
+
 #include <atomic>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 
 extern const char* F_PATH;            // the log file
@@ -27,7 +31,7 @@ extern std::atomic<bool> g_log_to_console;  // console output on
 extern cmd_num_t g_cmd_num;
 
 /// Opens a fresh log file when its marker exists, and reads the console marker. Prints the outcome
-/// of the open; without markers it prints nothing. Not to be run by two threads at once.
+/// of the open; without markers it prints nothing. Not to be called while other threads log.
 void vlm_camera_log_init();
 
 /// Closes the log file and turns console output off. Harmless when nothing is open;
@@ -45,5 +49,35 @@ void append_num_timestamp(char* dst, int free_len, int num);
 
 /// Writes the plain suffix to `dst`; more than 11 bytes are needed, likewise.
 void append_timestamp(char* dst, int free_len);
+
+// The time log.
+
+/// Where and how often the time log is written. The board uses it as it stands; whoever changes it
+/// does so before the thread starts.
+struct TimeLogSettings {
+  const char* marker = "/sdcard/log_time";   // its presence enables the time log
+  const char* dir = "/sdcard/log_time_dir";  // made when it is missing
+  const char* file_stem = "/sdcard/log_time_dir/log_time_file";  // "_%04d.log" follows
+  std::chrono::milliseconds card_poll{10'000};                   // between questions for the card
+  std::chrono::milliseconds line_interval{10};
+  int lines_per_file = 9999;
+};
+extern TimeLogSettings g_time_log_settings;
+
+/// Thread body: waits without limit for the SD card, then, when the marker exists, writes lines for
+/// ever. Ends when there is no marker or when the directory or a file cannot be made; says so on
+/// the console. Write errors are ignored. `arg` is not used; returns null.
+void* log_time_thread(void* arg);
+
+/// The next free serial in `dir`: one more than the largest of its log files, 1 when there is none
+/// or when `dir` is null or cannot be read.
+int get_max_file_sn(const char* dir);
+
+constexpr std::size_t kTimeLineSize = 64;
+
+/// Makes the line `number` of a time-log file from a reading of the wall clock:
+/// "NNNN-YEAR-MM-DD-hh:mm:ss-uuuuuu\r\n", in UTC. Leaves `text` as it is when the reading has no
+/// date.
+void format_time_line(int number, const timeval& now, char (&text)[kTimeLineSize]);
 
 #endif  // VELMAR_LOG_H

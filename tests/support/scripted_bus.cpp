@@ -56,9 +56,8 @@ void ScriptedBus::answer(Script script) {
 }
 
 void ScriptedBus::answer(const std::vector<u8>& payload, int err) {
-  answer([=](const udp_ctrl_cam_t& request) {
-    return camera_record(request.cmd_type, payload, err);
-  });
+  answer(
+      [=](const udp_ctrl_cam_t& request) { return camera_record(request.cmd_type, payload, err); });
 }
 
 void ScriptedBus::stay_silent() {

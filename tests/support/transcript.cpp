@@ -7,16 +7,16 @@
 #include <cstdio>
 #include <regex>
 
-Transcript::Transcript() {
+Transcript::Transcript(int descriptor) : _descriptor(descriptor) {
   std::fflush(stdout);
-  _saved = dup(STDOUT_FILENO);
+  _saved = dup(_descriptor);
   _captured = memfd_create("transcript", MFD_CLOEXEC);
-  dup2(_captured, STDOUT_FILENO);
+  dup2(_captured, _descriptor);
 }
 
 Transcript::~Transcript() {
   std::fflush(stdout);
-  dup2(_saved, STDOUT_FILENO);
+  dup2(_saved, _descriptor);
   close(_saved);
   close(_captured);
 }

@@ -1,13 +1,15 @@
-// Holds what the process prints on standard output while the object lives.
+// Holds what the process prints on standard output, or standard error, while the object lives.
 #ifndef TRANSCRIPT_H
 #define TRANSCRIPT_H
 
+#include <unistd.h>
+
 #include <string>
 
-/// Redirects descriptor 1 into memory from construction to destruction. One at a time.
+/// Redirects a descriptor into memory from construction to destruction. One at a time for each.
 class Transcript {
  public:
-  Transcript();
+  explicit Transcript(int descriptor = STDOUT_FILENO);
   ~Transcript();
   Transcript(const Transcript&) = delete;
   Transcript& operator=(const Transcript&) = delete;
@@ -16,6 +18,7 @@ class Transcript {
   std::string text() const;
 
  private:
+  int _descriptor;
   int _saved;
   int _captured;
 };

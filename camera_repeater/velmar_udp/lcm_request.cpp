@@ -1,0 +1,170 @@
+#include "lcm_request.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "time_helper.h"
+#include "velmar_cmd.h"
+#include "velmar_err.h"
+#include "velmar_log.h"
+
+LcmRequest& lcm_request = *new LcmRequest;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A level of its own in the trace log: a time stamp, no counter.
+constexpr int kLogPlain = 4;
+
+/// Waits on the steady clock, since this program itself sets the real-time clock.
+template <typename Predicate>
+bool wait_at_most(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
+                  std::chrono::milliseconds timeout, Predicate predicate) {
+  return condition.wait_until(lock, Clock::now() + timeout, predicate);
+}
+
+/// The bus packet of a camera request.
+userlcm_packet_t request_packet(const udp_ctrl_cam_t& cmd) {
+  userlcm_packet_t packet{};
+  std::memcpy(packet.channel, kReplyChannel, sizeof kReplyChannel);
+  msg_from_rep_t message{};
+  message.msg_type = LCM_CONTROL_CAMERA;
+  std::memcpy(message.msg_data, &cmd, sizeof cmd);
+  std::memcpy(packet.msg_buf, &message, sizeof message);
+  return packet;
+}
+
+void report_still_pending(int state, int last_sent, const char* caller) {
+  std::printf("Error: a request is already pending:[%d], last sent cmd: %s\n", state,
+              vlm_strcmd(last_sent));
+  vlm_log_print(kLogPlain, "Error: a request is already pending.");
+  if (caller != nullptr) {
+    vlm_log_print(kLogPlain, " %s() failed.", caller);
+    std::printf(" %s() failed.", caller);
+  }
+  std::printf("\n");
+}
+
+}  // namespace
+
+bool LcmRequest::get_ready(const char* caller) {
+  std::unique_lock<std::mutex> lock(_mutex);
+  const auto idle = [this] { return _state == IDLE; };
+  if (!wait_at_most(_lcm_ready_cond, lock, _timeouts.ready, idle)) {
+    report_still_pending(_state, _last_cmd_type_sent, caller);
+    return false;
+  }
+  _state = BUSY;
+  std::printf("%s() is ready.\n", caller != nullptr ? caller : "(null)");
+  return true;
+}
+
+void LcmRequest::send_ctrl_cam(const udp_ctrl_cam_t& cmd) {
+  const userlcm_packet_t packet = request_packet(cmd);
+  _lcm_request_time_start = time_ms();
+  _last_cmd_type_sent = cmd.cmd_type;
+  // A lost request shows as a time-out, whatever the bus says.
+  send_msg_to_lcm(&packet, sizeof(msg_from_rep_t), kRequestChannel);
+}
+
+bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result) {
+  std::unique_lock<std::mutex> lock(_mutex);
+  send_ctrl_cam(cmd);
+  const char* const name = vlm_strcmd(cmd.cmd_type);
+  std::printf("Send %s\n", name);
+
+  wait_for_reply(lock, cmd);
+  if (_state != BUSY) {
+    m_err_code = VLM_ERR_FAILED;
+    std::puts(
+        "!!!!CRITICAL!!!! the state of the lcm_request machine is supposed to be BUSY, but it's "
+        "IDEL.");
+  }
+  const int err = m_err_code;
+  if (err != VLM_ERR_NONE) {
+    std::printf("LCM request %s failed with: %s\n", name, vlm_strerr(err));
+    vlm_log_print(kLogPlain, "LCM request %s failed with: %s", name, vlm_strerr(err));
+  } else {
+    std::printf("Recv %s Ack OK\n", name);
+  }
+  if (result != nullptr) *result = err;
+
+  _state = IDLE;
+  _last_cmd_type_sent = -1;
+  _last_cmd_type_received = -1;
+  _lcm_ready_cond.notify_one();
+  return err == VLM_ERR_NONE;
+}
+
+void LcmRequest::wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ctrl_cam_t& cmd) {
+  const auto timeout =
+      cmd.cmd_type == UDP_CTRL_CAM_GET_CAMERA_STATUS ? _timeouts.status_reply : _timeouts.reply;
+  const auto answered = [&] { return _last_cmd_type_received == cmd.cmd_type; };
+  if (!wait_at_most(_lcm_response_cond, lock, timeout, answered)) {
+    const char* const name = vlm_strcmd(cmd.cmd_type);
+    std::printf("error: LCM request %s timeout waiting for answer\n", name);
+    vlm_log_print(kLogPlain, "error: LCM request %s timeout waiting for answer", name);
+    m_err_code = VLM_ERR_IS_TIMEOUT;
+    return;
+  }
+  std::printf("finish waiting for cmd %s response. error code: %d\n",
+              vlm_strcmd(_last_cmd_type_sent), m_err_code.load());
+  if (cmd.cmd_type != _last_cmd_type_sent) {
+    m_err_code = VLM_ERR_FAILED;
+    std::printf(
+        "!!!!CRITICAL!!!! last sent cmd %s was changed unexpectedly. it is supposed to be %s\n",
+        vlm_strcmd(_last_cmd_type_sent), vlm_strcmd(cmd.cmd_type));
+  }
+}
+
+void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
+  std::unique_lock<std::mutex> lock(_mutex);
+  if (_state != BUSY) {
+    std::puts("not waiting on answer");
+    return;
+  }
+  const unsigned long long took = elapsed_ms(_lcm_request_time_start, time_ms());
+  std::printf("LCM request %s took: %llu ms, error %d\n", vlm_strcmd(reply.cmd_type), took,
+              reply.err_code);
+  if (reply.err_code == VLM_ERR_NONE) save_lcm_result(reply);
+  _last_cmd_type_received = reply.cmd_type;
+  m_err_code = reply.err_code;
+  // The woken caller needs the lock at once: give it back first.
+  lock.unlock();
+  _lcm_response_cond.notify_one();
+}
+
+void LcmRequest::convert_to_lcm_camera_status(u8& status) {
+  if (status == 3) {
+    status = 1;
+  } else if (status != 2) {
+    status = 0;
+  }
+}
+
+void LcmRequest::prepare_wait_lcm_notification(u32 target) {
+  _lcm_notification_cond.setTarget(target, true);
+}
+
+bool LcmRequest::wait_lcm_notification(int timeout_ms, LcmNotificationParam* param) {
+  const bool reached = _lcm_notification_cond.waitForFlag(timeout_ms);
+  if (reached && param != nullptr) *param = _lcm_notification_param;
+  return reached;
+}
+
+void LcmRequest::update_lcm_notification(u32 bits, const LcmNotificationParam* param) {
+  // Before the flag, so that the reader that sees the flag reads the parameter stored with it.
+  if (param != nullptr) _lcm_notification_param = *param;
+  _lcm_notification_cond.setFlag(bits, OP_OR);
+}
+
+void lcm_request_receive_msg(udp_ctrl_cam_t* reply) {
+  if (reply != nullptr) lcm_request.receive_msg(*reply);
+}
+
+int lcm_request_upgrade_camera() { return lcm_request.upgrade_camera() ? 1 : 0; }
+
+int lcm_request_set_drone_platform(unsigned short platform) {
+  return lcm_request.set_drone_platform(platform) ? 1 : 0;
+}

@@ -1,0 +1,85 @@
+// The one pattern of all camera operations: reserve the engine, build the record, trace, send, and
+// on success copy the result out. Included only by the sources of LcmRequest.
+#ifndef LCM_REQUEST_PATTERN_H
+#define LCM_REQUEST_PATTERN_H
+
+#include <cstring>
+#include <type_traits>
+
+#include "lcm_request.h"
+
+/// One request in the making: ask() reserves the engine, send() ends it. When the engine stayed busy
+/// the steps between do nothing and send() fails with nothing sent and nothing printed.
+class LcmRequest::Request {
+ public:
+  Request(LcmRequest& engine, const char* caller, udp_ctrl_cam_cmds code, int* perr);
+  Request(const Request&) = delete;
+  Request& operator=(const Request&) = delete;
+
+  /// Puts `payload` at the start of the record's parameters.
+  template <typename T>
+  Request& with(const T& payload) {
+    static_assert(std::is_trivially_copyable_v<T> && !std::is_pointer_v<T>);
+    static_assert(sizeof(T) <= sizeof(udp_ctrl_cam_t::cmd_params));
+    return with_bytes(&payload, sizeof payload);
+  }
+
+  /// The same with the first `size` bytes; bytes that do not fit the record are left out.
+  Request& with_bytes(const void* bytes, std::size_t size);
+
+  /// The same with at most `size` characters of a text; the rest stays zero.
+  Request& with_text(const char* text, std::size_t size = sizeof(udp_ctrl_cam_t::cmd_params));
+
+  /// Prints a line between the ready line and the send.
+  Request& trace(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+  /// Arms the notification wait, unless `target` is null.
+  Request& armed(const unsigned int* target);
+
+  /// Logs `done` or `failed` by outcome, before the texts of send().
+  Request& logged(int done_level, const char* done, int failed_level, const char* failed);
+
+  /// Sends, waits, and prints the line of the outcome where there is one. True for success.
+  bool send(const char* failed = nullptr, const char* done = nullptr);
+
+ private:
+  struct LogEntry {
+    int level;
+    const char* text;
+  };
+
+  LcmRequest& _engine;
+  int* _perr;
+  bool _ready;
+  udp_ctrl_cam_t _record{};
+  LogEntry _log_done{};
+  LogEntry _log_failed{};
+};
+
+inline LcmRequest::Request LcmRequest::ask(const char* caller, udp_ctrl_cam_cmds code, int* perr) {
+  return Request(*this, caller, code, perr);
+}
+
+/// Copies result fields out under the engine's lock: take(field, out, field, out, ...), where `out`
+/// is a variable of the field's type, or a pointer to room for a field that is an array. Always
+/// true, so that it chains behind a send.
+template <typename... FieldsAndOuts>
+bool LcmRequest::take(FieldsAndOuts&&... fields_and_outs) {
+  const std::lock_guard<std::mutex> guard(_mutex);
+  copy_out(fields_and_outs...);
+  return true;
+}
+
+template <typename T, typename... Rest>
+void LcmRequest::copy_out(const T& field, T& out, Rest&&... rest) {
+  std::memcpy(&out, &field, sizeof field);
+  copy_out(rest...);
+}
+
+template <typename T, std::size_t size, typename... Rest>
+void LcmRequest::copy_out(const T (&field)[size], T* out, Rest&&... rest) {
+  std::memcpy(out, field, sizeof field);
+  copy_out(rest...);
+}
+
+#endif  // LCM_REQUEST_PATTERN_H

@@ -1,0 +1,172 @@
+#include "velmar_udp_master_k720.h"
+
+#include <sys/socket.h>
+
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "velmar_udp_master_k720_print.h"
+
+namespace {
+
+/// The services of this process. They are never freed, and neither is this list, whose purpose is
+/// to keep those reachable whose initialisation failed.
+std::vector<UdpMasterK720*>& services() {
+  static auto& list = *new std::vector<UdpMasterK720*>;
+  return list;
+}
+
+sockaddr* generic(sockaddr_in& address) { return reinterpret_cast<sockaddr*>(&address); }
+
+}  // namespace
+
+int vlm_udp_master_k720_init(int port) {
+  auto* service = new (std::nothrow) UdpMasterK720;
+  if (service == nullptr) return -1;
+  services().push_back(service);
+  return service->master_initialization(port);
+}
+
+int vlm_udp_master_k720_port() {
+  return services().empty() ? 0 : services().back()->m_udp_server_port;
+}
+
+UdpMasterK720::UdpMasterK720() {
+  pthread_mutex_init(&m_mutex, nullptr);
+  pthread_cond_init(&m_cond, nullptr);
+}
+
+UdpMasterK720::~UdpMasterK720() {
+  pthread_cond_destroy(&m_cond);
+  pthread_mutex_destroy(&m_mutex);
+}
+
+int UdpMasterK720::master_initialization(int port) {
+  m_udp_server_port = port;
+  if (init_udp_server() < 0) return -1;
+  return threads_initialization() == 0 ? 0 : -1;
+}
+
+int UdpMasterK720::init_udp_server() {
+  m_udp_server_fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+  if (m_udp_server_fd < 0) {
+    udp_say(udp_here(), "socket failed.\n");
+    return -1;
+  }
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_ANY);
+  address.sin_port = htons(static_cast<u16>(m_udp_server_port));
+  if (bind(m_udp_server_fd, generic(address), sizeof address) < 0) {
+    udp_say(udp_here(), "bind error.\n");
+    return -1;
+  }
+  socklen_t size = sizeof address;  // port 0 has become a free one
+  if (getsockname(m_udp_server_fd, generic(address), &size) == 0) {
+    m_udp_server_port = ntohs(address.sin_port);
+  }
+  return 0;
+}
+
+int UdpMasterK720::threads_initialization() {
+  int error = udp_create_detach_pthread(receive_commands_from_apps, this, "RCVCMD");
+  if (error != 0) {
+    udp_say(udp_here(), "To create pthread--\"RCVCMD\" failed.\n");
+    return error;
+  }
+  error = udp_create_detach_pthread(process_commands_from_apps, this, "PCCMD");
+  if (error != 0) udp_say(udp_here(), "To create pthread--\"PCCMD\" failed.\n");
+  return error;
+}
+
+int UdpMasterK720::udp_create_detach_pthread(void* (*start_routine)(void*), void* arg,
+                                             const char* name) {
+  pthread_attr_t attributes;
+  int error = pthread_attr_init(&attributes);
+  if (error != 0) return error;
+  error = pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+  pthread_t thread;
+  if (error == 0 && pthread_create(&thread, &attributes, start_routine, arg) == 0) {
+    pthread_setname_np(thread, name);
+  }
+  pthread_attr_destroy(&attributes);
+  return error;
+}
+
+void UdpMasterK720::udp_waitsignal() {
+  while (m_count == 0) pthread_cond_wait(&m_cond, &m_mutex);
+}
+
+void* UdpMasterK720::receive_commands_from_apps(void* arg) {
+  auto& service = *static_cast<UdpMasterK720*>(arg);
+  // Only this thread writes the slot, so it may read it without the slot's lock.
+  const camctrl_msg_t& msg = service.m_camctr_msg;
+  for (;;) {
+    const std::size_t size = service.receive_message();
+    if (size == 0) continue;
+    udp_say(udp_here(), "Received msg:rev_len = %d\n", static_cast<int>(size));
+    udp_print_bytes("", reinterpret_cast<const u8*>(&msg), size);
+    if (service.take_idle_slot() != 0) {
+      service.error_info_to_apps(msg, VLM_ERR_BUSY);
+      udp_say(udp_here(), "VLM_ERR_BUSY\n");
+      continue;
+    }
+    if (check_msg_from_apps(msg) == 0) {
+      service.udp_produce();
+      service.udp_sendsignal();
+    } else {
+      service.error_info_to_apps(msg, VLM_ERR_PROTOCOL);
+      udp_say(udp_here(), "VLM_ERR_PROTOCOL(CRC error)\n");
+    }
+    service.udp_unlock();
+  }
+}
+
+void* UdpMasterK720::process_commands_from_apps(void* arg) {
+  auto& service = *static_cast<UdpMasterK720*>(arg);
+  for (;;) {
+    service.udp_lock();
+    service.udp_waitsignal();
+    service.process_camera_functions_and_reply();
+    service.udp_consume();
+    service.udp_unlock();
+  }
+}
+
+/// Receives one datagram into the slot: a longer one than the record is cut, and behind a shorter
+/// one stands what the slot held before. Returns its size; 0 when there is nothing to act on.
+std::size_t UdpMasterK720::receive_message() {
+  u8 bytes[sizeof m_camctr_msg];
+  sockaddr_in sender{};
+  socklen_t sender_size = sizeof sender;
+  const ssize_t count =
+      recvfrom(m_udp_server_fd, bytes, sizeof bytes, 0, generic(sender), &sender_size);
+  if (count < 1) return 0;
+  const auto size = static_cast<std::size_t>(count);
+  const std::lock_guard<std::mutex> guard(m_slot_mutex);
+  std::memcpy(&m_camctr_msg, bytes, size);
+  m_peer_client_addr = sender;
+  return size;
+}
+
+/// Takes the mutex; -1 while a command is executed. A sender that has its reply is not refused,
+/// even if the processing thread has still to release the mutex, which it does without delay.
+int UdpMasterK720::take_idle_slot() {
+  if (udp_trylock() == 0) return 0;
+  return m_unanswered > 0 ? -1 : udp_lock();
+}
+
+camctrl_msg_t UdpMasterK720::message() {
+  const std::lock_guard<std::mutex> guard(m_slot_mutex);
+  return m_camctr_msg;
+}
+
+void UdpMasterK720::send_to_client(const camctrl_msg_t& msg, std::size_t size) {
+  sockaddr_in client;
+  {
+    const std::lock_guard<std::mutex> guard(m_slot_mutex);
+    client = m_peer_client_addr;
+  }
+  sendto(m_udp_server_fd, &msg, size, 0, generic(client), sizeof client);
+}

@@ -1,0 +1,117 @@
+// The UDP camera-control service: applications drive the camera with camctrl packets.
+//
+// One thread receives and validates datagrams, a second executes them one at a time through the
+// request engine and replies. There is one message slot and one reply address: a datagram that
+// arrives while a command runs is answered "busy", yet its sender becomes the one that the running
+// command's reply goes to. The service serves one application at a time. Messages go to standard
+// output, prefixed with source file, function and line.
+#ifndef VELMAR_UDP_MASTER_K720_H
+#define VELMAR_UDP_MASTER_K720_H
+
+#include <netinet/in.h>
+#include <pthread.h>
+
+#include <array>
+#include <atomic>
+#include <mutex>
+
+#include "vlm_camera_codes.h"
+#include "vlm_udp_camctrl_defines.h"
+
+/// Table of the reflected CRC-16 with polynomial 0x1021: the register after each byte value.
+extern const std::array<u32, 256> udp_crc16_ccitt_table;
+
+/// CRC-16/MCRF4XX of `length` bytes; 0xFFFF when `length` is 0 or less.
+u16 vlm_udp_getcrc16(const u8* data, int length);
+
+/// 0 when `length` bytes end in their own complemented CRC, low byte first, else -1. Camctrl packets
+/// carry the plain CRC, high byte first: this is not the test for them.
+int vlm_udp_iscrc16good(const u8* data, int length);
+
+/// Stores the CRC of a packet with `len` - 2 data bytes behind them. Does nothing when there is no
+/// room for it, that is when `len` exceeds 256.
+void vlm_udp_fill_crc(camctrl_msg_t& msg, u16 len);
+
+/// Starts the service of this process on `port`, of all the machine's addresses; 0 takes a free
+/// port. Returns 0, or -1 after a message when the port cannot be served. The service lives as long
+/// as the process.
+int vlm_udp_master_k720_init(int port);
+
+/// The port that the last service started here is bound to; 0 when there is none.
+int vlm_udp_master_k720_port();
+
+class UdpMasterK720 {
+ public:
+  UdpMasterK720();
+  ~UdpMasterK720();
+  UdpMasterK720(const UdpMasterK720&) = delete;
+  UdpMasterK720& operator=(const UdpMasterK720&) = delete;
+
+  /// Binds `port` and starts both threads, after which the object must live as long as the process.
+  /// Returns 0 or -1.
+  int master_initialization(int port);
+
+  /// Opens and binds the socket; 0, or -1 after a message. A socket that could not be bound stays
+  /// open.
+  int init_udp_server();
+
+  /// Starts "RCVCMD", then "PCCMD". 0, or an error number after a message.
+  int threads_initialization();
+
+  /// Starts a detached thread named `name` (at most 15 characters). `start_routine` runs as long as
+  /// the process. Returns the error number of preparing it, else 0: whether the thread could be
+  /// created is not examined.
+  static int udp_create_detach_pthread(void* (*start_routine)(void*), void* arg, const char* name);
+
+  // The hand-off between the threads. The mutex is held while a command is executed, which is what
+  // the receiving thread finds "busy".
+  int udp_lock() { return pthread_mutex_lock(&m_mutex); }
+  /// 0 when the mutex was taken, else -1.
+  int udp_trylock() { return pthread_mutex_trylock(&m_mutex) == 0 ? 0 : -1; }
+  int udp_unlock() { return pthread_mutex_unlock(&m_mutex); }
+  void udp_produce() { m_unanswered = ++m_count; }
+  void udp_consume() { --m_count; }
+  void udp_sendsignal() { pthread_cond_signal(&m_cond); }
+  /// Blocks until a command waits; the mutex, which the caller holds, is released meanwhile.
+  void udp_waitsignal();
+
+  /// Thread bodies; `arg` is the object.
+  static void* receive_commands_from_apps(void* arg);
+  static void* process_commands_from_apps(void* arg);
+
+  // Commands and replies (velmar_udp_master_k720_commands.cpp).
+
+  /// 0 when the length and the CRC of `msg` are right, else -1 after a message.
+  static int check_msg_from_apps(const camctrl_msg_t& msg);
+
+  static void feedback_initial(camctrl_msg_t& reply, u8 len, u16 cmd);
+  static void feedback_fill_crc(camctrl_msg_t& reply, u16 len);
+
+  /// Sends the 264-byte error reply to `request` to the latest sender.
+  void error_info_to_apps(const camctrl_msg_t& request, vlm_err_t err);
+
+  /// Executes the command in the slot and replies to the latest sender; the mutex is held.
+  /// Returns 0.
+  int process_camera_functions_and_reply();
+
+ private:
+  friend int vlm_udp_master_k720_port();
+  friend struct UdpMasterK720Peer;  // lets tests look at the socket
+
+  std::size_t receive_message();
+  int take_idle_slot();
+  camctrl_msg_t message();
+  void send_to_client(const camctrl_msg_t& msg, std::size_t size);
+
+  int m_udp_server_port = 0;
+  int m_udp_server_fd = 0;
+  pthread_mutex_t m_mutex;           // guards m_count and the hand-off of the slot
+  pthread_cond_t m_cond;             // a command waits
+  int m_count = 0;                   // validated commands not yet executed
+  std::atomic<int> m_unanswered{0};  // those of them that no reply has been sent to
+  camctrl_msg_t m_camctr_msg{};
+  sockaddr_in m_peer_client_addr{};
+  std::mutex m_slot_mutex;  // guards the two above, which are overwritten while a command runs
+};
+
+#endif  // VELMAR_UDP_MASTER_K720_H

@@ -1,0 +1,85 @@
+// The simulated camera: a pure state machine that answers every camera request. It has no bus, no
+// threads and no clock of its own; the time is handed in, in milliseconds from any start.
+#ifndef CAMERA_SIM_CAMERA_MODEL_H
+#define CAMERA_SIM_CAMERA_MODEL_H
+
+#include <optional>
+#include <string>
+
+#include "camera_capture.h"
+#include "camera_lens.h"
+#include "camera_notifications.h"
+#include "camera_properties.h"
+#include "camera_settings.h"
+#include "camera_storage.h"
+#include "camera_thermal.h"
+#include "vlm_userlcm_control_camera.h"
+
+/// What the camera is doing as a whole. Anything but running answers no command but with an error.
+enum class CameraPhase { kRunning, kUpgrading, kBooting };
+
+constexpr u64 kUpgradeMs = 3000;
+constexpr u64 kBootMs = 1000;
+
+/// Not synchronised. A time before the latest one handed in counts as that one.
+class CameraModel {
+ public:
+  /// A camera that has just started in video mode, with a card; `thermal`: one with a thermal
+  /// sensor.
+  explicit CameraModel(bool thermal = false);
+  CameraModel(const CameraModel&) = delete;
+  CameraModel& operator=(const CameraModel&) = delete;
+
+  /// Carries out `request` at `now_ms` and returns its reply: its code, a result, and on success
+  /// the payload. Any bytes are a request; what the camera does not know is answered as
+  /// unsupported.
+  udp_ctrl_cam_t handle(const udp_ctrl_cam_t& request, u64 now_ms);
+
+  /// Moves the first notification that is due at `now_ms` to `taken`; false when there is none.
+  /// Those that belong to a request are due after its reply.
+  bool take_notification(u64 now_ms, Notification& taken);
+  /// When the next notification comes, as far as is known now.
+  std::optional<u64> next_due_ms() const;
+
+  /// The operator's hand: puts the card in or takes it out; false when there is nothing to change.
+  bool insert_card(u64 now_ms);
+  bool remove_card(u64 now_ms);
+  /// Sets or unsets a property as CameraProperties::put does.
+  vlm_err_t put_property(const std::string& name, const std::string& value);
+
+  /// The camera at a glance: what its snapshot command answers at `now_ms`, and how its parts are
+  /// as of the latest time handed in.
+  udp_ctrl_cam_request_list_t snapshot(u64 now_ms);
+  CameraPhase phase() const { return _phase; }
+  u32 version() const;
+  u32 pictures_taken() const { return _capture.pictures_taken(); }
+  const CameraProperties& properties() const { return _properties; }
+
+ private:
+  void advance(u64 now_ms);
+  vlm_err_t answer(int code, const u8* in, u8* out);
+  std::optional<vlm_err_t> answer_own(int code, const u8* in, u8* out);
+  udp_ctrl_cam_request_list_t request_list() const;
+  void report_version(u8* out) const;
+  vlm_err_t format(u8 slot);
+  vlm_err_t upgrade();
+  void restart(u64 now_ms);
+  bool announce_card(bool changed);
+
+  const bool _thermal_sensor;
+  u64 _now_ms = 0;
+  CameraPhase _phase = CameraPhase::kRunning;
+  u64 _phase_ends_ms = 0;
+  u32 _upgrades = 0;
+
+  CameraSettings _settings;
+  CameraSettings _custom;  // what the operator saved, the defaults until then
+  CameraStorage _storage;
+  CameraProperties _properties;
+  CameraLens _lens;
+  NotificationQueue _notifications;
+  CameraCapture _capture;
+  CameraThermal _thermal;
+};
+
+#endif  // CAMERA_SIM_CAMERA_MODEL_H

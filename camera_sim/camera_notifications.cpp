@@ -1,0 +1,21 @@
+#include "camera_notifications.h"
+
+#include <algorithm>
+
+/// Behind those that are due at the same time.
+void NotificationQueue::add(const Notification& added) {
+  const auto later = [](u64 due, const Notification& other) { return due < other.due_ms; };
+  _queue.insert(std::upper_bound(_queue.begin(), _queue.end(), added.due_ms, later), added);
+}
+
+bool NotificationQueue::take(u64 now_ms, Notification& taken) {
+  if (_queue.empty() || _queue.front().due_ms > now_ms) return false;
+  taken = _queue.front();
+  _queue.pop_front();
+  return true;
+}
+
+std::optional<u64> NotificationQueue::next_due_ms() const {
+  if (_queue.empty()) return std::nullopt;
+  return _queue.front().due_ms;
+}

@@ -1,0 +1,187 @@
+// The way of a prompt reply takes no allocation and no other thread: record and packet live on the
+// stack, and texts are made only for a trace.
+#include "camera_peer.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "payload_bytes.h"
+#include "sim_describe.h"
+
+namespace {
+
+/// Bytes before the message.
+constexpr std::size_t kEnvelopeSize = offsetof(userlcm_packet_t, msg_buf);
+
+/// Whether the packet names `sender` as its sender's channel; the field may have no terminator.
+bool is_from(const void* packet, const char* sender) {
+  const char* channel = static_cast<const char*>(packet);
+  return std::strncmp(channel, sender, sizeof(userlcm_packet_t::channel)) == 0;
+}
+
+/// An empty packet that names `sender` as its sender's channel.
+userlcm_packet_t packet_from(const char* sender) {
+  userlcm_packet_t packet{};
+  std::strncpy(packet.channel, sender, sizeof packet.channel - 1);
+  return packet;
+}
+
+}  // namespace
+
+CameraPeer::CameraPeer(bool thermal, FaultPlan faults, u64 seed, Publish publish, Trace trace)
+    : _publish(std::move(publish)),
+      _trace(std::move(trace)),
+      _prompt(faults.latency_high_us == 0),
+      _camera(thermal),
+      _faults(std::move(faults), seed),
+      _sender([this] { serve(); }) {}
+
+void CameraPeer::receive(const void* packet, unsigned int length) {
+  constexpr std::size_t kRecordAt = kEnvelopeSize + offsetof(msg_from_rep_t, msg_data);
+  if (length < kRecordAt + sizeof(udp_ctrl_cam_t)) return ignore("too short");
+  if (!is_from(packet, kReplyChannel)) return ignore("not from the camera's client");
+  const u8* bytes = static_cast<const u8*>(packet);
+  if (bytes[kEnvelopeSize] != LCM_CONTROL_CAMERA) return ignore("no camera request");
+  answer(load<udp_ctrl_cam_t>(bytes + kRecordAt));
+}
+
+void CameraPeer::receive_rtsp(const void* packet, unsigned int length) {
+  if (length < kEnvelopeSize + sizeof(lcm_udp_rtsp_msg_t)) return ignore("too short");
+  const u8* bytes = static_cast<const u8*>(packet);
+  const std::string reply_channel = load_text(bytes, sizeof(userlcm_packet_t::channel));
+  if (reply_channel.empty()) return ignore("names no channel for the answer");
+  const auto request = load<lcm_udp_rtsp_msg_t>(bytes + kEnvelopeSize);
+  if (_trace) _trace("-> " + describe_rtsp(request));
+  std::optional<lcm_udp_rtsp_msg_t> reply;
+  {
+    const std::lock_guard<std::mutex> guard(_mutex);
+    reply = _rtsp.handle(request);
+  }
+  if (!reply) return ignore("no command of the streaming process");
+  if (_trace) _trace("<- " + describe_rtsp(*reply));
+  userlcm_packet_t answer = packet_from(kRtspRequestChannel);
+  store(answer.msg_buf, *reply);
+  _publish(&answer, sizeof *reply, reply_channel.c_str());
+}
+
+OperatorAnswer CameraPeer::operate(const std::string& line) {
+  const std::lock_guard<std::mutex> guard(_mutex);
+  OperatorAnswer answer = ::operate({_camera, _rtsp, now_ms()}, line);
+  wake_sender();
+  return answer;
+}
+
+void CameraPeer::stop() {
+  {
+    const std::lock_guard<std::mutex> guard(_mutex);
+    _stopping = true;
+  }
+  _changed.notify_all();
+  if (_sender.joinable()) _sender.join();
+}
+
+/// Decides, carries out and schedules under the lock; publishes a prompt reply without it.
+void CameraPeer::answer(const udp_ctrl_cam_t& request) {
+  if (_trace) _trace("-> " + describe_request(request));
+  std::unique_lock<std::mutex> lock(_mutex);
+  const Fate fate = _faults.next(request.cmd_type);
+  if (fate.muted) return ignore("muted");
+  const udp_ctrl_cam_t reply = reply_to(request, fate);
+  const bool at_once = _prompt && !fate.held;
+  if (!at_once) schedule(reply, fate);
+  wake_sender();
+  lock.unlock();
+  if (fate.copies == 0 && _trace) _trace("<- lost: " + describe_reply(reply));
+  for (int copy = 0; at_once && copy < fate.copies; ++copy) publish(outgoing(reply));
+}
+
+/// The camera's reply, or the error that the faults ask for. Under the lock.
+udp_ctrl_cam_t CameraPeer::reply_to(const udp_ctrl_cam_t& request, const Fate& fate) {
+  if (!fate.error) return _camera.handle(request, now_ms());
+  udp_ctrl_cam_t reply{};
+  reply.cmd_type = request.cmd_type;
+  reply.err_code = *fate.error;
+  return reply;
+}
+
+/// The packet of a reply, with its trace where one is wanted.
+OutgoingPacket CameraPeer::outgoing(const udp_ctrl_cam_t& reply) const {
+  OutgoingPacket made{packet_from(kRequestChannel), sizeof(msg_from_rep_t), {}};
+  made.packet.msg_buf[0] = LCM_CONTROL_CAMERA;
+  store(made.packet.msg_buf + 1, reply);
+  if (_trace) made.trace = "<- " + describe_reply(reply);
+  return made;
+}
+
+/// Lines up the copies of a reply that is not prompt. Under the lock.
+void CameraPeer::schedule(const udp_ctrl_cam_t& reply, const Fate& fate) {
+  const u64 due_us = now_us() + fate.delay_us;
+  for (int copy = 0; copy < fate.copies; ++copy) {
+    if (fate.held) {
+      _schedule.add(due_us, outgoing(reply));
+    } else {
+      _schedule.add_in_order(due_us, outgoing(reply));
+    }
+  }
+}
+
+/// Tells before it publishes: whoever has the packet finds its line too. Not under the lock.
+void CameraPeer::publish(const OutgoingPacket& outgoing) const {
+  if (_trace) _trace(outgoing.trace);
+  _publish(&outgoing.packet, outgoing.length, kReplyChannel);
+}
+
+/// Body of the sender thread: publishes what is due, and sleeps until more will be.
+void CameraPeer::serve() {
+  std::unique_lock<std::mutex> lock(_mutex);
+  while (!_stopping) {
+    collect_notifications();
+    if (const auto due = _schedule.take(now_us())) {
+      lock.unlock();
+      publish(*due);
+      lock.lock();
+      continue;
+    }
+    _sender_wakes_us = next_due_us();
+    const auto sooner = [this] { return _stopping || next_due_us() < _sender_wakes_us; };
+    if (_sender_wakes_us == kNever) {
+      _changed.wait(lock, sooner);
+    } else {
+      _changed.wait_until(lock, _start + std::chrono::microseconds(_sender_wakes_us), sooner);
+    }
+  }
+}
+
+/// Notifications line up behind the replies that are waiting, so that none overtakes its own.
+void CameraPeer::collect_notifications() {
+  Notification due;
+  while (_camera.take_notification(now_ms(), due)) {
+    OutgoingPacket made{packet_from(kRequestChannel), sizeof(msg_from_rep_t), {}};
+    made.packet.msg_buf[0] = static_cast<u8>(due.type);
+    store(made.packet.msg_buf + 1, due.data);
+    if (_trace) made.trace = "<- " + describe_notification(due);
+    _schedule.add_in_order(now_us(), std::move(made));
+  }
+}
+
+/// To be called under the lock after each change; needed only when something is due sooner.
+void CameraPeer::wake_sender() {
+  if (next_due_us() < _sender_wakes_us) _changed.notify_one();
+}
+
+/// When a packet or a notification is due next. Under the lock.
+u64 CameraPeer::next_due_us() const {
+  const auto notification_ms = _camera.next_due_ms();
+  return std::min(_schedule.next_due_us().value_or(kNever),
+                  notification_ms ? *notification_ms * 1000 : kNever);
+}
+
+/// Microseconds since the peer was made.
+u64 CameraPeer::now_us() const {
+  return static_cast<u64>(
+      std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - _start).count());
+}
+
+void CameraPeer::ignore(const char* why) const {
+  if (_trace) _trace(std::string("ignored: ") + why);
+}

@@ -1,0 +1,152 @@
+// camera_sim: the simulated camera on the message bus. Serves until it is told to end, by a signal
+// or by its operator; the end of its input does not end it.
+#include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bus_readiness.h"
+#include "camera_peer.h"
+#include "sim_options.h"
+#include "vlm_userlcm_control_camera.h"
+
+namespace {
+
+constexpr int kFailure = 1;
+constexpr int kUsageFault = 2;
+constexpr std::chrono::seconds kReadinessLimit{5};
+
+// The bus threads never end, so what they use is never destroyed.
+CameraPeer* g_peer;
+BusReadiness* g_readiness;
+volatile std::sig_atomic_t g_end;
+
+/// Runs on the main thread while it waits for input.
+void on_end_signal(int) { g_end = 1; }
+
+// On the bus threads.
+
+extern "C" void on_camera_packet(void* packet, unsigned int length, char* channel, void*) {
+  if (!g_readiness->is_probe(packet, length, channel)) g_peer->receive(packet, length);
+}
+
+extern "C" void on_rtsp_packet(void* packet, unsigned int length, char* channel, void*) {
+  if (!g_readiness->is_probe(packet, length, channel)) g_peer->receive_rtsp(packet, length);
+}
+
+/// The signals that end the program are delivered only while the main thread waits for input.
+sigset_t hold_end_signals() {
+  struct sigaction action {};
+  action.sa_handler = on_end_signal;
+  sigaction(SIGTERM, &action, nullptr);
+  sigaction(SIGINT, &action, nullptr);
+  // A background job that reads its terminal gets an error instead of being stopped.
+  std::signal(SIGTTIN, SIG_IGN);
+  sigset_t held;
+  sigset_t before;
+  sigemptyset(&held);
+  sigaddset(&held, SIGTERM);
+  sigaddset(&held, SIGINT);
+  pthread_sigmask(SIG_BLOCK, &held, &before);
+  sigdelset(&before, SIGTERM);
+  sigdelset(&before, SIGINT);
+  return before;
+}
+
+/// A closed standard input must not become the number of some socket.
+void ensure_standard_input() {
+  if (fcntl(STDIN_FILENO, F_GETFD) == -1) open("/dev/null", O_RDONLY);
+}
+
+/// Serves a subscription on a thread of its own, as long as the process lives.
+void subscribe(const char* channel, ReceiveBufCallBack callback) {
+  auto* subscription = new Receive_msg_t{};
+  std::snprintf(subscription->channel, sizeof subscription->channel, "%s", channel);
+  subscription->f = callback;
+  std::thread([subscription] {
+    register_lcm_message(subscription);
+    g_readiness->give_up();
+  }).detach();
+}
+
+void print_line(const std::string& line) { std::puts(line.c_str()); }
+
+/// Runs the operator's lines; false when one of them ends the program.
+bool run(const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) {
+    const OperatorAnswer answer = g_peer->operate(line);
+    std::fputs(answer.text.c_str(), stdout);
+    if (answer.quit) return false;
+  }
+  return true;
+}
+
+/// Serves the operator until a signal, or the operator, ends the program.
+void serve_operator(const sigset_t& waiting_mask) {
+  LineBuffer buffer;
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  while (g_end == 0) {
+    if (ppoll(&input, 1, nullptr, &waiting_mask) <= 0) continue;
+    char bytes[512];
+    const ssize_t size = read(STDIN_FILENO, bytes, sizeof bytes);
+    if (size > 0) {
+      if (!run(buffer.feed(bytes, static_cast<std::size_t>(size)))) return;
+    } else if (size == 0 || (errno != EINTR && errno != EAGAIN)) {
+      if (!run({buffer.rest()})) return;
+      input.fd = -1;  // no more input: wait for a signal alone
+    }
+  }
+}
+
+/// Says what is wrong on standard error; returns `status`.
+int complain(const std::string& message, int status) {
+  std::fprintf(stderr, "camera_sim: %s\n", message.c_str());
+  return status;
+}
+
+/// Serves until it is told to end; returns the exit status.
+int simulate(const SimOptions& options) {
+  const u64 seed = options.seed ? *options.seed : std::random_device()();
+  const sigset_t waiting_mask = hold_end_signals();
+  g_readiness = new BusReadiness("camera_sim", {kRequestChannel, kRtspRequestChannel});
+  g_peer = new CameraPeer(options.thermal, options.faults, seed, send_msg_to_lcm,
+                          options.verbose ? CameraPeer::Trace(print_line) : nullptr);
+  subscribe(kRequestChannel, on_camera_packet);
+  subscribe(kRtspRequestChannel, on_rtsp_packet);
+  if (!g_readiness->wait(kReadinessLimit)) {
+    return complain("the bus does not deliver", kFailure);
+  }
+  std::printf("camera_sim: ready, seed %llu\n", static_cast<unsigned long long>(seed));
+  serve_operator(waiting_mask);
+  g_peer->stop();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  SimOptions options;
+  const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+  const std::string fault = parse_options(arguments, options);
+  if (!fault.empty()) return complain(fault + "; see --help", kUsageFault);
+  if (options.help) {
+    std::fputs(options_help().c_str(), stdout);
+    return 0;
+  }
+  if (options.version) {
+    std::puts("camera_sim " VLM_VERSION);
+    return 0;
+  }
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);
+  ensure_standard_input();
+  return simulate(options);
+}

@@ -1,0 +1,56 @@
+// Temperatures are tenths of a degree and depend on the settings alone, so that tests know them.
+#include "camera_thermal.h"
+
+#include "payload_bytes.h"
+
+bool is_thermal_code(int code) {
+  return (code >= UDP_CTRL_CAM_GET_PALETTE_TYPE && code <= UDP_CTRL_CAM_SET_TH_DEWARP) ||
+         (code >= UDP_CTRL_CAM_SET_THERMAL_CALI_TEMP && code <= UDP_CTRL_CAM_USB_PASS_THROUGH_CTRL);
+}
+
+std::optional<vlm_err_t> CameraThermal::answer(int code, u8* out) {
+  switch (code) {
+    case UDP_CTRL_CAM_RUN_FFC_NORMALIZATION:
+    case UDP_CTRL_CAM_TH_SAVE_CONF: return VLM_ERR_NONE;
+    case UDP_CTRL_CAM_GET_TEMPERATURE_STATUS: store(out, temperatures()); return VLM_ERR_NONE;
+    case UDP_CTRL_CAM_GET_CAMERA_PN_INFO: store(out, sensor_data()); return VLM_ERR_NONE;
+    case UDP_CTRL_CAM_RUN_THERMAL_CALI:
+    case UDP_CTRL_CAM_RUN_FPA_THERMAL_CALI: ++_calibrations; return VLM_ERR_NONE;
+    default: return std::nullopt;
+  }
+}
+
+/// A scene around the environment temperature, in tenths of a degree. The locked range is that of
+/// the temperature bar, whose ends are degrees.
+udp_ctrl_cam_lepton_area_temp_t CameraThermal::temperatures() const {
+  const CameraRecords& records = _settings.records();
+  const s32 scene = records.env_temp.enable != 0 ? records.env_temp.env_temp_x10 : 250;
+  udp_ctrl_cam_lepton_area_temp_t status{};
+  status.all_area = {scene + 12, scene + 87, scene - 31, scene};
+  if (records.area.enable != 0) status.custom_area = {scene + 12, scene + 20, scene, scene + 10};
+  if (_settings[Setting::kLockRange] != 0) {
+    status.locked_max_temp = records.temp_bar.max_temp * 10;
+    status.locked_min_temp = records.temp_bar.min_temp * 10;
+  }
+  return status;
+}
+
+/// A sensor of 640 pixels a line; calibration shows once it has been run.
+vlm_camera_pn_info_t CameraThermal::sensor_data() const {
+  vlm_camera_pn_info_t info{};
+  info.cameraSN = 1000001;
+  info.ver_major = 2;
+  info.ver_minor = 0;
+  info.ver_patch = 1;
+  info.resolution = 640;
+  info.frameRate = 30;
+  info.grade = 1;
+  info.HFOV = 32;
+  info.fpa_temp_x10 = 315;
+  info.focalLength = 190;
+  info.aperture = 10;
+  info.DFOV = 40;
+  info.cali_status = _calibrations > 0 ? 1 : 0;
+  info.cali_ver = _calibrations;
+  return info;
+}

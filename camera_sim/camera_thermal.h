@@ -1,0 +1,28 @@
+// The thermal sensor of the simulated camera, apart from its settings: temperatures, calibration
+// and the sensor's own data.
+#ifndef CAMERA_SIM_CAMERA_THERMAL_H
+#define CAMERA_SIM_CAMERA_THERMAL_H
+
+#include <optional>
+
+#include "camera_settings.h"
+
+/// Whether the command needs a thermal sensor.
+bool is_thermal_code(int code);
+
+class CameraThermal {
+ public:
+  explicit CameraThermal(const CameraSettings& settings) : _settings(settings) {}
+
+  /// Carries out the command `code` as CameraSettings::answer does; no value: none of its codes.
+  std::optional<vlm_err_t> answer(int code, u8* out);
+
+ private:
+  udp_ctrl_cam_lepton_area_temp_t temperatures() const;
+  vlm_camera_pn_info_t sensor_data() const;
+
+  const CameraSettings& _settings;
+  u16 _calibrations = 0;  // runs since the start
+};
+
+#endif  // CAMERA_SIM_CAMERA_THERMAL_H

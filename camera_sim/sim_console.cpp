@@ -1,0 +1,151 @@
+#include "sim_console.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <iterator>
+#include <sstream>
+#include <utility>
+
+#include "velmar_err.h"
+
+namespace {
+
+/// printf into a text.
+__attribute__((format(printf, 1, 2))) std::string line_of(const char* format, ...) {
+  char line[256];
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(line, sizeof line, format, arguments);
+  va_end(arguments);
+  return line;
+}
+
+// One function a command; `rest` is what follows its word, without blanks at either end.
+
+OperatorAnswer card(const SimulatedBoard& board, const std::string& rest) {
+  if (rest == "remove") {
+    return {board.camera.remove_card(board.now_ms) ? "card removed\n" : "no card is inserted\n"};
+  }
+  if (rest == "insert") {
+    return {board.camera.insert_card(board.now_ms) ? "card inserted\n"
+                                                   : "a card is inserted already\n"};
+  }
+  return {"card needs \"remove\" or \"insert\"\n"};
+}
+
+/// The value is the rest of the line; without one the property is unset.
+OperatorAnswer set(const SimulatedBoard& board, const std::string& rest) {
+  const auto space = rest.find(' ');
+  const std::string name = rest.substr(0, space);
+  const std::string value = space == std::string::npos ? "" : rest.substr(space + 1);
+  const vlm_err_t result = board.camera.put_property(name, value);
+  if (result != VLM_ERR_NONE) return {std::string("not set: ") + vlm_strerr(result) + "\n"};
+  return {value.empty() ? name + " is unset\n" : name + " = " + value + "\n"};
+}
+
+const char* text_of(CameraPhase phase) {
+  switch (phase) {
+    case CameraPhase::kRunning: return "running";
+    case CameraPhase::kUpgrading: return "upgrading";
+    case CameraPhase::kBooting: return "booting";
+  }
+  return "";
+}
+
+/// Of the camera's own status byte.
+const char* text_of_status(u8 status) {
+  return status == 3 ? "recording" : status == 2 ? "capturing" : "idle";
+}
+
+OperatorAnswer state(const SimulatedBoard& board, const std::string&) {
+  CameraModel& camera = board.camera;
+  const udp_ctrl_cam_request_list_t list = camera.snapshot(board.now_ms);
+  const u32 version = camera.version();
+  const u8 status = list.camera_status;
+  const auto& storage = list.sdcard_storage_t[0];
+  std::string text =
+      line_of("camera      %s, version %u.%u.%u%c\n", text_of(camera.phase()), version & 0xFF,
+              version >> 8 & 0xFF, version >> 16 & 0xFF, static_cast<char>(version >> 24));
+  text += line_of("mode        %s, %s\n", list.cam_mode == kVideoMode ? "video" : "photo",
+                  text_of_status(status));
+  text += line_of("recording   %u s\n", list.recording_time_s);
+  text += line_of("pictures    %u\n", camera.pictures_taken());
+  text += line_of("card        %s, %u of %u KiB free\n",
+                  storage.status == VLM_STORAGE_INSERTED ? "inserted" : "removed",
+                  storage.available_capacity, storage.total_capacity);
+  text += line_of("video       %u x %u, %u fps\n", list.video_res.res.w, list.video_res.res.h,
+                  list.video_res.fps);
+  text += line_of("zoom        %.1f, digital %u\n", static_cast<double>(list.zoom), list.dzoom);
+  text += line_of("exposure    ae %u, ev %u, shutter %u, iso %u, iris %u\n", list.ae_mode, list.ev,
+                  list.shutter, list.iso, list.iris);
+  text += line_of("streaming   %u fps, flow control %u, debug %u\n", board.rtsp.fps(),
+                  board.rtsp.flow_control(), board.rtsp.flow_control_debug());
+  for (const auto& [name, value] : camera.properties().all()) {
+    text += line_of("property    %s = %s\n", name.c_str(), value.c_str());
+  }
+  return {text};
+}
+
+OperatorAnswer help(const SimulatedBoard&, const std::string&);
+
+OperatorAnswer quit(const SimulatedBoard&, const std::string&) { return {"", true}; }
+
+/// A row of the command table, from which the help is printed too.
+struct Command {
+  const char* word;
+  const char* usage;
+  const char* help;
+  OperatorAnswer (*run)(const SimulatedBoard& board, const std::string& rest);
+};
+
+constexpr Command kCommands[] = {
+    {"card", "card remove|insert", "take the card out, put it in", card},
+    {"set", "set NAME VALUE", "set a property; without a value, unset it", set},
+    {"state", "state", "print the state of the camera", state},
+    {"help", "help", "print this", help},
+    {"quit", "quit", "end the simulator", quit},
+};
+
+OperatorAnswer help(const SimulatedBoard&, const std::string&) {
+  std::string text;
+  for (const Command& command : kCommands) {
+    text += line_of("%-19s %s\n", command.usage, command.help);
+  }
+  return {text};
+}
+
+/// Without blanks at either end; a carriage return is one.
+std::string without_ends(const std::string& line) {
+  const auto first = line.find_first_not_of(" \t\r");
+  if (first == std::string::npos) return "";
+  return line.substr(first, line.find_last_not_of(" \t\r") - first + 1);
+}
+
+}  // namespace
+
+OperatorAnswer operate(const SimulatedBoard& board, const std::string& line) {
+  if (line.size() > kLongestLine) return {"the line is too long\n"};
+  const std::string command = without_ends(line);
+  if (command.empty()) return {""};
+  const auto space = command.find_first_of(" \t");
+  const std::string word = command.substr(0, space);
+  const std::string rest =
+      space == std::string::npos ? "" : without_ends(command.substr(space + 1));
+  for (const Command& known : kCommands) {
+    if (word == known.word) return known.run(board, rest);
+  }
+  return {"unknown command \"" + word + "\"; \"help\" lists them\n"};
+}
+
+std::vector<std::string> LineBuffer::feed(const char* bytes, std::size_t size) {
+  std::vector<std::string> lines;
+  for (std::size_t i = 0; i < size; ++i) {
+    if (bytes[i] == '\n') {
+      lines.push_back(std::move(_line));
+      _line.clear();
+    } else if (_line.size() <= kLongestLine) {
+      _line += bytes[i];
+    }
+  }
+  return lines;
+}

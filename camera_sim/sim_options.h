@@ -1,0 +1,27 @@
+// Command line of the simulator: one table, from which the help is printed too.
+#ifndef CAMERA_SIM_SIM_OPTIONS_H
+#define CAMERA_SIM_SIM_OPTIONS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sim_faults.h"
+
+struct SimOptions {
+  bool thermal = false;
+  bool verbose = false;
+  bool help = false;
+  bool version = false;
+  std::optional<u64> seed;
+  FaultPlan faults;
+};
+
+/// Reads `arguments`, the program's name left out; "--name value" and "--name=value" both serve.
+/// Returns an empty text, or what is wrong.
+std::string parse_options(const std::vector<std::string>& arguments, SimOptions& options);
+
+/// What --help prints.
+std::string options_help();
+
+#endif  // CAMERA_SIM_SIM_OPTIONS_H

@@ -1,0 +1,54 @@
+#include "bus_listeners.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <thread>
+
+#include "bus_readiness.h"
+#include "lcm_request.h"
+#include "vlm_test.h"
+
+namespace {
+
+constexpr std::chrono::seconds kReadinessLimit{5};
+
+/// Never destroyed: the listener threads use it while the process exits.
+BusReadiness& readiness() {
+  // What a console on the reply channel takes for a message of the camera, and does not know.
+  static auto& instance = *new BusReadiness(kRequestChannel, {kReplyChannel, kRtspReplyChannel});
+  return instance;
+}
+
+extern "C" void on_reply(void* packet, unsigned int length, char* channel, void* user) {
+  if (!readiness().is_probe(packet, length, channel)) TestGetLcmMsg(packet, length, channel, user);
+}
+
+/// A packet that is too short for its record is completed with zeros.
+extern "C" void on_rtsp_answer(void* bytes, unsigned int length, char* channel, void*) {
+  if (readiness().is_probe(bytes, length, channel)) return;
+  userlcm_packet_t packet{};
+  std::memcpy(&packet, bytes, std::min<std::size_t>(length, sizeof packet));
+  lcm_udp_rtsp_msg_t answer;
+  std::memcpy(&answer, packet.msg_buf, sizeof answer);
+  lcm_request.receive_msg_from_rtsp(answer.msg_cmd, answer.msg_buf);
+}
+
+void subscribe(const char* channel, ReceiveBufCallBack callback) {
+  auto* subscription = new Receive_msg_t{};  // its thread's, for good
+  std::snprintf(subscription->channel, sizeof subscription->channel, "%s", channel);
+  subscription->f = callback;
+  std::thread([subscription] {
+    register_lcm_message(subscription);
+    readiness().give_up();
+  }).detach();
+}
+
+}  // namespace
+
+bool start_bus_listeners() {
+  subscribe(kReplyChannel, on_reply);
+  subscribe(kRtspReplyChannel, on_rtsp_answer);
+  return readiness().wait(kReadinessLimit);
+}

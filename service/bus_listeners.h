@@ -1,0 +1,10 @@
+// The service's two subscriptions: the camera's replies and the streaming process' answers, handed to
+// the request engine.
+#ifndef BUS_LISTENERS_H
+#define BUS_LISTENERS_H
+
+/// Starts both listener threads, which serve until the process ends. False when the bus does not
+/// deliver to them within 5 s.
+bool start_bus_listeners();
+
+#endif  // BUS_LISTENERS_H

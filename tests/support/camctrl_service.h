@@ -1,0 +1,46 @@
+// A camera-control service inside the test process, on a free port.
+#ifndef CAMCTRL_SERVICE_H
+#define CAMCTRL_SERVICE_H
+
+#include <chrono>
+#include <regex>
+#include <stdexcept>
+#include <string>
+
+#include "camctrl_app.h"
+#include "lcm_request_peer.h"
+#include "velmar_udp_master_k720.h"
+
+struct UdpMasterK720Peer {
+  static int port(const UdpMasterK720& service) { return service.m_udp_server_port; }
+  static int fd(const UdpMasterK720& service) { return service.m_udp_server_fd; }
+};
+
+/// Blocks until the service has done with, and told all about, what it has answered.
+inline void settle(UdpMasterK720& service) {
+  service.udp_lock();
+  service.udp_unlock();
+}
+
+/// Its threads never end, so that it is never freed.
+inline UdpMasterK720& start_camctrl_service() {
+  auto& service = *new UdpMasterK720;
+  if (service.master_initialization(0) != 0) throw std::runtime_error("no service");
+  return service;
+}
+
+/// How long the engine waits for the camera on behalf of this service.
+inline void set_reply_timeout(UdpMasterK720& service, std::chrono::milliseconds timeout) {
+  service.udp_lock();
+  LcmRequestPeer::timeouts(lcm_request).reply = timeout;
+  service.udp_unlock();
+}
+
+/// `text` with each "[path/file:function][line]: " replaced by "@function: ".
+inline std::string without_places(const std::string& text) {
+  static const std::regex place(
+      "\\[[^\\[\\]]*velmar_udp_master_k720\\w*\\.cpp:(\\w+)\\]\\[[0-9]+\\]: ");
+  return std::regex_replace(text, place, "@$1: ");
+}
+
+#endif  // CAMCTRL_SERVICE_H

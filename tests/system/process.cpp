@@ -1,0 +1,173 @@
+#include "process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+#include "runnable.h"
+
+namespace {
+
+constexpr std::chrono::seconds kPatience{30};
+
+struct Pipe {
+  int read_end;
+  int write_end;
+};
+
+Pipe make_pipe() {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  return {ends[0], ends[1]};
+}
+
+/// A raw terminal line would change newlines; this one only lacks the echo.
+Pipe make_pty() {
+  int master = -1;
+  int slave = -1;
+  if (openpty(&master, &slave, nullptr, nullptr, nullptr) != 0) throw std::runtime_error("no pty");
+  termios settings{};
+  tcgetattr(slave, &settings);
+  settings.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+  settings.c_oflag &= ~static_cast<tcflag_t>(ONLCR);
+  tcsetattr(slave, TCSANOW, &settings);
+  fcntl(master, F_SETFD, FD_CLOEXEC);
+  fcntl(slave, F_SETFD, FD_CLOEXEC);
+  return {master, slave};
+}
+
+[[noreturn]] void become(std::vector<std::string> arguments,
+                         const std::vector<std::string>& environment) {
+  std::signal(SIGPIPE, SIG_DFL);
+  for (const auto& variable : environment) putenv(const_cast<char*>(variable.c_str()));
+  arguments = runnable(arguments);
+  std::vector<char*> argv;
+  for (auto& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  execvp(argv[0], argv.data());
+  _exit(127);
+}
+
+}  // namespace
+
+Process::Process(const std::vector<std::string>& arguments,
+                 const std::vector<std::string>& environment, Terminal terminal) {
+  std::signal(SIGPIPE, SIG_IGN);
+  _errors = memfd_create("errors", MFD_CLOEXEC);
+  const Pipe output = terminal == kPty ? make_pty() : make_pipe();
+  const Pipe input = terminal == kPty ? Pipe{output.write_end, output.read_end} : make_pipe();
+  _pid = fork();
+  if (_pid == 0) {
+    setsid();
+    dup2(input.read_end, STDIN_FILENO);
+    dup2(output.write_end, STDOUT_FILENO);
+    dup2(_errors, STDERR_FILENO);
+    if (terminal == kPty) ioctl(STDIN_FILENO, TIOCSCTTY, 0);
+    become(arguments, environment);
+  }
+  close(output.write_end);
+  _output = output.read_end;
+  if (terminal == kPty) {
+    _input = dup(_output);
+  } else {
+    close(input.read_end);
+    _input = input.write_end;
+  }
+  fcntl(_input, F_SETFD, FD_CLOEXEC);
+}
+
+Process::~Process() {
+  if (!_reaped) {
+    kill(_pid, SIGKILL);
+    waitpid(_pid, nullptr, 0);
+  }
+  close_input();
+  close(_output);
+  close(_errors);
+}
+
+void Process::write(const std::string& text) const {
+  for (std::size_t done = 0; done < text.size();) {
+    const ssize_t count = ::write(_input, text.data() + done, text.size() - done);
+    if (count <= 0) return;  // it has gone: its exit tells why
+    done += static_cast<std::size_t>(count);
+  }
+}
+
+void Process::close_input() {
+  if (_input != -1) close(_input);
+  _input = -1;
+}
+
+bool Process::read_some() {
+  pollfd ready{_output, POLLIN, 0};
+  const auto patience = std::chrono::milliseconds(kPatience).count();
+  if (poll(&ready, 1, static_cast<int>(patience)) == 0) {
+    throw std::runtime_error("nothing more was printed after: " + _unread);
+  }
+  std::array<char, 4096> buffer{};
+  const ssize_t count = read(_output, buffer.data(), buffer.size());
+  if (count <= 0) return false;  // a pty reports its end as an error
+  _unread.append(buffer.data(), static_cast<std::size_t>(count));
+  return true;
+}
+
+std::string Process::read_until(const std::string& marker) {
+  std::size_t found = 0;
+  while ((found = _unread.find(marker)) == std::string::npos) {
+    if (!read_some()) throw std::runtime_error("no '" + marker + "' in: " + _unread + errors());
+  }
+  std::string text = _unread.substr(0, found + marker.size());
+  _unread.erase(0, text.size());
+  return text;
+}
+
+std::string Process::read_all() {
+  while (read_some()) {
+  }
+  return std::exchange(_unread, {});
+}
+
+std::string Process::errors() const {
+  std::string text;
+  std::array<char, 4096> buffer{};
+  ssize_t count = 0;
+  while ((count = pread(_errors, buffer.data(), buffer.size(), static_cast<off_t>(text.size()))) >
+         0) {
+    text.append(buffer.data(), static_cast<std::size_t>(count));
+  }
+  return text;
+}
+
+void Process::signal(int number) const { kill(_pid, number); }
+
+int Process::wait() {
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (!_reaped) {
+    int status = 0;
+    if (waitpid(_pid, &status, WNOHANG) == _pid) {
+      _reaped = true;
+      _status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    } else if (std::chrono::steady_clock::now() > deadline) {
+      throw std::runtime_error("it did not end; unread: " + _unread);
+    } else {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
+  return _status;
+}
+
+std::string program(const std::string& name) { return std::string(VLM_BIN_DIR) + "/" + name; }

@@ -1,0 +1,475 @@
+// Every command of the service: the camera record that it publishes, its log lines and its reply.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "camctrl_app.h"
+#include "camctrl_service.h"
+#include "scripted_bus.h"
+#include "transcript.h"
+
+namespace {
+
+constexpr int kUnsupported = 1;
+constexpr int kTimeout = 26;
+
+enum Kind { kSet, kGet };
+
+struct Command {
+  const char* name;
+  int option;
+  Bytes data;  // of the request
+  int code;    // of the camera's command
+  Bytes params;
+  Kind kind;
+  Bytes answer;  // the camera's, on success
+  Bytes reply;   // data of the service's, on success
+  std::vector<std::string> log;
+};
+
+Bytes text_bytes(const std::string& text, std::size_t size) {
+  Bytes bytes(text.begin(), text.end());
+  bytes.resize(size);
+  return bytes;
+}
+
+Bytes joined(Bytes bytes, const Bytes& more) {
+  for (const u8 byte : more) bytes.push_back(byte);
+  return bytes;
+}
+
+const std::string kAwbLegend1 = "0-AUTO,1-INCANDESCENT,3-SUNSET";
+const std::string kAwbLegend2 = "4-SUNNY,5-CLOUDY,7-FLUORESCENT,99-LOCK";
+
+const Command kCommands[] = {
+    {"RecordStart", 1, {}, 4, {}, kSet, {}, {}, {}},
+    {"RecordStop", 2, {}, 5, {}, kSet, {}, {}, {}},
+    {"TakePhoto", 3, {}, 3, {}, kSet, {}, {}, {}},
+    {"StopPhoto", 4, {}, 66, {}, kSet, {}, {}, {}},
+    {"SetCameraMode",
+     7,
+     {2},
+     2,
+     {2},
+     kSet,
+     {},
+     {},
+     {"[process_camera_functions_and_reply][LINE]:camera_mode = 2"}},
+    {"SetVideo",
+     8,
+     {0x0F, 0x00, 0x08, 0x70, 30, 1, 2, 3, 4},
+     16,
+     {0x00, 0x0F, 0x70, 0x08, 30, 0xFF, 0xFF, 0xFF, 0xFF},
+     kSet,
+     {},
+     {},
+     {"video_resolution_h(3840);video_resolution_v(2160);video_framerate(30)"}},
+    {"SetPhotoFormat",
+     10,
+     {131},
+     26,
+     {131},
+     kSet,
+     {},
+     {},
+     {"image_format = 131(1:jpg,131:jpg+dng)"}},
+    {"SetPhotoMode",
+     11,
+     {0x01, 0x02, 0xFF, 0x03, 0x00, 0x01, 0x86, 0xA0, 0x04},
+     51,
+     {4, 0x02, 0x01, 0xFF, 3, 0xA0, 0x86, 0x01, 0x00, 0, 0},
+     kSet,
+     {},
+     {},
+     {"0--SINGLE,3--BURST,4--AEB,5--PANO_HORIZON,6--PANO_HEMISPHERE",
+      "capture_mode(4);photo_amount(258);ev_step(-1/3);interval_ms(100000)"}},
+    {"SetAeMode", 14, {1}, 8, {1}, kSet, {}, {}, {"aemode=1(0--auto;1--manual)"}},
+    {"SetEv", 15, {0x34, 0x12}, 10, {0x34, 0x12}, kSet, {}, {}, {"cam_ev(1234)"}},
+    {"SetShutter",
+     16,
+     {0x07, 0x00, 0x55, 0x66},
+     59,
+     {0x07, 0x00},
+     kSet,
+     {},
+     {},
+     {"set cam_shutter(07)"}},
+    {"SetIso",
+     17,
+     {0x00, 0x01, 0x90, 0x00},
+     60,
+     {0x00, 0x90},
+     kSet,
+     {},
+     {},
+     {"set cam_iso(102400)"}},
+    {"SetShutterIso",
+     18,
+     {0x00, 0x01, 0x01, 0xF4, 0x00, 0x01, 0x90, 0x00},
+     12,
+     {0, 0x01, 0x00, 0xF4, 0x01, 0x00, 0x90, 0x01, 0x00},
+     kSet,
+     {},
+     {},
+     {"shutter(1/500);ISO(102400)"}},
+    {"SetMeterMode",
+     19,
+     {2},
+     18,
+     {2},
+     kSet,
+     {},
+     {},
+     {"meter_mode = 2(0x00->Center,0x01->Average,0x02->Spot)"}},
+    {"SetFlickerMode",
+     20,
+     {1},
+     20,
+     {1},
+     kSet,
+     {},
+     {},
+     {"flicker_mode = 1(0x00->Auto,0x01->60Hz,0x02->50Hz)"}},
+    {"SetAwbMode", 21, {99}, 14, {99}, kSet, {}, {}, {"awb_mode = 99", kAwbLegend1, kAwbLegend2}},
+    {"SetIqType",
+     22,
+     {3},
+     22,
+     {3},
+     kSet,
+     {},
+     {},
+     {"iq_type=3(0x00->nature,0x01->saturation,0x02->raw,0x03->night)"}},
+    {"GetVersion",
+     23,
+     {},
+     31,
+     {},
+     kGet,
+     joined(text_bytes("K720CAMX", 8), {0x12, 0xF3, 0x2F, 'b'}),
+     joined(text_bytes("K720CAM", 8), {2, 3, 15, 'b', 0, 0, 0, 0, 0, 0, 0, 0}),
+     {"camera version:K720CAM_2.3.15_b"}},
+    {"SetTime",
+     24,
+     {0x5A, 0x43, 0xCF, 0xF4},
+     32,
+     {0xF4, 0xCF, 0x43, 0x5A, 0, 0, 0, 0},
+     kSet,
+     {},
+     {},
+     {"SET_TIME: 1514393588(UTC Wed Dec 27 16:53:08 2017", ")"}},
+    {"FormatSdcard", 25, {1}, 27, {0}, kSet, {}, {}, {}},
+    {"ResetSettings", 26, {}, 28, {}, kSet, {}, {}, {}},
+    {"SetDroneName",
+     29,
+     text_bytes("my drone", 20),
+     54,
+     text_bytes("my drone", 20),
+     kSet,
+     {},
+     {},
+     {"set ssid = my drone"}},
+    {"SetDronePassword",
+     31,
+     text_bytes("12345678", 20),
+     44,
+     text_bytes("12345678", 21),
+     kSet,
+     {},
+     {},
+     {"set password = 12345678"}},
+    {"RebootDevice", 33, {}, 45, {}, kSet, {}, {}, {}},
+    {"SetSpotMeteringCoords",
+     36,
+     {40, 60},
+     37,
+     {40, 60},
+     kSet,
+     {},
+     {},
+     {"set x_ratio = 40;y_ratio = 60"}},
+    {"SetManualWb", 37, {55}, 58, {55}, kSet, {}, {}, {"set manual_wb_type = 55"}},
+    {"SetSystemMode", 40, {1}, 41, {1}, kSet, {}, {}, {"set system mode = 1"}},
+    {"GetSystemMode", 41, {}, 40, {}, kGet, {1}, {1}, {"get system mode = 1"}},
+    {"SetVideoEncodeMode", 45, {3}, 43, {3}, kSet, {}, {}, {"set video_encode_mode = 3"}},
+    {"SetPhotoRatio", 46, {2}, 47, {2}, kSet, {}, {}, {"set photo_ratio = 2"}},
+    {"SetFileType", 50, {1}, 49, {1}, kSet, {}, {}, {"set file_format = 1"}},
+    {"GetSpotMeteringCoords",
+     71,
+     {},
+     36,
+     {},
+     kGet,
+     {25, 75},
+     {25, 75},
+     {"get x_ratio = 25;y_ratio = 75"}},
+    {"SetPhotoQuality",
+     251,
+     {3},
+     24,
+     {3},
+     kSet,
+     {},
+     {},
+     {"photo_quality = 3(0x00->low,0x01->medium,0x02->high,0x03->ultra_high)"}},
+    {"GetAwbMode",
+     4114,
+     {},
+     13,
+     {},
+     kGet,
+     {100},
+     {100},
+     {"get awb_mode = 100", kAwbLegend1, kAwbLegend2}},
+    {"GetVideo",
+     4116,
+     {},
+     15,
+     {},
+     kGet,
+     {0x80, 0x07, 0x38, 0x04, 60},
+     {0x07, 0x80, 0x04, 0x38, 60, 0, 0, 0, 0},
+     {"video_resolution_h(1920);video_resolution_v(1080);video_framerate(60)"}},
+    {"GetIqType",
+     4120,
+     {},
+     21,
+     {},
+     kGet,
+     {2},
+     {2},
+     {"get iq_type=2", "(0x00->nature,0x01->saturation,0x02->raw,0x03->night)"}},
+    {"GetCameraMode", 4121, {}, 1, {}, kGet, {1}, {1}, {"camera_mode = 1(1-video;2-photo)"}},
+    {"GetVideoEncodeMode", 4123, {}, 42, {}, kGet, {3}, {3}, {"get video_encode_mode = 3"}},
+    {"GetPhotoRatio", 4124, {}, 46, {}, kGet, {1}, {1}, {"get photo_ratio = 1"}},
+};
+
+constexpr int kGetCameraType = 4096;
+
+class CamctrlCommands : public testing::Test {
+ protected:
+  CamctrlCommands() : _service(start_camctrl_service()), _app(UdpMasterK720Peer::port(_service)) {
+    setenv("TZ", "UTC0", 1);
+    bus().reset();
+  }
+
+  void TearDown() override {
+    if (HasFailure()) std::fputs(_transcript.text().c_str(), stderr);
+    set_reply_timeout(_service, std::chrono::seconds(3));
+  }
+
+  Bytes ask(const Bytes& request) {
+    const Bytes reply = _app.ask(request);
+    settle(_service);
+    return reply;
+  }
+  Bytes run(const Command& row) { return ask(camctrl_request(row.option, row.data)); }
+
+  /// The record of the one request published since the bus was reset.
+  void expect_record(const Command& row) {
+    const udp_ctrl_cam_t record = bus().only_record();
+    EXPECT_EQ(static_cast<int>(record.cmd_type), row.code) << row.name;
+    EXPECT_EQ(Bytes(record.cmd_params, record.cmd_params + sizeof record.cmd_params),
+              joined(row.params, Bytes(sizeof record.cmd_params - row.params.size())))
+        << row.name;
+    EXPECT_EQ(static_cast<int>(record.err_code), 0) << row.name;
+  }
+
+  ScriptedBus& bus() { return ScriptedBus::instance(); }
+
+  UdpMasterK720& _service;
+  CamctrlApp _app;
+  Transcript _transcript;
+};
+
+class CamctrlCommand : public CamctrlCommands, public testing::WithParamInterface<Command> {};
+
+TEST_P(CamctrlCommand, IsCarriedOutByTheCamera) {
+  bus().answer(GetParam().answer);
+  EXPECT_EQ(run(GetParam()), camctrl_reply(GetParam().option, 0, GetParam().reply));
+  expect_record(GetParam());
+}
+
+TEST_P(CamctrlCommand, PassesOnAnErrorOfTheCameraWithoutData) {
+  for (const int error : {5, 75, 0x1234}) {
+    bus().reset();
+    bus().answer(GetParam().answer, error);
+    EXPECT_EQ(run(GetParam()), camctrl_reply(GetParam().option, error));
+    expect_record(GetParam());
+  }
+}
+
+TEST_P(CamctrlCommand, TimesOutWhenTheCameraIsSilent) {
+  set_reply_timeout(_service, std::chrono::milliseconds(1));
+  bus().stay_silent();
+  EXPECT_EQ(run(GetParam()), camctrl_reply(GetParam().option, kTimeout));
+  expect_record(GetParam());
+}
+
+/// The lines of the service, between its "camera_cmd" and "err_code" lines, with "-" where the
+/// engine publishes the request.
+std::vector<std::string> log_lines(const std::string& transcript) {
+  static const std::string kPlace = "@process_camera_functions_and_reply: ";
+  static const std::regex line_number("\\]\\[[1-9][0-9]*\\]:");
+  std::vector<std::string> lines;
+  std::istringstream text(without_places(transcript));
+  for (std::string line; std::getline(text, line);) {
+    if (line.rfind("Send ", 0) == 0) lines.push_back("-");
+    if (line == ")") lines.push_back(line);
+    if (line.rfind(kPlace, 0) == 0) {
+      lines.push_back(std::regex_replace(line.substr(kPlace.size()), line_number, "][LINE]:"));
+    }
+  }
+  return lines;
+}
+
+std::vector<std::string> expected_lines(const Command& row, int result) {
+  const auto shown = row.kind == kSet || result == 0 ? row.log : std::vector<std::string>{};
+  std::vector<std::string> lines{"camera_cmd = " + std::to_string(row.option)};
+  if (row.kind == kGet) lines.emplace_back("-");
+  lines.insert(lines.end(), shown.begin(), shown.end());
+  if (row.kind == kSet) lines.emplace_back("-");
+  lines.push_back("err_code = " + std::to_string(result));
+  return lines;
+}
+
+TEST_P(CamctrlCommand, LogsBeforeItSetsAndAfterItGot) {
+  bus().answer(GetParam().answer);
+  run(GetParam());
+  EXPECT_EQ(log_lines(_transcript.text()), expected_lines(GetParam(), 0));
+}
+
+TEST_P(CamctrlCommand, LogsNothingThatItDidNotGet) {
+  bus().answer(GetParam().answer, 9);
+  run(GetParam());
+  EXPECT_EQ(log_lines(_transcript.text()), expected_lines(GetParam(), 9));
+}
+
+TEST_P(CamctrlCommand, ReadsDataThatIsMissingAsZero) {
+  // What an earlier request left in the slot must not be taken for data.
+  ask(camctrl_request(0, Bytes(253, 0xEE)));
+  bus().answer(GetParam().answer);
+  EXPECT_EQ(ask(camctrl_request(GetParam().option)),
+            camctrl_reply(GetParam().option, 0, GetParam().reply));
+  const udp_ctrl_cam_t record = bus().only_record();
+  for (std::size_t i = 0; i < sizeof record.cmd_params; ++i) {
+    const bool is_video_index = GetParam().option == 8 && i >= 5 && i < 9;
+    EXPECT_EQ(record.cmd_params[i], is_video_index ? 0xFF : 0) << i;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, CamctrlCommand, testing::ValuesIn(kCommands),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(CamctrlCommands, AreFortyWithTheCameraType) {
+  std::set<int> options{kGetCameraType};
+  for (const Command& row : kCommands) options.insert(row.option);
+  EXPECT_EQ(options.size(), 40U);
+}
+
+TEST_F(CamctrlCommands, AnswerTheCameraTypeWithoutTheCamera) {
+  bus().stay_silent();
+  EXPECT_EQ(ask(camctrl_request(kGetCameraType)), camctrl_reply(kGetCameraType, 0, {11}));
+  EXPECT_TRUE(bus().published().empty());
+  EXPECT_EQ(log_lines(_transcript.text()),
+            (std::vector<std::string>{"camera_cmd = 4096", "err_code = 0"}));
+}
+
+TEST_F(CamctrlCommands, AreUnsupportedWhateverElseIsAsked) {
+  std::set<int> options{kGetCameraType};
+  for (const Command& row : kCommands) options.insert(row.option);
+  for (int option = 0; option <= 0xFFFF; option += option < 0x1100 ? 1 : 251) {
+    if (options.count(option) != 0) continue;
+    EXPECT_EQ(ask(camctrl_request(option, {1, 2, 3})), camctrl_reply(option, kUnsupported));
+  }
+  EXPECT_TRUE(bus().published().empty());
+}
+
+TEST_F(CamctrlCommands, AnswerTheHeartbeatAsUnsupported) {
+  EXPECT_EQ(ask(camctrl_request(0)), camctrl_reply(0, kUnsupported));
+  EXPECT_EQ(log_lines(_transcript.text()),
+            (std::vector<std::string>{"camera_cmd = 0", "err_code = 1"}));
+}
+
+TEST_F(CamctrlCommands, KeepTextsToTheirTwentyCharacters) {
+  const std::string full = "ABCDEFGHIJKLMNOPQRST";
+  ask(camctrl_request(29, text_bytes(full + "UVWXYZ", 26)));
+  EXPECT_NE(without_places(_transcript.text()).find(": set ssid = " + full + "\n"),
+            std::string::npos);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(bus().only_record().cmd_params), 21),
+            full + '\0');
+  bus().reset();
+  ask(camctrl_request(31, text_bytes(full + "UVWXYZ", 26)));
+  EXPECT_NE(without_places(_transcript.text()).find(": set password = " + full + "\n"),
+            std::string::npos);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(bus().only_record().cmd_params), 22),
+            full + std::string(2, '\0'));
+}
+
+TEST_F(CamctrlCommands, ReadNoDataFromALengthOfOne) {
+  Bytes request{0, 1, 0, 0, 0, 0, 0x00};
+  const u16 crc = camctrl_crc({request.begin() + 1, request.end()});
+  request.push_back(static_cast<u8>(crc >> 8));  // at the place of the command's low byte
+  request.push_back(static_cast<u8>(crc));
+  const int option = crc >> 8;
+  EXPECT_EQ(ask(request), camctrl_reply(option, kUnsupported)) << option;
+}
+
+TEST_F(CamctrlCommands, ShowAShortNameWhole) {
+  bus().answer(joined(text_bytes("V7", 8), {1, 2, 3, 0}));
+  EXPECT_EQ(
+      ask(camctrl_request(23)),
+      camctrl_reply(23, 0, joined(text_bytes("V7", 8), {1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0})));
+  EXPECT_NE(without_places(_transcript.text()).find(": camera version:V7_1.2.3_\n"),
+            std::string::npos);
+}
+
+TEST_F(CamctrlCommands, SetTimesBeyondSigned32Bits) {
+  ask(camctrl_request(24, {0xF4, 0x86, 0x57, 0x00}));
+  EXPECT_EQ(log_lines(_transcript.text()),
+            (std::vector<std::string>{"camera_cmd = 24",
+                                      "SET_TIME: -192522496(UTC Fri Jan  1 00:00:00 2100", ")", "-",
+                                      "err_code = 0"}));
+  const udp_ctrl_cam_t record = bus().only_record();
+  EXPECT_EQ(Bytes(record.cmd_params, record.cmd_params + 8),
+            (Bytes{0x00, 0x57, 0x86, 0xF4, 0, 0, 0, 0}));
+}
+
+TEST_F(CamctrlCommands, CheckLengthAndCrc) {
+  camctrl_msg_t msg{};
+  const auto check = [&msg] { return UdpMasterK720::check_msg_from_apps(msg); };
+  EXPECT_EQ(check(), -1) << "length 0";
+  for (int len = 1; len <= 255; ++len) {
+    msg = {};
+    msg.header.len = static_cast<u8>(len);
+    msg.payload.params[0] = 0x5A;
+    u8* bytes = reinterpret_cast<u8*>(&msg);
+    const u16 crc = camctrl_crc({bytes + 1, bytes + len + 6});
+    bytes[len + 6] = static_cast<u8>(crc >> 8);
+    bytes[len + 7] = static_cast<u8>(crc);
+    EXPECT_EQ(check(), 0) << len;
+    for (const int offset : {1, len + 5, len + 6, len + 7}) {
+      bytes[offset] = static_cast<u8>(bytes[offset] ^ 0x80);
+      EXPECT_EQ(check(), -1) << len << " at " << offset;
+      bytes[offset] = static_cast<u8>(bytes[offset] ^ 0x80);
+    }
+  }
+}
+
+TEST_F(CamctrlCommands, BeginAReplyWithItsStartByte) {
+  camctrl_msg_t reply{};
+  UdpMasterK720::feedback_initial(reply, 3, 0x4001);
+  EXPECT_EQ(reply.header.stx, 0xFE);
+  EXPECT_EQ(reply.header.len, 3);
+  EXPECT_EQ(reply.payload.cmd, camctrl_be16(0x4001));
+  UdpMasterK720::feedback_fill_crc(reply, 3);
+  EXPECT_EQ(UdpMasterK720::check_msg_from_apps(reply), 0);
+}
+
+}  // namespace
