@@ -19,6 +19,12 @@ if(VLM_WERROR)
   add_compile_options(-Werror)
 endif()
 
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  # Times beyond 2038 and large files on 32-bit machines. The bus library may be built either way: no
+  # time and no file offset crosses its interface.
+  add_compile_definitions(_TIME_BITS=64 _FILE_OFFSET_BITS=64)
+endif()
+
 set(VLM_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 if(VLM_SANITIZE)
   add_compile_options(-fsanitize=${VLM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -194,7 +194,7 @@ class LcmRequest {
   // --- Camera operations (lcm_request_operations.cpp) ---
   // `perr`, when given, receives the result code (2: the engine was busy). `wait_noti_flag`, when
   // given, points to the notification value to arm before sending. Records and texts must not be
-// null.
+  // null.
 
   bool get_all_request_list(udp_ctrl_cam_request_list_t* list);
 
@@ -322,9 +322,11 @@ class LcmRequest {
   bool set_cam_settings_cmd();
   bool set_drone_platform(u16 platform);
   /// `in_prop` holds "name=value", fewer than 128 characters, in a buffer of 128 bytes, which
-  /// receives the previous value; a value that fills it has no terminator.
+  /// receives the previous value; a value that fills it has no terminator. Other texts are refused
+  /// with a message and nothing sent.
   bool set_property(char* in_prop);
-  /// `prop` holds a name in a buffer of 128 bytes, which receives the value, likewise.
+  /// `prop` holds a name without '=' in a buffer of 128 bytes, which receives the value, likewise; a
+  /// name may fill the buffer.
   bool get_property(char* prop);
   bool set_survey_mode_flag(u8 flag);
   /// Always 0 and true: the camera keeps no such flag yet, so nothing is sent.
@@ -406,7 +408,7 @@ class LcmRequest {
   std::condition_variable _lcm_response_cond;  // a reply has been recorded
   std::condition_variable _lcm_ready_cond;     // the engine is idle again
   int _last_rtsp_command_id_received = -1;     // guarded by _rtsp_mutex; -1 when none is pending
-  std::mutex _rtsp_mutex;                      // one side-channel request at a time
+  std::mutex _rtsp_mutex;                      // guards the side channel's state
   std::condition_variable _rtsp_cond;
   State _state = IDLE;
   Data _data{};
@@ -415,6 +417,7 @@ class LcmRequest {
   VelmarFlagCond _lcm_notification_cond;
   std::atomic<LcmNotificationParam> _lcm_notification_param{};
   std::atomic<u64> _rtsp_lcm_request_time_start{0};
+  std::mutex _rtsp_turn;  // one side-channel request at a time; taken before _rtsp_mutex
   Timeouts _timeouts;
 };
 

@@ -28,6 +28,8 @@ bool LcmRequest::send_msg_to_rtsp(LCM_RTSP_UDP_CMD cmd, const void* data, unsign
 }
 
 bool LcmRequest::send_msg_rtsp_and_wait(LCM_RTSP_UDP_CMD cmd, const void* data, unsigned int len) {
+  // The wait gives _rtsp_mutex back; a second request must not begin meanwhile.
+  const std::lock_guard<std::mutex> turn(_rtsp_turn);
   std::unique_lock<std::mutex> lock(_rtsp_mutex);
   if (!send_msg_to_rtsp(cmd, data, len)) {
     std::puts("send_msg_to_rtsp failed");
@@ -52,13 +54,14 @@ void LcmRequest::receive_msg_from_rtsp(LCM_RTSP_UDP_CMD cmd, const void* data) {
 }
 
 void LcmRequest::save_lcm_rtsp_result(LCM_RTSP_UDP_CMD cmd, const void* data) {
-  if (data == nullptr) return;
-  const u8 flag = *static_cast<const u8*>(data);
+  const auto* const flag = static_cast<const u8*>(data);
+  if (flag == nullptr) return;
   switch (cmd) {
     case SET_FLC_STATUS_ACK:
-    case GET_FLC_STATUS_ACK: _rtsp_data.rtsp_fc_flag = flag; break;
+    case GET_FLC_STATUS_ACK: _rtsp_data.rtsp_fc_flag = *flag; break;
     case SET_FLC_DEBUG_STATUS_ACK:
-    case GET_FLC_DEBUG_STATUS_ACK: _rtsp_data.rtsp_fc_debug_flag = flag; break;
+    case GET_FLC_DEBUG_STATUS_ACK: _rtsp_data.rtsp_fc_debug_flag = *flag; break;
+    // The others may carry no byte at all.
     default: break;
   }
 }

@@ -42,6 +42,7 @@ bool VelmarFlagCond::_waitForFlag_locked(int timeout_ms, std::unique_lock<std::m
 void VelmarFlagCond::resetFlag() {
   const std::lock_guard<std::mutex> guard(_mutex);
   _flag = 0;
+  _notify_if_reached_locked();
 }
 
 std::uint32_t VelmarFlagCond::targetFlag() {

@@ -1,0 +1,111 @@
+// What travels on the bus: record layouts, message types, side-channel codes, channel names.
+
+#include "vlm_userlcm_control_camera.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <iterator>
+#include <type_traits>
+
+namespace {
+
+struct Field {
+  const char* name;
+  std::size_t actual_offset;
+  std::size_t expected_offset;
+  std::size_t record_size;
+  std::size_t expected_size;
+  bool has_its_type;
+};
+
+// clang-format off
+// A macro, since only it can name a member for offsetof.
+#define FIELD(record, size, field, offset, type)                                      \
+  {#record "::" #field, offsetof(record, field), offset, sizeof(record), size,        \
+   std::is_same_v<decltype(record::field), type>}
+// clang-format on
+
+// A subscription holds two pointers of the machine: 72 bytes on the 32-bit board.
+constexpr std::size_t kPointer = sizeof(void*);
+
+const Field kFields[] = {
+    // clang-format off
+    FIELD(udp_ctrl_cam_t, 132, cmd_type, 0, u16),
+    FIELD(udp_ctrl_cam_t, 132, cmd_params, 2, u8[128]),
+    FIELD(udp_ctrl_cam_t, 132, err_code, 130, u16),
+    FIELD(msg_from_rep_t, 257, msg_type, 0, u8),
+    FIELD(msg_from_rep_t, 257, msg_data, 1, u8[256]),
+    FIELD(userlcm_packet_t, 1088, channel, 0, char[64]),
+    FIELD(userlcm_packet_t, 1088, msg_buf, 64, u8[1024]),
+    FIELD(lcm_udp_rtsp_msg_t, 68, msg_cmd, 0, LCM_RTSP_UDP_CMD),
+    FIELD(lcm_udp_rtsp_msg_t, 68, msg_buf, 4, unsigned char[64]),
+    FIELD(Receive_msg_t, 64 + 2 * kPointer, channel, 0, char[64]),
+    FIELD(Receive_msg_t, 64 + 2 * kPointer, f, 64, ReceiveBufCallBack),
+    FIELD(Receive_msg_t, 64 + 2 * kPointer, func, 64 + kPointer, void*),
+    // clang-format on
+};
+
+TEST(BusRecords, HaveTheirSizesAndFields) {
+  for (const Field& field : kFields) {
+    EXPECT_EQ(field.actual_offset, field.expected_offset) << field.name;
+    EXPECT_EQ(field.record_size, field.expected_size) << field.name;
+    EXPECT_TRUE(field.has_its_type) << field.name;
+  }
+}
+
+TEST(BusRecords, ReadTheirCodesLowByteFirst) {
+  u8 bytes[132] = {0x12, 0x34, 0x56};
+  bytes[129] = 0x78;
+  bytes[130] = 0x9a;
+  bytes[131] = 0xbc;
+  udp_ctrl_cam_t record;
+  std::memcpy(&record, bytes, sizeof record);
+  EXPECT_EQ(u16{record.cmd_type}, 0x3412);
+  EXPECT_EQ(record.cmd_params[0], 0x56);
+  EXPECT_EQ(record.cmd_params[127], 0x78);
+  EXPECT_EQ(u16{record.err_code}, 0xbc9a);
+}
+
+TEST(BusRecords, CallBackTakesBytesCountChannelAndUser) {
+  EXPECT_TRUE((std::is_same_v<ReceiveBufCallBack, void (*)(void*, unsigned int, char*, void*)>));
+}
+
+TEST(MessageTypes, HaveTheirValues) {
+  EXPECT_EQ(LCM_INTERACTIVE_KEY, 1);
+  EXPECT_EQ(LCM_BIND_CONTROL, 2);
+  EXPECT_EQ(LCM_CONTROL_CAMERA, 3);
+  EXPECT_EQ(LCM_BIND_MAC, 4);
+  EXPECT_EQ(LCM_SDCARD_STATUS, 5);
+  EXPECT_EQ(LCM_MISC_IMAGE_INFO, 6);
+  EXPECT_EQ(LCM_UPDATE_CAMERA_MODE, 7);
+  EXPECT_EQ(LCM_CAPTURE_IMAGE_RESULT, 8);
+}
+
+TEST(SideChannelCodes, CountFromOneInTheirOrder) {
+  const LCM_RTSP_UDP_CMD in_order[] = {SEND_BITRATE,
+                                       SEND_BITRATE_ACK,
+                                       SEND_RESOLUTION,
+                                       SEND_RESOLUTION_ACK,
+                                       SEND_FPS,
+                                       SEND_FPS_ACK,
+                                       SET_FLC_STATUS,
+                                       SET_FLC_STATUS_ACK,
+                                       GET_FLC_STATUS,
+                                       GET_FLC_STATUS_ACK,
+                                       SET_FLC_DEBUG_STATUS,
+                                       SET_FLC_DEBUG_STATUS_ACK,
+                                       GET_FLC_DEBUG_STATUS,
+                                       GET_FLC_DEBUG_STATUS_ACK,
+                                       LCM_RTSP_UDP_COMMAND_MAX};
+  for (u32 i = 0; i < std::size(in_order); ++i) EXPECT_EQ(u32{in_order[i]}, i + 1);
+}
+
+TEST(Channels, HaveTheirNames) {
+  EXPECT_STREQ(kRequestChannel, "velmar_repeater_udp");
+  EXPECT_STREQ(kReplyChannel, "velmar_udp_repeater");
+  EXPECT_STREQ(kRtspRequestChannel, "lcm_channel_to_rtsp");
+  EXPECT_STREQ(kRtspReplyChannel, "lcm_channel_from_udp");
+}
+
+}  // namespace

@@ -1,0 +1,108 @@
+#include "time_report_format.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+
+namespace {
+
+constexpr std::int64_t kMicrosPerSecond = 1'000'000;
+
+/// Bytes of the well-formed UTF-8 character at `at`; 0 when there is none.
+std::size_t character_size(const std::string& text, std::size_t at) {
+  const auto byte = [&](std::size_t i) {
+    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+  };
+  const unsigned lead = byte(at);
+  if (lead < 0x80) return 1;
+  const std::size_t size = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
+  // The second byte is narrower after some first ones: no overlong forms, no surrogates, nothing
+  // beyond U+10FFFF.
+  unsigned least = 0x80;
+  unsigned most = 0xbf;
+  if (lead == 0xe0) least = 0xa0;
+  if (lead == 0xed) most = 0x9f;
+  if (lead == 0xf0) least = 0x90;
+  if (lead == 0xf4) most = 0x8f;
+  if (lead < 0xc2 || lead > 0xf4 || byte(at + 1) < least || byte(at + 1) > most) return 0;
+  for (std::size_t i = at + 2; i < at + size; ++i) {
+    if (byte(i) < 0x80 || byte(i) > 0xbf) return 0;
+  }
+  return size;
+}
+
+}  // namespace
+
+std::string format(const char* form, ...) {
+  char text[512];
+  va_list args;
+  va_start(args, form);
+  std::vsnprintf(text, sizeof text, form, args);
+  va_end(args);
+  return text;
+}
+
+std::string utc_text(std::int64_t time_us) {
+  std::int64_t seconds = time_us / kMicrosPerSecond;
+  std::int64_t micros = time_us % kMicrosPerSecond;
+  if (micros < 0) {
+    micros += kMicrosPerSecond;
+    --seconds;
+  }
+  const auto time = static_cast<time_t>(seconds);
+  tm utc{};
+  gmtime_r(&time, &utc);
+  return format("%04d-%02d-%02d %02d:%02d:%02d.%06lld", utc.tm_year + 1900, utc.tm_mon + 1,
+                utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec, static_cast<long long>(micros));
+}
+
+std::string span_text(std::int64_t span_us) {
+  const char sign = span_us < 0 ? '-' : '+';
+  const long long ms = (std::llabs(span_us) + 500) / 1000;
+  const long long seconds = ms / 1000;
+  if (seconds < 60) return format("%c%lld.%03lld s", sign, seconds, ms % 1000);
+  const long long hours = seconds / 3600;
+  const auto clock = [&](long long h) {
+    return format("%lld:%02lld:%02lld.%03lld", h, seconds / 60 % 60, seconds % 60, ms % 1000);
+  };
+  if (hours < 24) return sign + clock(hours);
+  return format("%c%lld d ", sign, hours / 24) + clock(hours % 24);
+}
+
+const char* kind_text(TimeEventKind kind) {
+  switch (kind) {
+    case TimeEventKind::kJumpBack: return "jump back";
+    case TimeEventKind::kJumpForward: return "jump forward";
+    case TimeEventKind::kStall: return "stall";
+    case TimeEventKind::kInterruption: return "interruption";
+  }
+  return "";
+}
+
+std::string count_text(std::uint64_t count, const std::string& noun) {
+  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string faults_text(const TimeReport& report) {
+  return count_text(report.count(TimeEventKind::kJumpBack), "jump") + " back, " +
+         count_text(report.count(TimeEventKind::kJumpForward), "jump") + " forward, " +
+         count_text(report.count(TimeEventKind::kStall), "stall");
+}
+
+std::string printable(const std::string& text) {
+  std::string result;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t size = character_size(text, at);
+    const bool control =
+        size == 1 && (static_cast<unsigned char>(text[at]) < 0x20 || text[at] == 0x7f);
+    if (size == 0 || control) {
+      result += "\xEF\xBF\xBD";
+      ++at;
+    } else {
+      result.append(text, at, size);
+      at += size;
+    }
+  }
+  return result;
+}

@@ -1,0 +1,32 @@
+// How the outputs of the time report write times, spans and names.
+#ifndef TIME_REPORT_FORMAT_H
+#define TIME_REPORT_FORMAT_H
+
+#include <cstdint>
+#include <string>
+
+#include "time_report.h"
+
+/// As printf does.
+std::string format(const char* form, ...) __attribute__((format(printf, 1, 2)));
+
+/// "2024-03-05 07:08:09.012345", in UTC.
+std::string utc_text(std::int64_t time_us);
+
+/// "+2.310 s", "-1:00:00.000", "+19786 d 07:08:09.012": to the millisecond, half up.
+std::string span_text(std::int64_t span_us);
+
+/// "jump back", "jump forward", "stall", "interruption".
+const char* kind_text(TimeEventKind kind);
+
+/// "1 stall", "2 stalls": `noun` takes an s for the plural.
+std::string count_text(std::uint64_t count, const std::string& noun);
+
+/// "1 jump back, 0 jumps forward, 2 stalls".
+std::string faults_text(const TimeReport& report);
+
+/// `text` with every byte that is not part of well-formed UTF-8 and every control character
+/// replaced by U+FFFD.
+std::string printable(const std::string& text);
+
+#endif  // TIME_REPORT_FORMAT_H

@@ -1,0 +1,12 @@
+// The time report for a person.
+#ifndef TIME_REPORT_TEXT_H
+#define TIME_REPORT_TEXT_H
+
+#include <string>
+
+#include "time_report.h"
+
+/// The report of at least one line, some ten lines and one for each event that was kept.
+std::string time_report_text(const TimeReport& report, const std::string& directory);
+
+#endif  // TIME_REPORT_TEXT_H
