@@ -1,0 +1,168 @@
+#!/bin/sh
+# Installs the packages below an empty root, uses what they bring, removes them, and sees that nothing
+# is left. Programs of another machine run under an emulator.
+# usage: package_test.sh FOLDER ARCHITECTURE [EMULATOR...]     FOLDER holds the packages
+set -eu
+
+# dpkg gives files to root; elsewhere it has to believe that it does.
+if [ "$(id -u)" != 0 ]; then exec fakeroot "$0" "$@"; fi
+
+folder=$1
+architecture=$2
+shift 2
+emulator=$*
+scratch=$(mktemp -d)
+root=$scratch/root
+children=
+trap 'stop; rm -rf "$scratch"' EXIT
+export VLM_BUS_DIR="$scratch/bus"
+
+fail() {
+  echo "package_test: $*" >&2
+  exit 1
+}
+
+# --- The root ---
+
+# What every system has before our packages come.
+make_root() {
+  mkdir -p "$root/etc/systemd/system" "$root/run" \
+    "$root/lib/systemd/system" "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates" \
+    "$root/var/lib/dpkg/triggers"
+  cp /lib/systemd/system/*.target /lib/systemd/system/*.slice "$root/lib/systemd/system"
+  : >"$root/var/lib/dpkg/status"
+  for account in 'u root 0' 'u daemon 1'; do  # the second one leaves backups of the first
+    echo "$account" | systemd-sysusers --root="$root" -
+  done
+}
+
+# All but the accounts of dpkg.
+files() { (cd "$root" && find . -path ./var/lib/dpkg -prune -o -print | sort); }
+
+# The packages' scripts run with this machine's tools.
+dpkg_below() {
+  dpkg --root="$root" --force-script-chrootless --force-depends --force-architecture \
+    --log=/dev/null "$@" >"$scratch/dpkg.log" 2>&1 || {
+    cat "$scratch/dpkg.log" >&2
+    fail "dpkg $* failed"
+  }
+}
+
+# --- Programs of the packages ---
+
+program() {
+  name=$1
+  shift
+  # shellcheck disable=SC2086  # words are meant
+  timeout 60 $emulator "$root/usr/bin/$name" "$@"
+}
+
+# start NAME [ARGUMENT...]: until `stop`.
+start() {
+  name=$1
+  shift
+  : >"$scratch/$name.log"
+  # shellcheck disable=SC2086  # words are meant
+  timeout 300 $emulator "$root/usr/bin/$name" "$@" </dev/null >"$scratch/$name.log" 2>&1 &
+  children="$children $!"
+}
+
+stop() {
+  for child in $children; do
+    kill "$child" 2>/dev/null || :
+    wait "$child" || :
+  done
+  children=
+}
+
+# until_printed NAME TEXT: waits until the program that was started has printed it.
+until_printed() {
+  tries=300
+  until grep -q "$2" "$scratch/$1.log"; do
+    tries=$((tries - 1))
+    [ "$tries" -gt 0 ] || fail "$1 does not print \"$2\": $(cat "$scratch/$1.log")"
+    sleep 0.1
+  done
+}
+
+# prints TEXT NAME [ARGUMENT...]
+prints() {
+  text=$1
+  shift
+  program "$@" >"$scratch/output" 2>&1 || :
+  grep -qF "$text" "$scratch/output" || {
+    cat "$scratch/output" >&2
+    fail "$* does not print \"$text\""
+  }
+}
+
+# --- What the packages promise ---
+
+# asks_for PACKAGE LIBRARY: the version that the package depends on.
+asks_for() { dpkg-deb -f "$1" Depends | tr , '\n' | sed -n "s/^ *$2 (>= \(.*\))/\1/p"; }
+
+# needs PREFIX: the newest symbol version PREFIX_* of the installed programs.
+needs() {
+  readelf -VW "$root"/usr/bin/* | grep -o "Name: $1_[0-9.]*" | sed 's/.*_//' | sort -uV | tail -1
+}
+
+# is_enough HAVE NEED WHAT
+is_enough() { dpkg --compare-versions "$1" ge "$2" || fail "$3: $2 is needed, not $1"; }
+
+depends_on_enough() {
+  is_enough "$(asks_for "$1" libc6)" "$(needs GLIBC)" "$1: libc6"
+  is_enough "$(asks_for "$1" libgcc-s1)" "$(needs GCC)" "$1: libgcc-s1"
+  is_enough "$(asks_for "$1" libstdc++6)" 12 "$1: libstdc++6"
+  is_enough 3.4.30 "$(needs GLIBCXX)" "libstdc++6 12: GLIBCXX"
+}
+
+carries_no_build_path() {
+  source=$(cd "$(dirname "$0")/../.." && pwd)
+  if grep -rlF "$source" "$root"; then fail "these carry the path of the build"; fi
+}
+
+unit_is_sound() {
+  systemctl --root="$root" --quiet enable vlm-udp-service.service
+  grep -q '^vlm:' "$root/etc/passwd" || fail "the service's user is missing"
+  systemd-analyze --root="$root" --man=no verify vlm-udp-service.service || fail "the unit has faults"
+  # The exposure in tenths, of 100.
+  systemd-analyze --root="$root" --offline=true --threshold=15 --no-pager security \
+    vlm-udp-service.service >"$scratch/security.log" || {
+    cat "$scratch/security.log" >&2
+    fail "the unit is exposed"
+  }
+}
+
+programs_work() {
+  start camera_sim
+  program vlm_bus_probe velmar_repeater_udp --wait 30000 || fail "camera_sim does not start"
+  prints 'succeeded in setting camera mode to 2' vlm_test 2 2
+  start vlm_udp_service --port 0
+  until_printed vlm_udp_service 'serving port'
+  prints 'usage: vlm_time_report' vlm_time_report --help
+  stop
+}
+
+manual_pages_are_readable() {
+  for page in vlm_test.1 vlm_bus_probe.1 vlm_bus.7 vlm_udp_service.8 camera_sim.1 vlm_time_report.1; do
+    mandoc "$root/usr/share/man/man${page##*.}/$page.gz" >/dev/null || fail "$page is no page"
+  done
+}
+
+make_root
+vlm=$(echo "$folder"/vlm_*_"$architecture.deb")
+tools=$(echo "$folder"/vlm-tools_*_"$architecture.deb")
+files >"$scratch/before"
+dpkg_below -i "$vlm" "$tools"
+depends_on_enough "$vlm"
+depends_on_enough "$tools"
+carries_no_build_path
+manual_pages_are_readable
+unit_is_sound
+programs_work
+files >"$scratch/installed"
+dpkg_below -i "$vlm"  # once more, as an upgrade does
+files | diff "$scratch/installed" - || fail "the second installation left these differences"
+dpkg_below --purge vlm vlm-tools
+files | diff "$scratch/before" - || fail "these differ from what there was before"
+echo "$(dpkg-deb -c "$vlm" | grep -vc '/$') and $(dpkg-deb -c "$tools" | grep -vc '/$') files installed and removed"
