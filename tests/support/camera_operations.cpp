@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <stdexcept>
 
 #include "operation_catalogue.h"
@@ -158,7 +159,7 @@ Operation exchange(const char* name, int code, bool (L::*operation)(char*), cons
   return Operation(name, code,
                    [=](L& engine, Bytes& results) {
                      std::array<char, 128> buffer{};
-                     std::strcpy(buffer.data(), text);
+                     std::snprintf(buffer.data(), buffer.size(), "%s", text);
                      const bool success = (engine.*operation)(buffer.data());
                      results = bytes_of(buffer);
                      return success;

@@ -8,10 +8,83 @@
 
 namespace {
 
-/// A line that the console prints whatever the operation returned.
-Step always(const char* operation, const char* done, std::string failed) {
-  return step(operation, done, std::move(failed));
-}
+/// A command without parameters.
+struct PlainCommand {
+  const char* line;
+  const char* operation;
+  std::string done{};
+  std::string failed{};  // of commands that print their line whatever the operation returned
+};
+
+const PlainCommand kPlainCommands[] = {
+    {"0", "get_all_request_list",
+     "cam_mode = 17\nwb = 51\nae_mode = 38\nx_ratio = 40, y_ratio = 41\n"
+     "fps = 46, video_resolution_h = 11050,video_resolution_v = 11564\n"
+     "recording_time_s = 926299444 s\navailable_mib = 970382.31 MB\n"
+     "camera_status = 1\n"},
+    {"1", "get_camera_mode", "camera_mode = 183(1:video,2:photo)\n"},
+    {"3", "send_capture_cmd", "succeeded in taking a photo!\n",
+     "failed to take a photo, erorr=0x%02x (%d).\n"},
+    {"4", "send_start_video_cmd"},
+    {"5", "send_stop_video_cmd"},
+    {"6", "get_camera_status", "video_status = 1 (0:idle,1:recording,2:capturing)\n"},
+    {"7", "get_camera_ae", "GET_AE_MODE:183(0:auto;1:manual)\n"},
+    {"9", "get_camera_ev", "GET_PARAMS_EV:value=beef;\n"},
+    {"11", "get_shutter_iso", "shutter_s = 0.01, iso_value = 200.00\n",
+     "shutter_s = 0.00, iso_value = 0.00\n"},
+    {"13", "get_wb_mode",
+     "wb = 183(0:AUTO,1:INCANDESCENT,2:SUNRISE,3:SUNSET,4:SUNNY,5:CLOUDY,\n"
+     "        7:FLUORESCENT,99:LOCK,100:CUSTOM)\n"},
+    {"15", "get_video_params", "video_h = 1920,video_v = 1080,video_fps = 60\n",
+     "video_h = 0,video_v = 0,video_fps = 0\n"},
+    {"17", "get_meter_mode", "meter_mode = 183(0:Center,1:Average,2:Spot,3:Partial,4:Evalnative)"},
+    {"19", "get_flicker_mode", "flicker_mode = 183(0:off,1:on)\n"},
+    {"21", "get_color_mode", "color_mode = 183(0:nature,1:saturation,2:raw,3:night,5:vivid)\n"},
+    {"23", "get_image_quality", "image_quality = 183(0:low,1:medium,2:high,3:ultra_high)\n"},
+    {"25", "get_image_format", "image_format = 183(1:jpg,130:dng,131:jpg+dng)\n"},
+    {"28", "reset_cam_settings_cmd"},
+    {"29", "get_recording_time", "recording_time_s = 305419896 s\n"},
+    {"30", "get_sdcard_storage",
+     "storage 241: available_kib = 4160157172 KB,total_kib = 4227529208 KB\n"},
+    {"31", "get_camera_version", "camera_version: VLMCAM_3.14.159_r\n",
+     std::string("camera_version: _0.0.0_\0\n", 25)},
+    {"33", "upgrade_camera"},
+    {"34", "get_media_folder", "GET_MEDIA_FOLDER info:enable_flag=183;folder_name=101MEDIA\n"},
+    {"36", "get_spot_metering_coords", "GET_SPOT_METERING_COORDS:x_ratio = 37, y_ratio = 62\n"},
+    {"38", "test_sdcard_speed"},
+    {"39", "get_sdcard_attribute",
+     "GET_T_CARD_ATTRIBUTE:\nspeed = 48879,level = 1(0:low;1:high),"
+     "space_state = 2(0:available;1:no space)\n"},
+    {"40", "get_color_encoding", "color_encoding_mode = 183(0:NTSC,1:PAL)\n"},
+    {"42", "get_video_encode_mode", "GET_VIDEO_ENCODE_MODE :183(1--H264;3--HEVC)\n"},
+    {"45", "reboot_camera"},
+    {"46", "get_photo_ratio", "photo_ratio = 183(4:3->2,16:9->3)\n"},
+    {"48", "get_file_format", "file_format = 183(MOV:0,MP4:1)\n"},
+    {"50", "get_capture_mode", "photo_mode = 3,photo_number = 48879,ev_num = -7,ev_dem = 200\n"},
+    {"52", "get_image_flip_type", "flip_type = 183(0->0,1->90,2->180,3->270 degree)\n"},
+    {"55", "get_low_delay_stream", "low_delay_mode = 0xb7(0x00:disable,0x11:enable)\n"},
+    {"57", "get_custom_wb", "custom_wb = 183\n"},
+    {"61", "get_wdr_mode", "wdr_mode = 183\n"},
+    {"66", "send_stop_capture_cmd"},
+    {"67", "get_image_dewarp", "dewarp_mode = 183\n"},
+    {"69", "get_country_code", "country_code = \n"},
+    {"78", "get_eis_status", "eis_status = 183\n"},
+    {"80", "get_digital_zoom", "zoom = 305419896\n", "zoom = 0\n"},
+    {"82", "get_zoom", "zoom = 12.5", "zoom = 0.0"},
+    {"92", "get_main_stream_framerate_divisor", "main stream framerate divisor  = 305419896\n"},
+    {"94", "get_media_filenum_option",
+     "media file numbering option = 183 (0:auto-reset, 1:sequential)\n"},
+    {"97", "get_sdcard_support_info", "oemid= 48879,manufacturerID= 24, support_value=183\n",
+     "oemid= 0,manufacturerID= 0, support_value=0\n"},
+    {"206", "get_focus", "focus = beef\n", "focus = 00\n"},
+    {"208", "get_iris", "iris = beef\n", "iris = 00\n"},
+    {"210", "get_iso_cmd", "iso value = 48879 \n", "iso value = 0 \n"},
+    {"220", "get_defog_level", "defog level value = 183 \n", "defog level value = 0 \n"},
+    {"235", "get_RGain_value", "get rgain value = 48879 \n"},
+    {"237", "get_BGain_value", "get bgain value = 48879 \n"},
+    {"240", "get_osd_status", "OSD status = 183(0:off,1:on)\n"},
+    {"241", "get_focus_mode", "focus_mode = 183\n", "focus_mode = 0\n"},
+};
 
 /// A usual value of each conversion.
 const std::pair<const char*, u64> kUsual[] = {
@@ -49,96 +122,14 @@ Command Setting::command(const std::string& rest, u64 value) const {
 int number_of(const Command& command) { return std::atoi(command.line.c_str()); }
 
 const std::vector<Command>& plain_commands() {
-  static const std::vector<Command> rows{
-      {"0",
-       {step("get_all_request_list",
-             "cam_mode = 17\nwb = 51\nae_mode = 38\nx_ratio = 40, y_ratio = 41\n"
-             "fps = 46, video_resolution_h = 11050,video_resolution_v = 11564\n"
-             "recording_time_s = 926299444 s\navailable_mib = 970382.31 MB\n"
-             "camera_status = 1\n")}},
-      {"1", {step("get_camera_mode", "camera_mode = 183(1:video,2:photo)\n")}},
-      {"3",
-       {step("send_capture_cmd", "succeeded in taking a photo!\n",
-             "failed to take a photo, erorr=0x%02x (%d).\n")}},
-      {"4", {step("send_start_video_cmd")}},
-      {"5", {step("send_stop_video_cmd")}},
-      {"6", {step("get_camera_status", "video_status = 1 (0:idle,1:recording,2:capturing)\n")}},
-      {"7", {step("get_camera_ae", "GET_AE_MODE:183(0:auto;1:manual)\n")}},
-      {"9", {step("get_camera_ev", "GET_PARAMS_EV:value=beef;\n")}},
-      {"11",
-       {always("get_shutter_iso", "shutter_s = 0.01, iso_value = 200.00\n",
-               "shutter_s = 0.00, iso_value = 0.00\n")}},
-      {"13",
-       {step("get_wb_mode",
-             "wb = 183(0:AUTO,1:INCANDESCENT,2:SUNRISE,3:SUNSET,4:SUNNY,5:CLOUDY,\n"
-             "        7:FLUORESCENT,99:LOCK,100:CUSTOM)\n")}},
-      {"15",
-       {always("get_video_params", "video_h = 1920,video_v = 1080,video_fps = 60\n",
-               "video_h = 0,video_v = 0,video_fps = 0\n")}},
-      {"17",
-       {step("get_meter_mode",
-             "meter_mode = 183(0:Center,1:Average,2:Spot,3:Partial,4:Evalnative)")}},
-      {"19", {step("get_flicker_mode", "flicker_mode = 183(0:off,1:on)\n")}},
-      {"21",
-       {step("get_color_mode", "color_mode = 183(0:nature,1:saturation,2:raw,3:night,5:vivid)\n")}},
-      {"23",
-       {step("get_image_quality", "image_quality = 183(0:low,1:medium,2:high,3:ultra_high)\n")}},
-      {"25", {step("get_image_format", "image_format = 183(1:jpg,130:dng,131:jpg+dng)\n")}},
-      {"28", {step("reset_cam_settings_cmd")}},
-      {"29", {step("get_recording_time", "recording_time_s = 305419896 s\n")}},
-      {"30",
-       {step("get_sdcard_storage",
-             "storage 241: available_kib = 4160157172 KB,total_kib = 4227529208 KB\n")}},
-      {"31",
-       {always("get_camera_version", "camera_version: VLMCAM_3.14.159_r\n",
-               std::string("camera_version: _0.0.0_\0\n", 25))}},
-      {"33", {step("upgrade_camera")}},
-      {"34",
-       {step("get_media_folder", "GET_MEDIA_FOLDER info:enable_flag=183;folder_name=101MEDIA\n")}},
-      {"36",
-       {step("get_spot_metering_coords", "GET_SPOT_METERING_COORDS:x_ratio = 37, y_ratio = 62\n")}},
-      {"38", {step("test_sdcard_speed")}},
-      {"39",
-       {step("get_sdcard_attribute",
-             "GET_T_CARD_ATTRIBUTE:\nspeed = 48879,level = 1(0:low;1:high),"
-             "space_state = 2(0:available;1:no space)\n")}},
-      {"40", {step("get_color_encoding", "color_encoding_mode = 183(0:NTSC,1:PAL)\n")}},
-      {"42", {step("get_video_encode_mode", "GET_VIDEO_ENCODE_MODE :183(1--H264;3--HEVC)\n")}},
-      {"45", {step("reboot_camera")}},
-      {"46", {step("get_photo_ratio", "photo_ratio = 183(4:3->2,16:9->3)\n")}},
-      {"48", {step("get_file_format", "file_format = 183(MOV:0,MP4:1)\n")}},
-      {"50",
-       {step("get_capture_mode",
-             "photo_mode = 3,photo_number = 48879,ev_num = -7,ev_dem = 200\n")}},
-      {"52", {step("get_image_flip_type", "flip_type = 183(0->0,1->90,2->180,3->270 degree)\n")}},
-      {"55", {step("get_low_delay_stream", "low_delay_mode = 0xb7(0x00:disable,0x11:enable)\n")}},
-      {"57", {step("get_custom_wb", "custom_wb = 183\n")}},
-      {"61", {step("get_wdr_mode", "wdr_mode = 183\n")}},
-      {"66", {step("send_stop_capture_cmd")}},
-      {"67", {step("get_image_dewarp", "dewarp_mode = 183\n")}},
-      {"69", {step("get_country_code", "country_code = \n")}},
-      {"78", {step("get_eis_status", "eis_status = 183\n")}},
-      {"80", {always("get_digital_zoom", "zoom = 305419896\n", "zoom = 0\n")}},
-      {"82", {always("get_zoom", "zoom = 12.5", "zoom = 0.0")}},
-      {"92",
-       {step("get_main_stream_framerate_divisor", "main stream framerate divisor  = 305419896\n")}},
-      {"94",
-       {step("get_media_filenum_option",
-             "media file numbering option = 183 (0:auto-reset, 1:sequential)\n")}},
-      {"97",
-       {always("get_sdcard_support_info", "oemid= 48879,manufacturerID= 24, support_value=183\n",
-               "oemid= 0,manufacturerID= 0, support_value=0\n")}},
-      {"206", {always("get_focus", "focus = beef\n", "focus = 00\n")}},
-      {"208", {always("get_iris", "iris = beef\n", "iris = 00\n")}},
-      {"210", {always("get_iso_cmd", "iso value = 48879 \n", "iso value = 0 \n")}},
-      {"220",
-       {always("get_defog_level", "defog level value = 183 \n", "defog level value = 0 \n")}},
-      {"235", {step("get_RGain_value", "get rgain value = 48879 \n")}},
-      {"237", {step("get_BGain_value", "get bgain value = 48879 \n")}},
-      {"240", {step("get_osd_status", "OSD status = 183(0:off,1:on)\n")}},
-      {"241", {always("get_focus_mode", "focus_mode = 183\n", "focus_mode = 0\n")}},
-  };
-  return rows;
+  static const std::vector<Command> commands = [] {
+    std::vector<Command> all;
+    for (const PlainCommand& row : kPlainCommands) {
+      all.push_back({row.line, {step(row.operation, row.done, row.failed)}});
+    }
+    return all;
+  }();
+  return commands;
 }
 
 const std::vector<Setting>& settings() {

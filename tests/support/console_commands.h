@@ -11,9 +11,9 @@
 /// One operation of a command, and what the console prints around it.
 struct Step {
   Operation operation;
-  std::string before = "";
-  std::string done = "";    // after a success
-  std::string failed = "";  // after a failure, of whose code it may hold conversions
+  std::string before{};
+  std::string done{};    // after a success
+  std::string failed{};  // after a failure, of whose code it may hold conversions
 };
 
 /// What one line does.

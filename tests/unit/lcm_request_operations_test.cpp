@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <memory>
 #include <regex>
 #include <set>
 
@@ -186,7 +185,7 @@ struct LoggingOperation {
 };
 
 const LoggingOperation kLogging[] = {
-    {"send_capture_cmd", "Capture:[001], T\n", "OK:[001], T\n", "Fail:[001], T\n"},
+    {"send_capture_cmd", "Capture:[011], T\n", "OK:[021], T\n", "Fail:[031], T\n"},
     {"set_rtos_time", "SetTimeReady, T\n", "SetTimeOK, T\n", "SetTimeFAIL, T\n"},
     {"set_media_folder", "SetMediaFolderReady, T\n", "SetMediaFolderOK, T\n",
      "SetMediaFolderFAIL, T\n"},
@@ -194,10 +193,9 @@ const LoggingOperation kLogging[] = {
 
 /// The transcript of the operation with the log lines shown on the console.
 std::string logged_transcript(const Operation& operation, LcmRequest& engine) {
-  for (auto* count :
-       {&g_cmd_num.total_num, &g_cmd_num.ok_num, &g_cmd_num.fail_num, &g_cmd_num.mavlink_num}) {
-    *count = 0;
-  }
+  g_cmd_num.total_num = 10;
+  g_cmd_num.ok_num = 20;
+  g_cmd_num.fail_num = 30;
   g_log_to_console = true;
   const Outcome outcome = call(operation, engine);
   g_log_to_console = false;
@@ -357,28 +355,27 @@ namespace {
 
 class Properties : public ::testing::Test, protected EngineOnBus {
  protected:
-  /// A property operation on a buffer of 128 bytes, or as many as the text has if more: a step
-  /// beyond them is noticed.
   struct Result {
     bool success;
     std::string shown;
-    Bytes buffer;
+    Bytes buffer;  // the caller's 128 bytes
   };
-  Result exchange(bool (LcmRequest::*operation)(char*), const Bytes& text) {
-    const auto buffer = std::make_unique<char[]>(std::max<std::size_t>(128, text.size()));
-    std::copy(text.begin(), text.end(), buffer.get());
+
+  /// A property operation on a buffer of 128 bytes, or as many as the text has if more. A step
+  /// beyond them meets an exclamation mark.
+  Result exchange(bool (LcmRequest::*operation)(char*), const std::string& text) {
+    std::string memory = text;
+    memory.resize(std::max<std::size_t>(128, text.size()));
+    memory += "!";
     Result result{};
     result.shown = without_durations(
-        transcript_of([&] { result.success = (engine.*operation)(buffer.get()); }));
-    result.buffer.assign(buffer.get(), buffer.get() + 128);
+        transcript_of([&] { result.success = (engine.*operation)(memory.data()); }));
+    result.buffer = bytes_of_text(memory.substr(0, 128));
+    EXPECT_EQ(memory.back(), '!');
     return result;
   }
-  Result set(const std::string& text) {
-    return exchange(&LcmRequest::set_property, bytes_of_text(text));
-  }
-  Result get(const std::string& text) {
-    return exchange(&LcmRequest::get_property, bytes_of_text(text));
-  }
+  Result set(const std::string& text) { return exchange(&LcmRequest::set_property, text); }
+  Result get(const std::string& text) { return exchange(&LcmRequest::get_property, text); }
 
   /// Nothing was sent and only `line` was printed.
   void expect_refused(const Result& result, const std::string& text, const std::string& line) {

@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <initializer_list>
@@ -27,17 +28,20 @@ class Console : public ::testing::Test {
     if (mkdtemp(directory) == nullptr) throw std::runtime_error("mkdtemp");
     _card = directory;
     _default_card = g_OTA_DirList[0];
-    std::strcpy(g_OTA_DirList[0], directory);
+    look_for_firmware_in(_card);
     put_on_card("firmware.bin");
   }
 
   ~Console() override {
     bus.reset();
-    std::strcpy(g_OTA_DirList[0], _default_card.c_str());
+    look_for_firmware_in(_default_card);
     for (const char* name : {"firmware.bin", "._firmware.bin"}) unlink(on_card(name).c_str());
     rmdir(_card.c_str());
   }
 
+  static void look_for_firmware_in(const std::string& directory) {
+    std::snprintf(g_OTA_DirList[0], sizeof g_OTA_DirList[0], "%s", directory.c_str());
+  }
   std::string on_card(const std::string& name) const { return _card + "/" + name; }
   void put_on_card(const std::string& name) const { std::ofstream(on_card(name)) << "x"; }
 
