@@ -171,3 +171,9 @@ int Process::wait() {
 }
 
 std::string program(const std::string& name) { return std::string(VLM_BIN_DIR) + "/" + name; }
+
+std::string program_in_shell(const std::string& name) {
+  std::string words;
+  for (const auto& word : runnable({program(name)})) words += word + " ";
+  return words;
+}
