@@ -164,9 +164,9 @@ sockaddr_un BusDirectory::address_of(const std::string& name) const {
 DirectoryWatch::DirectoryWatch() : _inotify(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
 
 void DirectoryWatch::watch(const BusDirectory& directory) {
-  const int watched =
-      inotify_add_watch(_inotify.get(), directory.path().c_str(),
-                        IN_CREATE | IN_DELETE | IN_MOVE | IN_DELETE_SELF | IN_MOVE_SELF);
+  const int watched = inotify_add_watch(
+      _inotify.get(), directory.path().c_str(),
+      IN_CREATE | IN_DELETE | IN_MOVE | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF);
   if (_watched >= 0 && watched != _watched) inotify_rm_watch(_inotify.get(), _watched);
   _watched = watched;
 }

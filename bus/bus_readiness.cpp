@@ -1,3 +1,4 @@
+// Probes are sent again and again: the first ones may be published before anyone has subscribed.
 #include "bus_readiness.h"
 
 #include <unistd.h>
@@ -19,6 +20,7 @@ BusReadiness::BusReadiness(std::string sender, std::vector<std::string> channels
       _text(kProbeType + std::string("probe of process ") + std::to_string(getpid())),
       _silent(channels.begin(), channels.end()) {}
 
+/// The text is compared whole, so that no other process' probe counts.
 bool BusReadiness::is_probe(const void* packet, unsigned int length, const char* channel) {
   const char* message = static_cast<const char*>(packet) + kTextOffset;
   const std::size_t size = _text.size() + 1;  // its terminator: no number is taken for a longer one
@@ -41,6 +43,7 @@ bool BusReadiness::wait(std::chrono::milliseconds limit) {
   const auto deadline = std::chrono::steady_clock::now() + limit;
   std::unique_lock<std::mutex> lock(_mutex);
   while (!_silent.empty() && !_failed && std::chrono::steady_clock::now() < deadline) {
+    // Publishing takes no lock: a probe may come back on another thread before it returns.
     const std::set<std::string> silent = _silent;
     lock.unlock();
     for (const std::string& channel : silent) publish_probe(channel);

@@ -1,3 +1,5 @@
+// Recording and series hold no timers: each call brings them up to date from the time that has
+// passed since they began, so the outcome does not depend on how often anyone looks.
 #include "camera_capture.h"
 
 #include <algorithm>
@@ -12,16 +14,21 @@ constexpr u8 kStatusIdle = 0;
 constexpr u8 kStatusCapturing = 2;
 constexpr u8 kStatusRecording = 3;
 
+/// Pictures of a series that has no end of its own.
 constexpr u32 kUntilStopped = 0xFFFFFFFF;
+// Panoramas: pictures, and the time in which the gimbal turns to the next.
 constexpr u32 kHorizontalPanorama = 9;
 constexpr u32 kHemisphericalPanorama = 25;
 constexpr u64 kPanoramaIntervalMs = 500;
 
+// Values of the image format, and what a raw picture takes; a JPEG is the smallest file.
 constexpr u32 kDngKib = 24 * 1024;
 constexpr u32 kFormatDng = 130;
 constexpr u32 kFormatJpegAndDng = 131;
 
+/// Names have four digits.
 constexpr u32 kLastFileNumber = 9999;
+/// Result in the data of a picture that could not be kept.
 constexpr s8 kPictureLost = -1;
 
 }  // namespace
@@ -77,6 +84,7 @@ std::optional<u64> CameraCapture::next_due_ms() const {
   return _series.due_ms;
 }
 
+/// A change to the mode in force is a change all the same, and is notified.
 vlm_err_t CameraCapture::set_mode(u8 mode, u64 now_ms) {
   if (mode != kVideoMode && mode != kPhotoMode) return VLM_ERR_IS_UNSUPPORTED_CAMMODE;
   if (_recording) return VLM_ERR_IS_RECORDING;
@@ -87,6 +95,7 @@ vlm_err_t CameraCapture::set_mode(u8 mode, u64 now_ms) {
   return VLM_ERR_NONE;
 }
 
+/// Needs room for a second of video at least.
 vlm_err_t CameraCapture::start_recording(u64 now_ms) {
   if (_mode != kVideoMode) return VLM_ERR_IS_NOT_VIDEO_MODE;
   if (_recording) return VLM_ERR_IS_RECORDING;
@@ -110,6 +119,7 @@ vlm_err_t CameraCapture::take_photo(u64 now_ms) {
   return ready;
 }
 
+/// The thermal sensor's time lapse, whatever the capture mode.
 vlm_err_t CameraCapture::start_timed_photos(u32 interval_s, u64 now_ms) {
   if (interval_s == 0) return VLM_ERR_IS_INVALID_PARAM;
   const vlm_err_t ready = ready_for_pictures();
@@ -119,6 +129,7 @@ vlm_err_t CameraCapture::start_timed_photos(u32 interval_s, u64 now_ms) {
   return ready;
 }
 
+/// Success, or why no picture can be begun; the kind of the series under way decides which.
 vlm_err_t CameraCapture::ready_for_pictures() const {
   if (_mode != kPhotoMode) return VLM_ERR_IS_NOT_PHOTO_MODE;
   switch (_series.kind) {
@@ -146,6 +157,7 @@ CameraCapture::Series CameraCapture::planned_series() const {
   }
 }
 
+/// The first picture is exposed at once, whatever the interval.
 void CameraCapture::start(Series series, u64 now_ms) {
   _series = series;
   _series.due_ms = now_ms + kPictureMs;
@@ -182,6 +194,7 @@ void CameraCapture::finish_picture() {
   }
 }
 
+/// Space that the next picture takes.
 u32 CameraCapture::picture_kib() const {
   switch (_settings[Setting::kImageFormat]) {
     case kFormatDng: return kDngKib;
@@ -206,6 +219,7 @@ udp_ctrl_cam_misc_image_info_t CameraCapture::exif(s8 result) const {
   const udp_ctrl_cam_media_folder_t& folder = _settings.records().folder;
   const bool dng = _settings[Setting::kImageFormat] == kFormatDng;
   char url[sizeof info.url];
+  // The folder's text may fill its field; of a folder that is in force only three digits are left.
   std::snprintf(url, sizeof url, "/sdcard/DCIM/%.3sMEDIA/IMG_%04u.%s",
                 folder.enable_flag != 0 ? folder.folder : "100", _file_number, dng ? "DNG" : "JPG");
   std::memcpy(info.url, url, sizeof url);

@@ -1,8 +1,8 @@
 // Camera mode, recording and pictures of the simulated camera.
 //
 // Video mode records; photo mode takes pictures, one or a series of them: a burst, a bracket, a
-// panorama, a time lapse, or the timed pictures of the thermal sensor. Either fills the card as time
-// passes, and keeps the mode while it runs.
+// panorama, a time lapse, or the timed pictures of the thermal sensor. Either fills the card as
+// time passes, and keeps the mode while it runs.
 #ifndef CAMERA_SIM_CAMERA_CAPTURE_H
 #define CAMERA_SIM_CAMERA_CAPTURE_H
 

@@ -1,3 +1,5 @@
+// Positions are kept as real numbers, so that many short steps of time move them as one long one
+// does; commands see them cut to their own types.
 #include "camera_lens.h"
 
 #include <algorithm>
@@ -14,6 +16,7 @@ constexpr u32 kStop = 3;
 /// Where the scene of the simulated camera is sharp.
 constexpr u32 kSharpFocus = 0x4000;
 
+/// The result of a position that was `accepted` or not.
 vlm_err_t done(bool accepted) { return accepted ? VLM_ERR_NONE : VLM_ERR_IS_INVALID_PARAM; }
 
 /// Drives `axis` as the command word says; `tele` is the direction in which the value moves then.
@@ -32,6 +35,7 @@ DrivenAxis::DrivenAxis(double low, double high, double initial, double per_secon
     : _low(low), _high(high), _position(initial), _per_second(per_second) {}
 
 bool DrivenAxis::go_to(double position) {
+  // Written so that what is no number is refused too.
   if (!(_low <= position && position <= _high)) return false;
   _position = position;
   _direction = 0;
@@ -85,6 +89,7 @@ vlm_err_t CameraLens::limit_focus(u32 limit) {
   return VLM_ERR_NONE;
 }
 
+/// Finds the scene, or the limit where that is farther.
 vlm_err_t CameraLens::focus_automatically() {
   _focus.go_to(std::min<double>(kSharpFocus, _focus.high()));
   return VLM_ERR_NONE;

@@ -1,3 +1,5 @@
+// Each part of the camera knows its own commands; the model asks them in turn, after the rules that
+// concern the camera as a whole.
 #include "camera_model.h"
 
 #include <algorithm>
@@ -33,6 +35,7 @@ constexpr char kModuleName[] = "VLMSIM";
 constexpr char kThermalModuleName[] = "VLMSIM-T";
 constexpr std::size_t kModuleNameSize = 8;
 
+/// Whether `code` is one of `codes`.
 template <std::size_t kSize>
 bool contains(const int (&codes)[kSize], int code) {
   return std::find(std::begin(codes), std::end(codes), code) != std::end(codes);
@@ -66,6 +69,7 @@ std::optional<u64> CameraModel::next_due_ms() const {
   return std::min(*queued, *picture);
 }
 
+/// The same card comes back with what is on it, but counts as another one for the file numbers.
 bool CameraModel::insert_card(u64 now_ms) {
   advance(now_ms);
   const bool changed = _storage.insert();
@@ -96,6 +100,7 @@ u32 CameraModel::version() const {
   return 1U | 4U << 8 | (_upgrades & 0x0F) << 16 | u32{'R'} << 24;
 }
 
+/// Brings every part up to `now_ms`. An upgrade that is over by then has been followed by a reboot.
 void CameraModel::advance(u64 now_ms) {
   const u64 now = std::min(std::max(now_ms, _now_ms), kLatestMs);
   _capture.advance(now);
@@ -108,6 +113,7 @@ void CameraModel::advance(u64 now_ms) {
   if (_phase == CameraPhase::kBooting && now >= _phase_ends_ms) _phase = CameraPhase::kRunning;
 }
 
+/// The result of a command; payload is left in `out` on success alone.
 vlm_err_t CameraModel::answer(int code, const u8* in, u8* out) {
   if (_phase == CameraPhase::kUpgrading) return VLM_ERR_IS_UPGRADING_QUORIN_CAMERA;
   if (_phase == CameraPhase::kBooting) return VLM_ERR_CAMERA_NOT_INITIAL;
@@ -149,6 +155,7 @@ std::optional<vlm_err_t> CameraModel::answer_own(int code, const u8* in, u8* out
   }
 }
 
+/// The snapshot of all settings, with the camera's own status byte.
 udp_ctrl_cam_request_list_t CameraModel::request_list() const {
   const CameraRecords& records = _settings.records();
   const auto value = [this](Setting setting) { return _settings[setting]; };
@@ -177,6 +184,7 @@ udp_ctrl_cam_request_list_t CameraModel::request_list() const {
   return list;
 }
 
+/// Module name, then the version word.
 void CameraModel::report_version(u8* out) const {
   const char* name = _thermal_sensor ? kThermalModuleName : kModuleName;
   std::memcpy(out, name, strnlen(name, kModuleNameSize));
@@ -206,6 +214,7 @@ void CameraModel::restart(u64 now_ms) {
   _phase_ends_ms = now_ms + kBootMs;
 }
 
+/// Notifies the card's state when it has `changed`, which it returns.
 bool CameraModel::announce_card(bool changed) {
   if (changed) {
     _notifications.add(notification(LCM_SDCARD_STATUS, _now_ms, _storage.notification_byte()));

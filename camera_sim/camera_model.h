@@ -47,8 +47,8 @@ class CameraModel {
   /// Sets or unsets a property as CameraProperties::put does.
   vlm_err_t put_property(const std::string& name, const std::string& value);
 
-  /// The camera at a glance: what its snapshot command answers at `now_ms`, and how its parts are as
-  /// of the latest time handed in.
+  /// The camera at a glance: what its snapshot command answers at `now_ms`, and how its parts are
+  /// as of the latest time handed in.
   udp_ctrl_cam_request_list_t snapshot(u64 now_ms);
   CameraPhase phase() const { return _phase; }
   u32 version() const;

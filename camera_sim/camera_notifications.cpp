@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+/// Behind those that are due at the same time.
 void NotificationQueue::add(const Notification& added) {
   const auto later = [](u64 due, const Notification& other) { return due < other.due_ms; };
   _queue.insert(std::upper_bound(_queue.begin(), _queue.end(), added.due_ms, later), added);

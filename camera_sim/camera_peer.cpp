@@ -1,3 +1,5 @@
+// The way of a prompt reply takes no allocation and no other thread: record and packet live on the
+// stack, and texts are made only for a trace.
 #include "camera_peer.h"
 
 #include <algorithm>
@@ -8,13 +10,16 @@
 
 namespace {
 
+/// Bytes before the message.
 constexpr std::size_t kEnvelopeSize = offsetof(userlcm_packet_t, msg_buf);
 
+/// Whether the packet names `sender` as its sender's channel; the field may have no terminator.
 bool is_from(const void* packet, const char* sender) {
   const char* channel = static_cast<const char*>(packet);
   return std::strncmp(channel, sender, sizeof(userlcm_packet_t::channel)) == 0;
 }
 
+/// An empty packet that names `sender` as its sender's channel.
 userlcm_packet_t packet_from(const char* sender) {
   userlcm_packet_t packet{};
   std::strncpy(packet.channel, sender, sizeof packet.channel - 1);
@@ -75,6 +80,7 @@ void CameraPeer::stop() {
   if (_sender.joinable()) _sender.join();
 }
 
+/// Decides, carries out and schedules under the lock; publishes a prompt reply without it.
 void CameraPeer::answer(const udp_ctrl_cam_t& request) {
   if (_trace) _trace("-> " + describe_request(request));
   std::unique_lock<std::mutex> lock(_mutex);
@@ -89,6 +95,7 @@ void CameraPeer::answer(const udp_ctrl_cam_t& request) {
   for (int copy = 0; at_once && copy < fate.copies; ++copy) publish(outgoing(reply));
 }
 
+/// The camera's reply, or the error that the faults ask for. Under the lock.
 udp_ctrl_cam_t CameraPeer::reply_to(const udp_ctrl_cam_t& request, const Fate& fate) {
   if (!fate.error) return _camera.handle(request, now_ms());
   udp_ctrl_cam_t reply{};
@@ -97,6 +104,7 @@ udp_ctrl_cam_t CameraPeer::reply_to(const udp_ctrl_cam_t& request, const Fate& f
   return reply;
 }
 
+/// The packet of a reply, with its trace where one is wanted.
 OutgoingPacket CameraPeer::outgoing(const udp_ctrl_cam_t& reply) const {
   OutgoingPacket made{packet_from(kRequestChannel), sizeof(msg_from_rep_t), {}};
   made.packet.msg_buf[0] = LCM_CONTROL_CAMERA;
@@ -105,6 +113,7 @@ OutgoingPacket CameraPeer::outgoing(const udp_ctrl_cam_t& reply) const {
   return made;
 }
 
+/// Lines up the copies of a reply that is not prompt. Under the lock.
 void CameraPeer::schedule(const udp_ctrl_cam_t& reply, const Fate& fate) {
   const u64 due_us = now_us() + fate.delay_us;
   for (int copy = 0; copy < fate.copies; ++copy) {
@@ -116,11 +125,13 @@ void CameraPeer::schedule(const udp_ctrl_cam_t& reply, const Fate& fate) {
   }
 }
 
+/// Tells before it publishes: whoever has the packet finds its line too. Not under the lock.
 void CameraPeer::publish(const OutgoingPacket& outgoing) const {
   if (_trace) _trace(outgoing.trace);
   _publish(&outgoing.packet, outgoing.length, kReplyChannel);
 }
 
+/// Body of the sender thread: publishes what is due, and sleeps until more will be.
 void CameraPeer::serve() {
   std::unique_lock<std::mutex> lock(_mutex);
   while (!_stopping) {
@@ -153,16 +164,19 @@ void CameraPeer::collect_notifications() {
   }
 }
 
+/// To be called under the lock after each change; needed only when something is due sooner.
 void CameraPeer::wake_sender() {
   if (next_due_us() < _sender_wakes_us) _changed.notify_one();
 }
 
+/// When a packet or a notification is due next. Under the lock.
 u64 CameraPeer::next_due_us() const {
   const auto notification_ms = _camera.next_due_ms();
   return std::min(_schedule.next_due_us().value_or(kNever),
                   notification_ms ? *notification_ms * 1000 : kNever);
 }
 
+/// Microseconds since the peer was made.
 u64 CameraPeer::now_us() const {
   return static_cast<u64>(
       std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - _start).count());

@@ -1,8 +1,8 @@
 // The simulated camera as a peer on the bus: takes requests, lets the faults have their way, and
 // publishes replies and notifications when they are due.
 //
-// Replies that are due at once are published on the thread that brought the request; all else by one
-// sender thread. The two publish outside the lock, so a slow subscriber delays only them.
+// Replies that are due at once are published on the thread that brought the request; all else by
+// one sender thread. The two publish outside the lock, so a slow subscriber delays only them.
 #ifndef CAMERA_SIM_CAMERA_PEER_H
 #define CAMERA_SIM_CAMERA_PEER_H
 

@@ -6,7 +6,9 @@ namespace {
 
 constexpr std::size_t kLongestName = 16;
 constexpr std::size_t kLongestValue = 46;
+/// Keeps a client that sets ever new names from filling the memory.
 constexpr std::size_t kMostProperties = 64;
+/// The property that the camera fixes itself.
 constexpr char kSerial[] = "serial";
 
 bool is_name(const std::string& name) {
@@ -34,6 +36,7 @@ vlm_err_t CameraProperties::put(const std::string& name, const std::string& valu
   return VLM_ERR_NONE;
 }
 
+/// A name that could never be one is told apart from one that is not set.
 vlm_err_t CameraProperties::get(const std::string& name, u8* out) const {
   if (!is_name(name)) return VLM_ERR_IS_INVALID_PARAM;
   const auto found = _values.find(name);
@@ -42,6 +45,7 @@ vlm_err_t CameraProperties::get(const std::string& name, u8* out) const {
   return VLM_ERR_NONE;
 }
 
+/// The first equals sign ends the name; others belong to the value.
 vlm_err_t CameraProperties::set(const std::string& assignment, u8* out) {
   const auto equals = assignment.find('=');
   if (equals == std::string::npos) return VLM_ERR_IS_INVALID_PARAM;

@@ -1,3 +1,5 @@
+// What an operator is told about a value is the value's row here. Where nothing is told, the
+// meaning is the sensor's own, and any value is kept.
 #include "camera_settings.h"
 
 #include <algorithm>
@@ -13,14 +15,17 @@ constexpr int kNoCode = -1;
 
 // What a plain value may be.
 
+/// From `low` to `high`, both included.
 struct Span {
   u32 low;
   u32 high;
 };
 
+/// Holds no value.
 constexpr Span kNoSpan{1, 0};
 constexpr Span kAnything{0, 0xFFFFFFFF};
 
+/// The values of up to three spans.
 struct Allowed {
   std::array<Span, 3> spans;
 };
@@ -31,6 +36,7 @@ constexpr Allowed one_of(Span first, Span second = kNoSpan, Span third = kNoSpan
 
 // Codes and numbers whose meaning only the sensor's own firmware knows.
 constexpr Allowed kAny = one_of(kAnything);
+// 0 is off and 1 is on, or 2 is on and 3 is off.
 constexpr Allowed kSwitch = one_of({0, 1});
 constexpr Allowed kOnOff = one_of({2, 3});
 
@@ -48,6 +54,8 @@ vlm_err_t check_custom_wb(const CameraSettings& settings, u32) {
   return settings[Setting::kWhiteBalance] == kWhiteBalanceCustom ? VLM_ERR_NONE
                                                                  : VLM_ERR_IS_NOT_MANUAL_WB;
 }
+
+// A video format and the two modes that restrict it are checked whichever is set last.
 
 vlm_err_t check_encode_mode(const CameraSettings& settings, u32 mode) {
   return CameraSettings::check_video(settings.records().video, mode,
@@ -67,6 +75,7 @@ vlm_err_t check_video_format(const CameraSettings& settings, const u8* payload) 
 
 vlm_err_t valid_if(bool valid) { return valid ? VLM_ERR_NONE : VLM_ERR_IS_INVALID_PARAM; }
 
+/// A position in percent, of use only when the spot is metered.
 vlm_err_t check_spot(const CameraSettings& settings, const u8* payload) {
   if (settings[Setting::kMeterMode] != kMeterSpot) return VLM_ERR_IS_NOT_SPOT_METERING;
   const auto spot = load<udp_ctrl_cam_coords_ratio_t>(payload);
@@ -99,11 +108,14 @@ vlm_err_t check_photo_mode(const CameraSettings&, const u8* payload) {
   }
 }
 
+/// A text of 1 to kLongest characters.
 template <std::size_t kLongest>
 vlm_err_t check_text(const CameraSettings&, const u8* payload) {
   const std::size_t size = load_text(payload).size();
   return valid_if(size >= 1 && size <= kLongest);
 }
+
+// Longer names and passwords than their fields are cut, as their senders do too.
 
 vlm_err_t check_ssid(const CameraSettings&, const u8* payload) {
   return payload[0] != 0 ? VLM_ERR_NONE : VLM_ERR_INVALID_DRONENAME;
@@ -207,6 +219,7 @@ constexpr PlainRow kPlain[] = {
     {Setting::kUsbPassThrough, kNoCode, 905, 4, 0, kAny},
 };
 
+/// Values are found by their setting, so rows and enumerators must not drift apart.
 constexpr bool in_enum_order() {
   std::size_t index = 0;
   for (const PlainRow& row : kPlain) {
@@ -288,6 +301,7 @@ std::optional<vlm_err_t> CameraSettings::answer(int code, const u8* in, u8* out)
   return answer_special(code, in, out);
 }
 
+/// Two formats are known not to work: fast ultra-high definition in H.265, 100 frames in PAL.
 vlm_err_t CameraSettings::check_video(const udp_ctrl_video_t& video, u32 encode_mode,
                                       u32 system_mode) {
   const int width = video.res.w;
@@ -371,6 +385,8 @@ vlm_err_t CameraSettings::set_exposure(const u8* in) {
   return VLM_ERR_NONE;
 }
 
+// The second stream's own commands set one field of its properties.
+
 vlm_err_t CameraSettings::set_second_bitrate(u32 bitrate) {
   return set_stream({1, kStreamBitrate, bitrate, {}, 0});
 }
@@ -389,6 +405,7 @@ vlm_err_t CameraSettings::get_stream(const u8* in, u8* out) const {
   return VLM_ERR_NONE;
 }
 
+/// Takes the fields that the mask names; the stream that results must make sense as a whole.
 vlm_err_t CameraSettings::set_stream(const vlm_stream_prop_t& wanted) {
   if (wanted.stream_id >= kStreamCount) return VLM_ERR_IS_INVALID_PARAM;
   vlm_stream_prop_t stream = _records.streams[wanted.stream_id];

@@ -1,5 +1,5 @@
-// camera_sim: the simulated camera on the message bus. Serves until it is told to end, by a signal or
-// by its operator; the end of its input does not end it.
+// camera_sim: the simulated camera on the message bus. Serves until it is told to end, by a signal
+// or by its operator; the end of its input does not end it.
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
@@ -30,7 +30,10 @@ CameraPeer* g_peer;
 BusReadiness* g_readiness;
 volatile std::sig_atomic_t g_end;
 
+/// Runs on the main thread while it waits for input.
 void on_end_signal(int) { g_end = 1; }
+
+// On the bus threads.
 
 extern "C" void on_camera_packet(void* packet, unsigned int length, char* channel, void*) {
   if (!g_readiness->is_probe(packet, length, channel)) g_peer->receive(packet, length);
@@ -64,6 +67,7 @@ void ensure_standard_input() {
   if (fcntl(STDIN_FILENO, F_GETFD) == -1) open("/dev/null", O_RDONLY);
 }
 
+/// Serves a subscription on a thread of its own, as long as the process lives.
 void subscribe(const char* channel, ReceiveBufCallBack callback) {
   auto* subscription = new Receive_msg_t{};
   std::snprintf(subscription->channel, sizeof subscription->channel, "%s", channel);
@@ -103,11 +107,13 @@ void serve_operator(const sigset_t& waiting_mask) {
   }
 }
 
+/// Says what is wrong on standard error; returns `status`.
 int complain(const std::string& message, int status) {
   std::fprintf(stderr, "camera_sim: %s\n", message.c_str());
   return status;
 }
 
+/// Serves until it is told to end; returns the exit status.
 int simulate(const SimOptions& options) {
   const u64 seed = options.seed ? *options.seed : std::random_device()();
   const sigset_t waiting_mask = hold_end_signals();

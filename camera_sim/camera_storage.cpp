@@ -6,6 +6,7 @@
 
 namespace {
 
+// Slots by their numbers in commands.
 constexpr u8 kExternalSlot = 0;
 constexpr u8 kInternalSlot = 3;
 constexpr u8 kAllSlots = 7;
@@ -14,6 +15,7 @@ constexpr u8 kSlotCount = 2;
 /// Asks for the storage in use, whichever slot it is in.
 constexpr u8 kCurrentStorage = 255;
 
+// What the card tells about itself.
 constexpr u16 kCardMbps = 90;
 constexpr u8 kHighSpeed = 1;
 constexpr udp_ctrl_sdcard_support_info_t kCardMaker = {0x5344, 0x03, 1};
@@ -41,6 +43,7 @@ void CameraStorage::write(u64 kib) {
   _available_kib -= static_cast<u32>(std::min<u64>(kib, _available_kib));
 }
 
+/// The internal slot is empty, so there is nothing to format in it.
 vlm_err_t CameraStorage::format(u8 slot) {
   if (slot == kInternalSlot) return VLM_ERR_SDCARD_NOT_READY;
   if (slot != kExternalSlot && slot != kAllSlots) return VLM_ERR_IS_INVALID_PARAM;
@@ -64,6 +67,7 @@ bool CameraStorage::remove() {
 udp_ctrl_cam_sdcard_storage_t CameraStorage::record(int index) const {
   udp_ctrl_cam_sdcard_storage_t record{};
   record.storage_id = kSlots[index];
+  // A bit for each slot, by its number, and one for each card that is ready.
   record.storage_bitmap.slots = (1 << kExternalSlot) | (1 << kInternalSlot);
   record.storage_bitmap.storages = _inserted ? 1 << kExternalSlot : 0;
   if (record.storage_id == kExternalSlot && _inserted) {
@@ -79,6 +83,7 @@ u8 CameraStorage::notification_byte() const {
   return static_cast<u8>(status | kExternalSlot << 3 | (kSlotCount - 1) << 6);
 }
 
+/// An empty slot is reported, not refused: that it is empty is the answer.
 vlm_err_t CameraStorage::report(u8 slot, u8* out) const {
   const u8 wanted = slot == kCurrentStorage ? kExternalSlot : slot;
   const auto* found = std::find(std::begin(kSlots), std::end(kSlots), wanted);

@@ -1,3 +1,4 @@
+// Temperatures are tenths of a degree and depend on the settings alone, so that tests know them.
 #include "camera_thermal.h"
 
 #include "payload_bytes.h"
@@ -34,6 +35,7 @@ udp_ctrl_cam_lepton_area_temp_t CameraThermal::temperatures() const {
   return status;
 }
 
+/// A sensor of 640 pixels a line; calibration shows once it has been run.
 vlm_camera_pn_info_t CameraThermal::sensor_data() const {
   vlm_camera_pn_info_t info{};
   info.cameraSN = 1000001;

@@ -1,5 +1,5 @@
-// The thermal sensor of the simulated camera, apart from its settings: temperatures, calibration and
-// the sensor's own data.
+// The thermal sensor of the simulated camera, apart from its settings: temperatures, calibration
+// and the sensor's own data.
 #ifndef CAMERA_SIM_CAMERA_THERMAL_H
 #define CAMERA_SIM_CAMERA_THERMAL_H
 

@@ -27,6 +27,7 @@ std::optional<u64> PacketSchedule::next_due_us() const {
   return _heap.front().due_us;
 }
 
+/// Order of the heap; the serial number makes it stable.
 bool PacketSchedule::later(const Entry& a, const Entry& b) {
   return std::tie(a.due_us, a.serial) > std::tie(b.due_us, b.serial);
 }

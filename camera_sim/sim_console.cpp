@@ -20,6 +20,8 @@ __attribute__((format(printf, 1, 2))) std::string line_of(const char* format, ..
   return line;
 }
 
+// One function a command; `rest` is what follows its word, without blanks at either end.
+
 OperatorAnswer card(const SimulatedBoard& board, const std::string& rest) {
   if (rest == "remove") {
     return {board.camera.remove_card(board.now_ms) ? "card removed\n" : "no card is inserted\n"};
@@ -50,6 +52,7 @@ const char* text_of(CameraPhase phase) {
   return "";
 }
 
+/// Of the camera's own status byte.
 const char* text_of_status(u8 status) {
   return status == 3 ? "recording" : status == 2 ? "capturing" : "idle";
 }
@@ -87,6 +90,7 @@ OperatorAnswer help(const SimulatedBoard&, const std::string&);
 
 OperatorAnswer quit(const SimulatedBoard&, const std::string&) { return {"", true}; }
 
+/// A row of the command table, from which the help is printed too.
 struct Command {
   const char* word;
   const char* usage;
@@ -110,6 +114,7 @@ OperatorAnswer help(const SimulatedBoard&, const std::string&) {
   return {text};
 }
 
+/// Without blanks at either end; a carriage return is one.
 std::string without_ends(const std::string& line) {
   const auto first = line.find_first_not_of(" \t\r");
   if (first == std::string::npos) return "";

@@ -11,12 +11,14 @@
 
 namespace {
 
+/// Commands whose payload is a text.
 constexpr int kTextCodes[] = {
     UDP_CTRL_CAM_SET_WIFI_PASSWORD, UDP_CTRL_CAM_SET_WIFI_SSID,    UDP_CTRL_CAM_GET_COUNTRY_CODE,
     UDP_CTRL_CAM_SET_COUNTRY_CODE,  UDP_CTRL_CAM_SEND_RC_BOARD_ID, UDP_CTRL_CAM_GET_PROPERTY,
     UDP_CTRL_CAM_SET_PROPERTY,
 };
 
+/// A blank and two digits for each byte up to the last one that is not zero.
 std::string hexadecimal(const u8* bytes, std::size_t size) {
   while (size > 0 && bytes[size - 1] == 0) --size;
   std::string text;

@@ -4,6 +4,7 @@
 
 Faults::Faults(FaultPlan plan, u64 seed) : _plan(std::move(plan)), _random(seed) {}
 
+/// A lost reply cannot go out twice; a held one may be lost or doubled like any other.
 Fate Faults::next(u16 code) {
   Fate fate;
   fate.muted = _plan.mute.count(code) != 0;
@@ -29,6 +30,7 @@ bool Faults::happens(double probability) {
   return static_cast<double>(_random() >> 11) * kUnit < probability;
 }
 
+/// Any latency of the plan's range; the remainder's bias is far below what a clock shows.
 u64 Faults::latency_us() {
   const u64 span = _plan.latency_high_us - _plan.latency_low_us;
   return span == 0 ? _plan.latency_low_us : _plan.latency_low_us + _random() % (span + 1);

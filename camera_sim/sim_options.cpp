@@ -8,6 +8,7 @@ namespace {
 
 // Each reads the whole of `text`; false when it is anything else.
 
+/// A whole decimal number that T holds.
 template <typename T>
 bool parse_number(const std::string& text, T& number) {
   const char* end = text.data() + text.size();
@@ -46,6 +47,7 @@ bool parse_latency(const std::string& text, SimOptions& options) {
          parse_duration(high, plan.latency_high_us) && plan.latency_low_us <= plan.latency_high_us;
 }
 
+/// Two numbers with "=" between them.
 bool parse_fail(const std::string& text, SimOptions& options) {
   const auto equals = text.find('=');
   u16 code = 0;
@@ -69,6 +71,7 @@ bool parse_seed(const std::string& text, SimOptions& options) {
   return parse_number(text, options.seed.emplace());
 }
 
+/// A row of the option table.
 struct Option {
   const char* name;
   const char* value;  // what it takes, null for a switch

@@ -19,12 +19,29 @@ if(VLM_WERROR)
   add_compile_options(-Werror)
 endif()
 
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  # Times beyond 2038 and large files on 32-bit machines. The bus library may be built either way: no
+  # time and no file offset crosses its interface.
+  add_compile_definitions(_TIME_BITS=64 _FILE_OFFSET_BITS=64)
+endif()
+
 # What is delivered faces the network.
 set(delivered $<CONFIG:Release,MinSizeRel>)
 add_compile_options(
   $<${delivered}:-U_FORTIFY_SOURCE> $<${delivered}:-D_FORTIFY_SOURCE=2>
   $<${delivered}:-fstack-protector-strong>)
 add_link_options($<${delivered}:LINKER:-z,relro,-z,now>)
+
+if(CMAKE_BUILD_TYPE STREQUAL "MinSizeRel")
+  add_compile_options(-ffunction-sections -fdata-sections)
+  add_link_options(-Wl,--gc-sections)
+  set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
+endif()
+
+option(VLM_STATIC_LIBSTDCXX "Link the C++ library into the programs" OFF)
+if(VLM_STATIC_LIBSTDCXX)
+  add_link_options(-static-libstdc++ -static-libgcc)
+endif()
 
 set(VLM_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 if(VLM_SANITIZE)

@@ -322,9 +322,11 @@ class LcmRequest {
   bool set_cam_settings_cmd();
   bool set_drone_platform(u16 platform);
   /// `in_prop` holds "name=value", fewer than 128 characters, in a buffer of 128 bytes, which
-  /// receives the previous value; a value that fills it has no terminator.
+  /// receives the previous value; a value that fills it has no terminator. Other texts are refused
+  /// with a message and nothing sent.
   bool set_property(char* in_prop);
-  /// `prop` holds a name in a buffer of 128 bytes, which receives the value, likewise.
+  /// `prop` holds a name without '=' in a buffer of 128 bytes, which receives the value, likewise; a
+  /// name may fill the buffer.
   bool get_property(char* prop);
   bool set_survey_mode_flag(u8 flag);
   /// Always 0 and true: the camera keeps no such flag yet, so nothing is sent.

@@ -1,7 +1,8 @@
 // The catalogue of camera operations, one member a command.
 
 #include <array>
-#include <cstdio>
+#include <string>
+#include <string_view>
 
 #include "lcm_request_pattern.h"
 #include "velmar_log.h"
@@ -14,7 +15,14 @@ constexpr int kLogSuccess = 1;
 constexpr int kLogFailure = 2;
 constexpr int kLogPlain = 4;
 
-constexpr int kPropertySize = sizeof(LcmRequest::Data::property_str);
+constexpr std::size_t kPropertySize = sizeof(LcmRequest::Data::property_str);
+
+/// The text in a caller's buffer, which it may fill without a terminator.
+std::string_view property_text(const char* buffer) {
+  return {buffer, strnlen(buffer, kPropertySize)};
+}
+
+bool is_assignment(std::string_view text) { return text.find('=') != text.npos; }
 
 }  // namespace
 
@@ -636,27 +644,26 @@ bool LcmRequest::set_drone_platform(u16 platform) {
 }
 
 bool LcmRequest::set_property(char* in_prop) {
-  if (strnlen(in_prop, kPropertySize) == kPropertySize || std::strchr(in_prop, '=') == nullptr) {
-    return !say("LcmRequest::set_property bad prop: %s\n", in_prop);
+  const std::string sent(property_text(in_prop));  // the answer overwrites the caller's buffer
+  if (sent.size() == kPropertySize || !is_assignment(sent)) {
+    return !say("LcmRequest::set_property bad prop: %s\n", sent.c_str());
   }
-  char sent[kPropertySize] = {};
-  std::strncpy(sent, in_prop, sizeof sent - 1);
-  char failed[kPropertySize + sizeof "set_propery  failed"];
-  std::snprintf(failed, sizeof failed, "set_propery %s failed", sent);
+  const std::string failed = "set_propery " + sent + " failed";
   return ask(__func__, UDP_CTRL_CAM_SET_PROPERTY)
-             .trace("LcmRequest::set_property set prop: %s\n", sent)
-             .with(sent)
-             .send(failed) &&
+             .trace("LcmRequest::set_property set prop: %s\n", sent.c_str())
+             .with_text(sent.c_str())
+             .send(failed.c_str()) &&
          take(_data.property_str, in_prop) &&
-         say("set property: new value: %s, previous value: %.128s\n", sent, in_prop);
+         say("set property: new value: %s, previous value: %.128s\n", sent.c_str(), in_prop);
 }
 
 bool LcmRequest::get_property(char* prop) {
-  if (prop[0] == '\0' || std::strchr(prop, '=') != nullptr) {
-    return !say("LcmRequest::get_property bad prop: %s\n", prop);
+  const std::string_view name = property_text(prop);
+  if (name.empty() || is_assignment(name)) {
+    return !say("LcmRequest::get_property bad prop: %.128s\n", prop);
   }
   return ask(__func__, UDP_CTRL_CAM_GET_PROPERTY)
-             .trace("get property:%s\n", prop)
+             .trace("get property:%.128s\n", prop)
              .with_text(prop)
              .send() &&
          take(_data.property_str, prop) && say("get property:%.128s\n", prop);

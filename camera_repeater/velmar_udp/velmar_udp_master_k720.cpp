@@ -107,7 +107,7 @@ void* UdpMasterK720::receive_commands_from_apps(void* arg) {
     if (size == 0) continue;
     udp_say(udp_here(), "Received msg:rev_len = %d\n", static_cast<int>(size));
     udp_print_bytes("", reinterpret_cast<const u8*>(&msg), size);
-    if (service.udp_trylock() != 0) {
+    if (service.take_idle_slot() != 0) {
       service.error_info_to_apps(msg, VLM_ERR_BUSY);
       udp_say(udp_here(), "VLM_ERR_BUSY\n");
       continue;
@@ -125,12 +125,12 @@ void* UdpMasterK720::receive_commands_from_apps(void* arg) {
 
 void* UdpMasterK720::process_commands_from_apps(void* arg) {
   auto& service = *static_cast<UdpMasterK720*>(arg);
-  // The wait alone releases the mutex: a service that has nothing to do is never found busy.
-  service.udp_lock();
   for (;;) {
+    service.udp_lock();
     service.udp_waitsignal();
     service.process_camera_functions_and_reply();
     service.udp_consume();
+    service.udp_unlock();
   }
 }
 
@@ -148,6 +148,13 @@ std::size_t UdpMasterK720::receive_message() {
   std::memcpy(&m_camctr_msg, bytes, size);
   m_peer_client_addr = sender;
   return size;
+}
+
+/// Takes the mutex; -1 while a command is executed. A sender that has its reply is not refused,
+/// even if the processing thread has still to release the mutex, which it does without delay.
+int UdpMasterK720::take_idle_slot() {
+  if (udp_trylock() == 0) return 0;
+  return m_unanswered > 0 ? -1 : udp_lock();
 }
 
 camctrl_msg_t UdpMasterK720::message() {

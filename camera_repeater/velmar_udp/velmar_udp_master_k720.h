@@ -12,6 +12,7 @@
 #include <pthread.h>
 
 #include <array>
+#include <atomic>
 #include <mutex>
 
 #include "vlm_camera_codes.h"
@@ -68,7 +69,7 @@ class UdpMasterK720 {
   /// 0 when the mutex was taken, else -1.
   int udp_trylock() { return pthread_mutex_trylock(&m_mutex) == 0 ? 0 : -1; }
   int udp_unlock() { return pthread_mutex_unlock(&m_mutex); }
-  void udp_produce() { ++m_count; }
+  void udp_produce() { m_unanswered = ++m_count; }
   void udp_consume() { --m_count; }
   void udp_sendsignal() { pthread_cond_signal(&m_cond); }
   /// Blocks until a command waits; the mutex, which the caller holds, is released meanwhile.
@@ -98,14 +99,16 @@ class UdpMasterK720 {
   friend struct UdpMasterK720Peer;  // lets tests look at the socket
 
   std::size_t receive_message();
+  int take_idle_slot();
   camctrl_msg_t message();
   void send_to_client(const camctrl_msg_t& msg, std::size_t size);
 
   int m_udp_server_port = 0;
   int m_udp_server_fd = 0;
-  pthread_mutex_t m_mutex;  // guards m_count and the hand-off of the slot
-  pthread_cond_t m_cond;    // a command waits
-  int m_count = 0;          // validated commands not yet executed
+  pthread_mutex_t m_mutex;           // guards m_count and the hand-off of the slot
+  pthread_cond_t m_cond;             // a command waits
+  int m_count = 0;                   // validated commands not yet executed
+  std::atomic<int> m_unanswered{0};  // those of them that no reply has been sent to
   camctrl_msg_t m_camctr_msg{};
   sockaddr_in m_peer_client_addr{};
   std::mutex m_slot_mutex;  // guards the two above, which are overwritten while a command runs

@@ -339,6 +339,7 @@ int UdpMasterK720::process_camera_functions_and_reply() {
   feedback_fill_crc(reply, exchange.len());
   const std::size_t size = exchange.len() + std::size_t{8};
   udp_print_bytes("To send msg:\n", reinterpret_cast<const u8*>(&reply), size);
+  m_unanswered = m_count - 1;
   send_to_client(reply, size);
   return 0;
 }

@@ -214,7 +214,7 @@ struct udp_ctrl_cam_request_list_t {
   u8 wb;
   u32 recording_time_s;
   u32 available_kib;
-  u8 camera_status;  // 0 idle, 1 recording, 2 capturing
+  u8 camera_status;  // on the bus 3 recording, 2 capturing; stored 0 idle, 1, 2
   udp_ctrl_cam_sdcard_storage_t sdcard_storage_t[2];
 };
 static_assert(sizeof(udp_ctrl_cam_request_list_t) == 70);

@@ -133,8 +133,9 @@ constexpr Choice kChoices[] = {
 
 bool is(const char* text, const char* word) { return std::strcmp(text, word) == 0; }
 
-/// The number that a text begins with; 0 when it begins with none.
-int number(const char* text) { return static_cast<int>(std::strtol(text, nullptr, 10)); }
+/// The number that a text begins with, cut to 32 bits; 0 when it begins with none. Wide enough on the
+/// way where a long has 32 bits: a time beyond 2038 keeps its bits.
+int number(const char* text) { return static_cast<int>(std::strtoll(text, nullptr, 10)); }
 
 // Data bytes are appended behind those that `len` counts; the CRC takes its place behind them later.
 

@@ -16,30 +16,16 @@ struct UdpMasterK720Peer {
   static int fd(const UdpMasterK720& service) { return service.m_udp_server_fd; }
 };
 
-/// Blocks until the service waits for a request: until then it would answer "busy", even to the one
-/// that it has just replied to. It must have answered one.
+/// Blocks until the service has done with, and told all about, what it has answered.
 inline void settle(UdpMasterK720& service) {
   service.udp_lock();
   service.udp_unlock();
-}
-
-/// The service's first answer to a request that needs no camera; as long as the service starts, it
-/// answers "busy".
-inline Bytes first_answer(int port) {
-  constexpr int kGetCameraType = 4096;
-  const CamctrlApp app(port);
-  for (;;) {
-    const Bytes reply = app.ask(camctrl_request(kGetCameraType));
-    if (reply.size() != 264) return reply;
-  }
 }
 
 /// Its threads never end, so that it is never freed.
 inline UdpMasterK720& start_camctrl_service() {
   auto& service = *new UdpMasterK720;
   if (service.master_initialization(0) != 0) throw std::runtime_error("no service");
-  first_answer(UdpMasterK720Peer::port(service));
-  settle(service);
   return service;
 }
 

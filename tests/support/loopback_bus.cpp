@@ -10,15 +10,20 @@
 
 namespace {
 
-std::mutex mutex;
-std::condition_variable published;
-std::deque<userlcm_packet_t> packets;
+struct Queue {
+  std::mutex mutex;
+  std::condition_variable published;
+  std::deque<userlcm_packet_t> packets;
+};
+
+// Never destroyed: the subscription's thread still waits in it while the process exits.
+Queue& queue = *new Queue;
 
 userlcm_packet_t next_packet() {
-  std::unique_lock<std::mutex> lock(mutex);
-  published.wait(lock, [] { return !packets.empty(); });
-  const userlcm_packet_t packet = packets.front();
-  packets.pop_front();
+  std::unique_lock<std::mutex> lock(queue.mutex);
+  queue.published.wait(lock, [] { return !queue.packets.empty(); });
+  const userlcm_packet_t packet = queue.packets.front();
+  queue.packets.pop_front();
   return packet;
 }
 
@@ -26,9 +31,9 @@ userlcm_packet_t next_packet() {
 
 int send_msg_to_lcm(const userlcm_packet_t* packet, unsigned int /*length*/,
                     const char* /*channel*/) {
-  const std::lock_guard<std::mutex> guard(mutex);
-  packets.push_back(*packet);
-  published.notify_one();
+  const std::lock_guard<std::mutex> guard(queue.mutex);
+  queue.packets.push_back(*packet);
+  queue.published.notify_one();
   return 0;
 }
 

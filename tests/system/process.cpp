@@ -17,6 +17,8 @@
 #include <thread>
 #include <utility>
 
+#include "runnable.h"
+
 namespace {
 
 constexpr std::chrono::seconds kPatience{30};
@@ -47,12 +49,13 @@ Pipe make_pty() {
   return {master, slave};
 }
 
-[[noreturn]] void become(const std::vector<std::string>& arguments,
+[[noreturn]] void become(std::vector<std::string> arguments,
                          const std::vector<std::string>& environment) {
   std::signal(SIGPIPE, SIG_DFL);
   for (const auto& variable : environment) putenv(const_cast<char*>(variable.c_str()));
+  arguments = runnable(arguments);
   std::vector<char*> argv;
-  for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  for (auto& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
   execvp(argv[0], argv.data());
   _exit(127);

@@ -201,14 +201,14 @@ const std::set<int> kSilent = {
     905};
 // clang-format on
 
-/// A payload in which each byte differs from its neighbours and names its place.
+/// A payload of different bytes, none of them 0xa5, so that each names its place.
 std::vector<u8> distinct_payload() {
   std::vector<u8> payload(128);
   for (std::size_t i = 0; i < payload.size(); ++i) payload[i] = static_cast<u8>(3 + 5 * i);
   return payload;
 }
 
-/// Data none of whose bytes is zero.
+/// Data whose every byte, padding included, shows a change.
 Data filled_data() {
   Data data;
   std::memset(&data, 0xa5, sizeof data);

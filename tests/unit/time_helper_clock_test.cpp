@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <ostream>
 #include <vector>
 
 #include "scripted_bus.h"
@@ -111,6 +112,8 @@ struct Split {
   time_t seconds;
   long nanos;
 };
+
+void PrintTo(const Split& split, std::ostream* out) { *out << split.time_us << "us"; }
 
 class ClockSplit : public ClockRule, public testing::WithParamInterface<Split> {};
 

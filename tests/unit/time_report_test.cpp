@@ -349,8 +349,19 @@ TEST_F(TimeReportTest, AWrongNumberDoesNotBlindTheReportForTheRestOfTheFile) {
   clock_moves(kSecond);
   lines(10);
   EXPECT_EQ(stalls(), 1U);
+  EXPECT_EQ(jumps_forward(), 0U);
   EXPECT_EQ(summary().out_of_order_lines, 2U);
   EXPECT_EQ(summary().lost_lines, 1U);
+}
+
+TEST_F(TimeReportTest, LateLinesApartFromEachOtherDoNotBeginARun) {
+  lines(40);
+  for (const int number : {45, 42, 46, 47, 43, 48}) {
+    _report.line(1, {number, kStart + (number - 1) * 10 * kMs});
+  }
+  EXPECT_EQ(summary().out_of_order_lines, 2U);
+  EXPECT_EQ(summary().lost_lines, 2U);
+  EXPECT_EQ(summary().elapsed_us, 470 * kMs);
 }
 
 // --- Interruptions ---

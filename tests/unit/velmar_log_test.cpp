@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <ostream>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -208,6 +209,8 @@ struct Level {
   const char* line;
 };
 
+void PrintTo(const Level& row, std::ostream* out) { *out << "level" << row.level; }
+
 class TraceLogLevels : public TraceLog, public testing::WithParamInterface<Level> {};
 
 TEST_P(TraceLogLevels, HaveTheirSuffix) {
@@ -222,11 +225,7 @@ INSTANTIATE_TEST_SUITE_P(All, TraceLogLevels,
                                          Level{2, "text 12:[001], T\n"},
                                          Level{3, "text 12:[001], T\n"}, Level{4, "text 12, T\n"},
                                          Level{5, "text 12"}, Level{7, "text 12"},
-                                         Level{-1, "text 12"}),
-                         [](const auto& row) {
-                           const int level = row.param.level;
-                           return level < 0 ? "Negative" : "Level" + std::to_string(level);
-                         });
+                                         Level{-1, "text 12"}));
 
 TEST_F(TraceLog, CountsEachOfTheFourClassesByItself) {
   start_file();
@@ -255,6 +254,14 @@ TEST_F(TraceLog, CountsFromOneAgainAfterEachInit) {
   EXPECT_EQ(logged(), "after:[001], T\nafter:[001], T\nafter:[001], T\nafter:[001], T\n");
 }
 
+TEST_F(TraceLog, ClosesTheFileBeforeOnASecondInit) {
+  start_file();
+  const int before = g_log_fd;
+  init();
+  EXPECT_NE(g_log_fd, before);
+  EXPECT_EQ(fcntl(before, F_GETFD), -1);
+}
+
 TEST_F(TraceLog, WidensTheCounterBeyondThreeDigits) {
   start_file();
   g_cmd_num.ok_num = 999;
@@ -269,6 +276,10 @@ struct Length {
   int characters;
   bool suffixed;
 };
+
+void PrintTo(const Length& row, std::ostream* out) {
+  *out << "level" << row.level << "with" << row.characters << "characters";
+}
 
 class TraceLogLengths : public TraceLog, public testing::WithParamInterface<Length> {};
 
@@ -293,11 +304,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Length{0, 127, false}, Length{0, 128, false}, Length{0, 500, false},
                     Length{4, 0, true}, Length{4, 108, true}, Length{4, 109, true},
                     Length{4, 116, true}, Length{4, 117, false}, Length{4, 127, false},
-                    Length{4, 128, false}, Length{4, 500, false}),
-    [](const auto& row) {
-      return "Level" + std::to_string(row.param.level) + "With" +
-             std::to_string(row.param.characters) + "Characters";
-    });
+                    Length{4, 128, false}, Length{4, 500, false}));
 
 TEST_F(TraceLog, CutsAMessageWithoutSuffixTo127Characters) {
   start_file();

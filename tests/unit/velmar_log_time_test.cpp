@@ -251,7 +251,7 @@ TEST_F(TimeLog, EndsWhenItsDirectoryCannotBeMade) {
 
 TEST_F(TimeLog, EndsWhenAFileNameIsTooLong) {
   enable();
-  const std::string stem(55, 'x');  // and "_0001.log" with its terminator: 65 bytes
+  const std::string stem = _dir / std::string(40, 'x');  // with "_0001.log" 64 bytes at least
   g_time_log_settings.file_stem = stem.c_str();
   EXPECT_EQ(run_after_card(), "SD card is OK\nmax_sn is 1\nOpen logfile fail\n");
 }

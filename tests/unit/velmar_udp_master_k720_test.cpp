@@ -113,13 +113,14 @@ TEST_F(UdpService, IsStartedOnTheGivenPort) {
   }
   EXPECT_EQ(vlm_udp_master_k720_init(port), 0);
   EXPECT_EQ(vlm_udp_master_k720_port(), port);
-  EXPECT_EQ(first_answer(port), kCameraTypeReply);
+  EXPECT_EQ(CamctrlApp(port).ask(camctrl_request(kGetCameraType)), kCameraTypeReply);
 }
 
 TEST_F(UdpService, TakesAFreePortWhenAskedForNone) {
   EXPECT_EQ(vlm_udp_master_k720_init(0), 0);
   EXPECT_NE(vlm_udp_master_k720_port(), 0);
-  EXPECT_EQ(first_answer(vlm_udp_master_k720_port()), kCameraTypeReply);
+  EXPECT_EQ(CamctrlApp(vlm_udp_master_k720_port()).ask(camctrl_request(kGetCameraType)),
+            kCameraTypeReply);
 }
 
 TEST_F(UdpService, IsRefusedAPortInUse) {
@@ -307,6 +308,20 @@ TEST_F(UdpService, AnswersBusyWhileACommandRuns) {
   EXPECT_EQ(bus().published().size(), 1U);
 
   EXPECT_EQ(occurrences("@receive_commands_from_apps: VLM_ERR_BUSY\n"), 2);
+}
+
+TEST_F(UdpService, NeverRefusesASenderThatHasItsReply) {
+  for (int i = 0; i < 3000; ++i) {
+    ASSERT_EQ(_app.ask(camctrl_request(kGetCameraType)), kCameraTypeReply) << i;
+    ASSERT_EQ(_other_app.ask(camctrl_request(0)), camctrl_reply(0, 1)) << i;
+  }
+}
+
+TEST_F(UdpService, TakesARequestAsSoonAsItHasStarted) {
+  for (int i = 0; i < 20; ++i) {
+    const int port = UdpMasterK720Peer::port(start_camctrl_service());
+    ASSERT_EQ(CamctrlApp(port).ask(camctrl_request(kGetCameraType)), kCameraTypeReply);
+  }
 }
 
 TEST_F(UdpService, SendsTheReplyOfARunningCommandToTheLatestSender) {

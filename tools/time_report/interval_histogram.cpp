@@ -11,9 +11,9 @@ constexpr std::size_t kPowers = 63 - kBucketBits;  // shifts that a value of 63 
 int highest_bit(std::uint64_t value) { return 63 - __builtin_clzll(value); }
 
 std::size_t bucket_of(std::uint64_t value) {
-  if (value < 2 * kBucketsPerPower) return value;
+  if (value < 2 * kBucketsPerPower) return static_cast<std::size_t>(value);
   const auto shift = static_cast<std::size_t>(highest_bit(value) - kBucketBits);
-  return shift * kBucketsPerPower + (value >> shift);
+  return shift * kBucketsPerPower + static_cast<std::size_t>(value >> shift);
 }
 
 /// The largest value of a bucket.

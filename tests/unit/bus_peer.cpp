@@ -1,0 +1,55 @@
+// The other process in tests of the bus.
+//
+//   bus_peer listen CHANNEL                 prints a line for each packet; a packet from "exit"
+//                                           makes it exit
+//   bus_peer flood CHANNEL SENDER COUNT     publishes the packets 0 to COUNT - 1
+#include <signal.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "numbered_packet.h"
+
+namespace {
+
+void print_packet(void* buf, unsigned int size, char*, void*) {
+  userlcm_packet_t packet;
+  std::memcpy(&packet, buf, sizeof packet);
+  const std::string description = description_of(packet, size);
+  std::puts(description.c_str());
+  if (description.rfind("exit ", 0) == 0) std::exit(0);
+}
+
+int listen_to(const char* channel) {
+  // A signal that interrupts calls, for the tests to send.
+  struct sigaction interrupting {};
+  interrupting.sa_handler = [](int) {};
+  sigaction(SIGUSR1, &interrupting, nullptr);
+
+  Receive_msg_t subscription{};
+  std::snprintf(subscription.channel, sizeof subscription.channel, "%s", channel);
+  subscription.f = print_packet;
+  register_lcm_message(&subscription);
+  return 1;
+}
+
+int flood(const char* channel, const char* sender, std::uint32_t count) {
+  for (std::uint32_t number = 0; number < count; ++number) {
+    if (publish(channel, sender, number) != 0) return 1;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  const std::string action = argc > 1 ? argv[1] : "";
+  if (action == "listen" && argc == 3) return listen_to(argv[2]);
+  if (action == "flood" && argc == 5) {
+    return flood(argv[2], argv[3], static_cast<std::uint32_t>(std::stoul(argv[4])));
+  }
+  return 2;
+}

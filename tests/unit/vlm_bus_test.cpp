@@ -1,0 +1,503 @@
+// The two bus functions, between threads and between processes.
+#include "vlm_bus.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <fstream>
+#include <map>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bus_fixture.h"
+#include "publisher.h"
+
+using ::testing::internal::CaptureStderr;
+using ::testing::internal::GetCapturedStderr;
+
+namespace {
+
+std::atomic<bool> g_has_inotify{true};
+std::atomic<int> g_looks{0};
+
+}  // namespace
+
+// The bus reaches inotify through these two, so that a test can take it away and count the looks at
+// the directory: each begins with a watch.
+extern "C" int inotify_init1(int flags) noexcept {
+  if (g_has_inotify) return static_cast<int>(syscall(SYS_inotify_init1, flags));
+  errno = EMFILE;
+  return -1;
+}
+
+extern "C" int inotify_add_watch(int fd, const char* path, std::uint32_t mask) noexcept {
+  ++g_looks;
+  return static_cast<int>(syscall(SYS_inotify_add_watch, fd, path, mask));
+}
+
+namespace {
+
+class VlmBusTest : public BusFixture {
+ protected:
+  /// How many packets a socket holds, or one less.
+  static std::uint32_t queue_length() {
+    std::uint32_t length = 0;
+    std::ifstream("/proc/sys/net/unix/max_dgram_qlen") >> length;
+    return length;
+  }
+  static std::uint32_t more_than_a_queue() { return queue_length() + 20; }
+
+  void expect_refused(const userlcm_packet_t* packet, unsigned int length, const char* channel,
+                      const std::string& reason) {
+    CaptureStderr();
+    EXPECT_EQ(send_msg_to_lcm(packet, length, channel), -1);
+    EXPECT_EQ(GetCapturedStderr(), "vlm_bus: nothing published: " + reason + "\n");
+  }
+
+  void expect_not_served(Receive_msg_t* subscription) {
+    CaptureStderr();
+    EXPECT_EQ(register_lcm_message(subscription), nullptr);
+    EXPECT_EQ(GetCapturedStderr(),
+              "vlm_bus: cannot subscribe: no callback, or no channel of this name\n");
+  }
+
+  /// Publishes packets `first` to `last` - 1, each once `taker` has printed the one before.
+  void publish_in_step(std::uint32_t first, std::uint32_t last, ChildProcess& taker) {
+    for (std::uint32_t number = first; number < last; ++number) {
+      ASSERT_EQ(publish(_channel, "test", number), 0);
+      ASSERT_EQ(taker.line(), "test " + std::to_string(number));
+    }
+  }
+
+  /// The line that announces the `drops`th drop of a stalled listener.
+  static std::string stall_line(const std::string& name, std::uint32_t drops) {
+    return "vlm_bus: " + name +
+           " does not take its packets; dropped so far: " + std::to_string(drops) + "\n";
+  }
+
+  std::string socket_of(const ChildProcess& listener) const {
+    const auto names = sockets(_channel + '.' + std::to_string(listener.pid()) + '.');
+    return names.size() == 1 ? names.front() : "no socket";
+  }
+};
+
+TEST_F(VlmBusTest, DeliversTheMeaningfulBytesWithTheSendersChannel) {
+  Inbox& inbox = subscribe(_channel);
+  userlcm_packet_t packet{};
+  std::memset(&packet, 'm', sizeof packet);
+  std::memcpy(packet.channel, kReplyChannel, sizeof kReplyChannel);
+  for (const unsigned int length : {1024U, 257U, 68U, 1U, 0U}) {
+    ASSERT_EQ(send_msg_to_lcm(&packet, length, _channel.c_str()), 0);
+    const auto delivery = inbox.next();
+    ASSERT_TRUE(delivery);
+    EXPECT_EQ(delivery->size, 64 + length);
+    EXPECT_EQ(delivery->channel, _channel);
+    userlcm_packet_t expected{};
+    std::memcpy(&expected, &packet, 64 + length);
+    EXPECT_EQ(std::memcmp(&delivery->packet, &expected, sizeof expected), 0) << length;
+  }
+}
+
+TEST_F(VlmBusTest, RefusesWhatIsNoPacketOrNoChannel) {
+  const userlcm_packet_t packet{};
+  const char* const channel = _channel.c_str();
+  expect_refused(nullptr, 1, channel, "no packet");
+  expect_refused(&packet, 1025, channel, "the message is too long");
+  expect_refused(&packet, ~0U, channel, "the message is too long");
+  expect_refused(&packet, 1, nullptr, "no channel has this name");
+  expect_refused(&packet, 1, "", "no channel has this name");
+  expect_refused(&packet, 1, "a/b", "no channel has this name");
+  expect_refused(&packet, 1, std::string(64, 'c').c_str(), "no channel has this name");
+}
+
+TEST_F(VlmBusTest, DoesNotServeARecordWithoutChannelOrCallback) {
+  const auto callback = [](void*, unsigned int, char*, void*) {};
+  expect_not_served(nullptr);
+  Receive_msg_t without_callback = subscription_of(_channel, nullptr, nullptr);
+  expect_not_served(&without_callback);
+  Receive_msg_t unnamed = subscription_of("", callback, nullptr);
+  expect_not_served(&unnamed);
+  Receive_msg_t unterminated = subscription_of(std::string(64, 'c'), callback, nullptr);
+  expect_not_served(&unterminated);
+}
+
+TEST_F(VlmBusTest, PublishingToNobodySucceeds) {
+  EXPECT_EQ(publish(_channel, "test", 0), 0);
+  EXPECT_EQ(publish(_channel, "test", 1), 0);
+}
+
+TEST_F(VlmBusTest, ChannelsMayHaveAnyNameOfUpTo63BytesWithoutSlash) {
+  for (const std::string& channel :
+       {std::string(63, 'c'), std::string("."), std::string(".."), std::string(" a\n%s\xff*.")}) {
+    Inbox& inbox = subscribe(channel);
+    ASSERT_EQ(publish(channel, "test", 1), 0);
+    EXPECT_EQ(inbox.next_line(), "test 1");
+  }
+}
+
+TEST_F(VlmBusTest, ChannelsWhoseNamesBeginAlikeAreApart) {
+  Inbox& plain = subscribe(_channel);
+  Inbox& longer = subscribe(_channel + ".1");
+  Inbox& longest = subscribe(_channel + ".1.2");
+  ASSERT_EQ(publish(_channel + ".1.2", "test", 3), 0);
+  ASSERT_EQ(publish(_channel + ".1", "test", 2), 0);
+  ASSERT_EQ(publish(_channel, "test", 1), 0);
+  EXPECT_EQ(plain.next_line(), "test 1");
+  EXPECT_EQ(longer.next_line(), "test 2");
+  EXPECT_EQ(longest.next_line(), "test 3");
+}
+
+TEST_F(VlmBusTest, EverySubscriberOfTheChannelGetsACopyInOrder) {
+  ChildProcess& first = listener(_channel);
+  ChildProcess& second = listener(_channel);
+  Inbox& third = subscribe(_channel);
+  ChildProcess& other = listener(_channel + "-other");
+  for (std::uint32_t number = 0; number < 500; ++number) {
+    const std::string line = "test " + std::to_string(number);
+    ASSERT_EQ(publish(_channel, "test", number), 0);
+    ASSERT_EQ(first.line(), line);
+    ASSERT_EQ(second.line(), line);
+    ASSERT_EQ(third.next_line(), line);
+  }
+  ASSERT_EQ(publish(_channel + "-other", "test", 1000), 0);
+  EXPECT_EQ(other.line(), "test 1000");
+}
+
+TEST_F(VlmBusTest, ASubscriberGetsThePublishThatBeginsOnceItIsBound) {
+  for (std::uint32_t number = 0; number < 50; ++number) {
+    ASSERT_EQ(publish(_channel, "test", number), 0);
+    ChildProcess& latest = listener(_channel);
+    ASSERT_EQ(publish(_channel, "test", 1000 + number), 0);
+    EXPECT_EQ(latest.line(), "test " + std::to_string(1000 + number));
+    latest.kill_and_wait();
+  }
+}
+
+TEST_F(VlmBusTest, ManyPublishersTearNothingAndKeepTheirOrders) {
+  constexpr std::uint32_t kCount = 3000;
+  ChildProcess& reader = listener(_channel);
+  CaptureStderr();  // where the reader gets no processor time, copies are dropped
+  std::vector<ChildProcess*> processes;
+  std::vector<std::thread> threads;
+  std::atomic<int> threads_at_work{3};
+  for (const char* name : {"p1", "p2", "p3"}) {
+    processes.push_back(&start({BUS_PEER, "flood", _channel, name, std::to_string(kCount)}));
+  }
+  for (const char* name : {"t1", "t2", "t3"}) {
+    threads.emplace_back([this, name, &threads_at_work] {
+      for (std::uint32_t number = 0; number < kCount; ++number) publish(_channel, name, number);
+      --threads_at_work;
+    });
+  }
+  const auto all_written = [&] {
+    return threads_at_work == 0 && std::all_of(processes.begin(), processes.end(),
+                                               [](auto* process) { return process->has_ended(); });
+  };
+  std::vector<std::string> lines{""};
+  for (bool written = false, silent = false; lines.back() != "end 0" && !silent;) {
+    written = written || all_written();
+    if (written) publish(_channel, "end", 0);
+    const auto line = reader.line(written ? kPlentyMs : 10);
+    if (line) lines.push_back(*line);
+    silent = written && !line;
+  }
+  for (std::thread& thread : threads) thread.join();
+  GetCapturedStderr();
+
+  ASSERT_EQ(lines.back(), "end 0");
+  EXPECT_GE(lines.size(), queue_length());
+  ASSERT_EQ(std::count(lines.begin(), lines.end(), "torn"), 0);
+  std::map<std::string, long> next;
+  for (std::size_t i = 1; i + 1 < lines.size(); ++i) {
+    const std::string sender = lines[i].substr(0, 2);
+    const long number = std::stol(lines[i].substr(3));
+    ASSERT_GE(number, next[sender]) << sender;
+    next[sender] = number + 1;
+  }
+}
+
+TEST_F(VlmBusTest, ADeadSubscriberIsRemovedAndItsSuccessorServed) {
+  ChildProcess& first = listener(_channel);
+  publish_in_step(0, 3, first);
+  EXPECT_EQ(first.kill_and_wait(), -SIGKILL);
+  EXPECT_EQ(sockets(_channel + '.').size(), 1U);
+  EXPECT_EQ(publish(_channel, "test", 3), 0);
+  EXPECT_EQ(sockets(_channel + '.').size(), 0U);
+
+  ChildProcess& second = listener(_channel);
+  publish_in_step(4, 7, second);
+}
+
+TEST_F(VlmBusTest, ASubscriberThatDiedBeforeTheFirstPublishIsRemoved) {
+  listener(_channel).kill_and_wait();
+  Inbox& live = subscribe(_channel);
+  EXPECT_EQ(sockets(_channel + '.').size(), 2U);
+  EXPECT_EQ(publish(_channel, "test", 0), 0);
+  EXPECT_EQ(sockets(_channel + '.').size(), 1U);
+  EXPECT_EQ(live.next_line(), "test 0");
+}
+
+TEST_F(VlmBusTest, ASubscriberThatTookOverTheNameOfADeadOneIsServed) {
+  ChildProcess& first = listener(_channel);
+  publish_in_step(0, 1, first);
+  const std::filesystem::path name = _bus / socket_of(first);
+  first.kill_and_wait();
+
+  std::filesystem::remove(name);
+  const UniqueFd successor(socket(AF_UNIX, SOCK_DGRAM, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  ASSERT_LT(name.string().size(), sizeof address.sun_path);
+  std::memcpy(address.sun_path, name.c_str(), name.string().size());
+  ASSERT_EQ(bind(successor.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+
+  ASSERT_EQ(publish(_channel, "test", 1), 0);
+  userlcm_packet_t packet{};
+  const ssize_t size = recv(successor.get(), &packet, sizeof packet, MSG_DONTWAIT);
+  ASSERT_GT(size, 0);
+  EXPECT_EQ(description_of(packet, static_cast<unsigned int>(size)), "test 1");
+}
+
+TEST_F(VlmBusTest, AStoppedSubscriberIsReportedOnceAndCostsTheOthersNothing) {
+  ChildProcess& stopped = listener(_channel);
+  ChildProcess& live = listener(_channel);
+  const std::string name = socket_of(stopped);
+  const std::uint32_t many = more_than_a_queue() + 200;
+
+  stopped.stop();
+  CaptureStderr();
+  const auto start = std::chrono::steady_clock::now();
+  publish_in_step(0, many, live);
+  const auto taken = std::chrono::steady_clock::now() - start;
+  EXPECT_EQ(GetCapturedStderr(), stall_line(name, 1));
+  EXPECT_LT(taken, std::chrono::seconds(5));  // waiting each time it would take 10 s
+
+  // What its queue held is whole and in order, and with room in the queue it is served again.
+  stopped.resume();
+  ASSERT_EQ(stopped.line(), "test 0");
+  publish_in_step(many, many + 1, live);
+  std::uint32_t held = 1;
+  auto line = stopped.line();
+  while (line == "test " + std::to_string(held)) {
+    ++held;
+    line = stopped.line();
+  }
+  EXPECT_EQ(line, "test " + std::to_string(many));
+
+  // The next time it stalls, the line counts what it has lost before.
+  stopped.stop();
+  CaptureStderr();
+  publish_in_step(many + 1, 2 * many + 1, live);
+  EXPECT_EQ(GetCapturedStderr(), stall_line(name, many - held + 1));
+}
+
+TEST_F(VlmBusTest, SlowSubscribersAreWaitedForTogether) {
+  std::vector<Inbox*> slow;
+  for (int i = 0; i < 60; ++i) slow.push_back(&subscribe(_channel));
+  for (Inbox* inbox : slow) inbox->block();
+
+  const std::uint32_t many = more_than_a_queue();
+  CaptureStderr();
+  const auto start = std::chrono::steady_clock::now();
+  for (std::uint32_t number = 0; number < many; ++number) publish(_channel, "test", number);
+  const auto taken = std::chrono::steady_clock::now() - start;
+  const std::string lines = GetCapturedStderr();
+
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 60);
+  EXPECT_LT(taken, std::chrono::seconds(2));  // one after the other they would take 3 s
+  for (Inbox* inbox : slow) {
+    inbox->unblock();
+    EXPECT_EQ(inbox->next_line(), "test 0");
+  }
+}
+
+TEST_F(VlmBusTest, SignalsDoNotCutTheWaitForRoomShort) {
+  ChildProcess& stopped = listener(_channel);
+  stopped.stop();
+  struct sigaction interrupting {};
+  interrupting.sa_handler = [](int) {};
+  sigaction(SIGALRM, &interrupting, nullptr);
+  const itimerval every_2ms{{0, 2000}, {0, 2000}};
+  setitimer(ITIMER_REAL, &every_2ms, nullptr);
+
+  CaptureStderr();
+  const auto start = std::chrono::steady_clock::now();
+  for (std::uint32_t number = 0; number < more_than_a_queue(); ++number) {
+    EXPECT_EQ(publish(_channel, "test", number), 0);
+  }
+  const auto taken = std::chrono::steady_clock::now() - start;
+  const itimerval never{};
+  setitimer(ITIMER_REAL, &never, nullptr);
+  EXPECT_EQ(GetCapturedStderr(), stall_line(socket_of(stopped), 1));
+  EXPECT_GE(taken, std::chrono::milliseconds(50));
+}
+
+TEST_F(VlmBusTest, SignalsDoNotEndASubscription) {
+  ChildProcess& child = listener(_channel);
+  for (std::uint32_t number = 0; number < 50; ++number) {
+    child.send_signal(SIGUSR1);
+    publish_in_step(number, number + 1, child);
+  }
+}
+
+TEST_F(VlmBusTest, DatagramsThatAreNoPacketsAreIgnored) {
+  Inbox& inbox = subscribe(_channel);
+  std::string error;
+  const auto directory = BusDirectory::open(error);
+  ASSERT_TRUE(directory) << error;
+  const UniqueFd stranger = directory->connect(sockets(_channel + '.').front());
+  ASSERT_TRUE(stranger);
+  const std::vector<char> bytes(1089);
+  for (const std::size_t size : {std::size_t{0}, std::size_t{63}, std::size_t{1089}}) {
+    EXPECT_EQ(send(stranger.get(), bytes.data(), size, 0), static_cast<ssize_t>(size));
+  }
+  ASSERT_EQ(publish(_channel, "test", 1), 0);
+  EXPECT_EQ(inbox.next_line(), "test 1");
+}
+
+TEST_F(VlmBusTest, AnExitingProcessTakesItsSocketsAlong) {
+  ChildProcess& child = listener(_channel);
+  ASSERT_EQ(publish(_channel, "exit", 0), 0);
+  EXPECT_EQ(child.wait(), 0);
+  EXPECT_TRUE(sockets("").empty());
+}
+
+TEST_F(VlmBusTest, SocketsAreOpenToTheirOwnerOnly) {
+  const mode_t before = umask(0);
+  subscribe(_channel);
+  umask(before);
+  const auto status = std::filesystem::status(_bus / sockets(_channel + '.').front());
+  EXPECT_EQ(status.permissions(),
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+}
+
+TEST_F(VlmBusTest, NamesThatAreInUseArePassedOver) {
+  std::filesystem::create_directory(_bus);
+  std::filesystem::permissions(_bus, std::filesystem::perms::owner_all);
+  for (int serial = 0; serial < 300; ++serial) {
+    const std::string tail = '.' + std::to_string(getpid()) + '.' + std::to_string(serial);
+    std::ofstream{_bus / tail};
+    std::ofstream{_bus / (_channel + tail)};
+  }
+  Inbox& inbox = subscribe(_channel);
+  ASSERT_EQ(publish(_channel, "test", 1), 0);
+  EXPECT_EQ(inbox.next_line(), "test 1");
+  // And files that are no sockets are nobody's to remove.
+  const std::filesystem::directory_iterator files(_bus);
+  EXPECT_EQ(std::distance(begin(files), end(files)), 601);
+}
+
+TEST_F(VlmBusTest, TheDirectoryIsLookedAtOnlyWhenItHasChanged) {
+  ChildProcess& first = listener(_channel);
+  publish_in_step(0, 2, first);  // the move to this test's directory is a change itself
+  int before = g_looks;
+  publish_in_step(2, 200, first);
+  EXPECT_EQ(g_looks, before);
+
+  ChildProcess& second = listener(_channel);
+  before = g_looks;
+  publish_in_step(200, 201, first);
+  EXPECT_EQ(second.line(), "test 200");
+  EXPECT_EQ(g_looks, before + 1);
+}
+
+TEST_F(VlmBusTest, WithoutInotifyTheDirectoryIsLookedAtEachTime) {
+  g_has_inotify = false;
+  Publisher publisher;
+  const auto publish_blind = [&](std::uint32_t number) {
+    const userlcm_packet_t packet = numbered_packet("blind", number);
+    return publisher.publish(_channel, &packet, kHeaderSize + length_of(number));
+  };
+  ChildProcess& first = listener(_channel);
+  ASSERT_TRUE(publish_blind(0));
+  EXPECT_EQ(first.line(), "blind 0");
+  ChildProcess& second = listener(_channel);
+  ASSERT_TRUE(publish_blind(1));
+  EXPECT_EQ(first.line(), "blind 1");
+  EXPECT_EQ(second.line(), "blind 1");
+  first.kill_and_wait();
+  ASSERT_TRUE(publish_blind(2));
+  EXPECT_EQ(second.line(), "blind 2");
+  EXPECT_EQ(sockets(_channel + '.').size(), 1U);
+  g_has_inotify = true;
+}
+
+TEST_F(VlmBusTest, ADirectoryThatIsRemovedAndMadeAgainIsServed) {
+  ChildProcess& first = listener(_channel);
+  publish_in_step(0, 3, first);
+  const std::string name = socket_of(first);
+  std::filesystem::remove_all(_bus);
+  EXPECT_EQ(publish(_channel, "test", 3), 0);
+
+  ChildProcess& second = listener(_channel);
+  publish_in_step(4, 7, second);
+  // The one of the removed directory announces itself again.
+  const std::string first_again = _channel + '.' + std::to_string(first.pid()) + '.';
+  ASSERT_TRUE(comes_true([&] { return !sockets(first_again).empty(); }));
+  publish_in_step(7, 10, second);
+  EXPECT_EQ(first.line(), "test 7");
+}
+
+TEST_F(VlmBusTest, AnEmptyDirectoryThatIsReplacedIsNotMissed) {
+  ASSERT_EQ(publish(_channel, "test", 0), 0);
+  const UniqueFd held(open(_bus.c_str(), O_RDONLY));  // keeps its removal quiet
+  std::filesystem::remove(_bus);
+  ChildProcess& child = listener(_channel);
+  publish_in_step(1, 3, child);
+}
+
+TEST_F(VlmBusTest, ARemovedSocketIsAnnouncedAgain) {
+  Inbox& inbox = subscribe(_channel);
+  std::filesystem::remove(_bus / sockets(_channel + '.').front());
+  ASSERT_TRUE(comes_true([&] { return !sockets(_channel + '.').empty(); }));
+  ASSERT_EQ(publish(_channel, "test", 1), 0);
+  EXPECT_EQ(inbox.next_line(), "test 1");
+}
+
+TEST_F(VlmBusTest, CallbacksMayPublish) {
+  Inbox& answers = subscribe(_channel + "-answers");
+  Receive_msg_t echo = subscription_of(
+      _channel,
+      [](void* buf, unsigned int size, char* channel, void*) {
+        userlcm_packet_t packet;
+        std::memcpy(&packet, buf, sizeof packet);
+        send_msg_to_lcm(&packet, size - kHeaderSize, (std::string(channel) + "-answers").c_str());
+      },
+      nullptr);
+  static Receive_msg_t subscription;
+  subscription = echo;
+  std::thread([] { register_lcm_message(&subscription); }).detach();
+  ASSERT_TRUE(bus_has_subscriber(_channel.c_str(), kPlentyMs));
+  ASSERT_EQ(publish(_channel, "test", 1), 0);
+  EXPECT_EQ(answers.next_line(), "test 1");
+}
+
+TEST_F(VlmBusTest, ALiveSubscriberIsSeenWithoutNoticing) {
+  EXPECT_FALSE(bus_has_subscriber(_channel.c_str()));
+  ChildProcess& child = listener(_channel);
+  for (int i = 0; i < 50; ++i) EXPECT_TRUE(bus_has_subscriber(_channel.c_str()));
+  publish_in_step(0, 1, child);  // nothing came before
+  child.kill_and_wait();
+  EXPECT_EQ(sockets(_channel + '.').size(), 1U);
+  EXPECT_FALSE(bus_has_subscriber(_channel.c_str()));
+}
+
+TEST_F(VlmBusTest, AFullSubscriberIsSeenAsLive) {
+  ChildProcess& child = listener(_channel);
+  child.stop();
+  CaptureStderr();
+  for (std::uint32_t i = 0; i < more_than_a_queue(); ++i) publish(_channel, "test", i);
+  GetCapturedStderr();
+  EXPECT_TRUE(bus_has_subscriber(_channel.c_str()));
+}
+
+}  // namespace
