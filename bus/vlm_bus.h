@@ -1,4 +1,5 @@
-// What the embedded bus offers beside the two functions of vlm_userlcm_control_camera.h.
+// What this bus offers beside the two functions of vlm_userlcm_control_camera.h; the board's library
+// does not have it.
 #ifndef VLM_BUS_H
 #define VLM_BUS_H
 

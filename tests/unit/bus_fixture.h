@@ -22,6 +22,7 @@
 #include "bus_directory.h"
 #include "child_process.h"
 #include "numbered_packet.h"
+#include "runnable.h"
 
 inline Receive_msg_t subscription_of(const std::string& channel, ReceiveBufCallBack f, void* user) {
   Receive_msg_t subscription{};
@@ -172,7 +173,7 @@ class BusFixture : public ::testing::Test {
   }
 
   ChildProcess& start(std::vector<std::string> command) {
-    return _children.emplace_back(std::move(command));
+    return _children.emplace_back(runnable(std::move(command)));
   }
 
   std::string fresh_channel() const {
