@@ -10,7 +10,9 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bus_fixture.h"
@@ -72,6 +74,15 @@ class BusDirectoryTest : public BusFixture {
     return lstat(path.c_str(), &status) == 0 ? status.st_mode : 0;
   }
 
+  static BusDirectory opened() {
+    std::string error;
+    auto directory = BusDirectory::open(error);
+    if (!directory) throw std::runtime_error(error);
+    return std::move(*directory);
+  }
+
+  static UniqueFd unbound_socket() { return UniqueFd(::socket(AF_UNIX, SOCK_DGRAM, 0)); }
+
   void make_bus(mode_t mode) {
     mkdir(_bus.c_str(), 0700);
     chmod(_bus.c_str(), mode);
@@ -108,8 +119,10 @@ TEST_F(BusDirectoryTest, IsRefusedWhenAnybodyMayWrite) {
 
 TEST_F(BusDirectoryTest, IsRefusedFromTheMomentOthersMayWrite) {
   Inbox& inbox = subscribe(_channel);
-  ASSERT_EQ(publish(_channel, "test", 0), 0);
-  EXPECT_EQ(inbox.next_line(), "test 0");
+  for (int i = 0; i < 2; ++i) {  // the first publish moves on to this test's directory
+    ASSERT_EQ(publish(_channel, "test", 0), 0);
+    EXPECT_EQ(inbox.next_line(), "test 0");
+  }
   make_bus(0777);
   CaptureStderr();
   EXPECT_EQ(publish(_channel, "test", 1), -1);
@@ -171,16 +184,31 @@ TEST_F(BusDirectoryTest, MayHaveALongPath) {
 }
 
 TEST_F(BusDirectoryTest, ASocketShowsItsNameOnlyWhenItCanBeReached) {
-  std::string error;
-  const auto directory = BusDirectory::open(error);
-  ASSERT_TRUE(directory) << error;
-  g_on_bind = [&] { EXPECT_TRUE(directory->sockets_of(_channel).empty()); };
-  const UniqueFd socket(::socket(AF_UNIX, SOCK_DGRAM, 0));
-  const std::string name = directory->bind(socket, _channel);
+  const BusDirectory directory = opened();
+  g_on_bind = [&] { EXPECT_TRUE(directory.sockets_of(_channel).empty()); };
+  const UniqueFd socket = unbound_socket();
+  const std::string name = directory.bind(socket, _channel);
   g_on_bind = nullptr;
-  EXPECT_EQ(directory->sockets_of(_channel), std::vector<std::string>{name});
-  EXPECT_TRUE(directory->connect(name));
+  EXPECT_EQ(directory.sockets_of(_channel), std::vector<std::string>{name});
+  EXPECT_TRUE(directory.connect(name));
   EXPECT_EQ(sockets(""), std::vector<std::string>{name});  // its hidden name has gone
+}
+
+TEST_F(BusDirectoryTest, NamesThatAreInUseArePassedOver) {
+  const BusDirectory directory = opened();
+  const std::string beginning = _channel + '.' + std::to_string(getpid()) + '.';
+  const UniqueFd first = unbound_socket();
+  const std::string first_name = directory.bind(first, _channel);
+  ASSERT_EQ(first_name.rfind(beginning, 0), 0U);
+  const int serial = std::stoi(first_name.substr(beginning.size()));
+
+  for (int used = serial + 1; used <= serial + 10; ++used) {
+    std::ofstream{_bus / (beginning + std::to_string(used))};
+    if (used > serial + 5) continue;
+    std::ofstream{_bus / ('.' + std::to_string(getpid()) + '.' + std::to_string(used))};
+  }
+  const UniqueFd second = unbound_socket();
+  EXPECT_EQ(directory.bind(second, _channel), beginning + std::to_string(serial + 11));
 }
 
 TEST_F(BusDirectoryTest, IsInTheRuntimeDirectoryByDefault) {
@@ -196,8 +224,8 @@ TEST_F(BusDirectoryTest, IsInTheRuntimeDirectoryByDefault) {
 TEST_F(BusDirectoryTest, IsInTheTemporaryDirectoryWhereThereIsNoRuntimeDirectory) {
   unsetenv("VLM_BUS_DIR");
   setenv("XDG_RUNTIME_DIR", "", 1);
-  EXPECT_EQ(publish(_channel, "test", 0), 0);
-  EXPECT_EQ(mode_of("/tmp/vlm_bus-" + std::to_string(geteuid())) & S_IFMT, S_IFDIR + 0U);
+  _bus = "/tmp/vlm_bus-" + std::to_string(geteuid());
+  expect_usable();
 }
 
 }  // namespace

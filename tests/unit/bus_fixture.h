@@ -132,6 +132,11 @@ class BusFixture : public ::testing::Test {
     return names;
   }
 
+  std::string only_socket(const std::string& beginning) const {
+    const auto names = sockets(beginning);
+    return names.size() == 1 ? names.front() : "not one socket";
+  }
+
   /// Waits for `event`, which shows in the bus directory.
   template <typename Event>
   static ::testing::AssertionResult comes_true(Event event) {
@@ -146,21 +151,23 @@ class BusFixture : public ::testing::Test {
     return ::testing::AssertionFailure() << "it did not happen";
   }
 
-  /// A subscriber in this process, once it is on the bus.
+  /// A subscriber in this process, once it is on the bus and the directory is quiet.
   Inbox& subscribe(const std::string& channel) {
     const auto before = sockets(channel + '.').size();
+    const std::string hidden = '.' + std::to_string(getpid()) + '.';
     static std::list<Inbox>& inboxes = *new std::list<Inbox>;
     Inbox& inbox = inboxes.emplace_back(channel);
-    EXPECT_TRUE(comes_true([&] { return sockets(channel + '.').size() > before; }));
+    EXPECT_TRUE(comes_true(
+        [&] { return sockets(channel + '.').size() > before && sockets(hidden).empty(); }));
     return inbox;
   }
 
-  /// Another process that subscribes `channel`, once it is on the bus and the directory is quiet.
+  /// Another process that subscribes `channel`, likewise.
   ChildProcess& listener(const std::string& channel) {
     ChildProcess& child = start({BUS_PEER, "listen", channel});
-    const std::string tail = '.' + std::to_string(child.pid()) + '.';
+    const std::string hidden = '.' + std::to_string(child.pid()) + '.';
     EXPECT_TRUE(
-        comes_true([&] { return !sockets(channel + tail).empty() && sockets(tail).empty(); }));
+        comes_true([&] { return !sockets(channel + hidden).empty() && sockets(hidden).empty(); }));
     return child;
   }
 
