@@ -3,16 +3,18 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/sock_diag.h>
 #include <poll.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <random>
-#include <sstream>
-#include <string>
+#include <system_error>
 
 #include "camctrl_app.h"
 #include "camctrl_service.h"
@@ -43,19 +45,14 @@ class Silence {
   int _saved;
 };
 
-/// Datagrams that the kernel has dropped because the receive buffer of `port` was full.
-long dropped_at(int port) {
-  std::ifstream table("/proc/net/udp");
-  std::string line;
-  std::getline(table, line);
-  while (std::getline(table, line)) {
-    std::istringstream fields(line);
-    std::string slot, local, field, last;
-    fields >> slot >> local;
-    while (fields >> field) last = field;
-    if (std::stoi(local.substr(local.find(':') + 1), nullptr, 16) == port) return std::stol(last);
+/// Datagrams that the kernel has dropped because the receive buffer of the socket was full.
+long dropped_at(int fd) {
+  u32 memory[SK_MEMINFO_VARS] = {};
+  socklen_t size = sizeof memory;
+  if (getsockopt(fd, SOL_SOCKET, SO_MEMINFO, memory, &size) != 0) {
+    throw std::system_error(errno, std::generic_category(), "SO_MEMINFO");
   }
-  throw std::runtime_error("no such port in /proc/net/udp");
+  return memory[SK_MEMINFO_DROPS];
 }
 
 long entries(const char* directory) {
@@ -119,8 +116,8 @@ class UdpServiceFlood : public testing::Test {
   }
 
   long dropped() const {
-    return dropped_at(_port) + dropped_at(_apps[0].socket().port()) +
-           dropped_at(_apps[1].socket().port());
+    return dropped_at(UdpMasterK720Peer::fd(_service)) + dropped_at(_apps[0].socket().fd()) +
+           dropped_at(_apps[1].socket().fd());
   }
 
   /// Blocks until no more than `open` answers are outstanding; false when that takes too long.
