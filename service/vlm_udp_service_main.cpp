@@ -2,7 +2,6 @@
 #include <getopt.h>
 #include <pthread.h>
 
-#include <array>
 #include <charconv>
 #include <csignal>
 #include <cstdio>
@@ -75,18 +74,16 @@ int parse_arguments(int argc, char** argv, Settings& settings) {
   return complain(std::string("not an option: ") + argv[optind], kUsageFault);
 }
 
-/// Sends the logs to `dir` instead of the usual mount point of the card.
+/// A text that is never freed: the logs keep no copy of their paths.
+const char* card_path(const std::string& path) { return strdup(path.c_str()); }
+
 void use_sdcard(const std::string& dir) {
-  // Kept for good: the threads that read the paths outlive main.
-  static const auto& paths = *new std::array<std::string, 6>{
-      dir + "/test.log", dir + "/trigger",      dir + "/log_to_console",
-      dir + "/log_time", dir + "/log_time_dir", dir + "/log_time_dir/log_time_file"};
-  F_PATH = paths[0].c_str();
-  F_TRIG = paths[1].c_str();
-  F_LOG_TO_CONSOLE = paths[2].c_str();
-  g_time_log_settings.marker = paths[3].c_str();
-  g_time_log_settings.dir = paths[4].c_str();
-  g_time_log_settings.file_stem = paths[5].c_str();
+  F_PATH = card_path(dir + "/test.log");
+  F_TRIG = card_path(dir + "/trigger");
+  F_LOG_TO_CONSOLE = card_path(dir + "/log_to_console");
+  g_time_log_settings.marker = card_path(dir + "/log_time");
+  g_time_log_settings.dir = card_path(dir + "/log_time_dir");
+  g_time_log_settings.file_stem = card_path(dir + "/log_time_dir/log_time_file");
 }
 
 /// To be called before any thread starts: all of them inherit it.
