@@ -3,7 +3,7 @@
 # usage: bare_root_test.sh PROGRAM
 set -eu
 root=$(mktemp -d)
-trap 'rm -rf "$root"' EXIT
+trap '[ "$?" = 0 ] || cat "$root/errors" >&2; rm -rf "$root"' EXIT
 cp "$1" "$root/vlm_test"
 cp /usr/bin/qemu-arm-static "$root/emulator"
 
@@ -20,7 +20,6 @@ vlm_test() {
 expect() {
   [ "$2" = "$3" ] || {
     printf '%s: expected:\n%s\nbut got:\n%s\n' "$1" "$2" "$3" >&2
-    cat "$root/errors" >&2
     exit 1
   }
   echo "in a bare root: $1"
