@@ -32,7 +32,6 @@
 
 namespace {
 
-constexpr double kLowestRatio = 0.5;
 constexpr int kBlocks = 20;
 constexpr int kWarmUpRounds = 500;
 constexpr std::size_t kRequestSize = 10;
@@ -173,9 +172,9 @@ double median(std::vector<double>& values) {
   return *middle;
 }
 
-/// Prints the rates of both and their ratio, which it returns.
-double compare(std::FILE* results, const Application& application, Contender& bare,
-               Contender& service, int rounds, const char* where) {
+/// Prints the rates of both and their ratio.
+void compare(std::FILE* results, const Application& application, Contender& bare,
+             Contender& service, int rounds, const char* where) {
   for (Contender* contender : {&bare, &service}) {
     application.ask(*contender, kWarmUpRounds);
     contender->microseconds.clear();
@@ -191,8 +190,7 @@ double compare(std::FILE* results, const Application& application, Contender& ba
     std::fprintf(results, "  %-8s %8.1f us %9.0f requests/s\n", contender->name, time, 1e6 / time);
   }
   const double ratio = median(bare.microseconds) / median(service.microseconds);
-  std::fprintf(results, "  ratio of the rates %.2f, to be at least %.2f\n", ratio, kLowestRatio);
-  return ratio;
+  std::fprintf(results, "  ratio of the rates %.2f\n", ratio);
 }
 
 void pin_all_threads_to_one_core() {
@@ -205,8 +203,7 @@ void pin_all_threads_to_one_core() {
   }
 }
 
-/// Returns whether the service is as fast as it is to be.
-bool run(int rounds) {
+void run(int rounds) {
   std::FILE* const results = divert_output();
   static const auto& bare_server = *new BareServer;
   if (vlm_udp_master_k720_init(0) != 0) give_up("the service");
@@ -215,17 +212,15 @@ bool run(int rounds) {
   const Application application;
 
   std::fprintf(results, "%d requests of each kind, one at a time; medians\n", rounds);
-  const double any = compare(results, application, bare, service, rounds, "on any core");
+  compare(results, application, bare, service, rounds, "on any core");
   pin_all_threads_to_one_core();
-  const double one = compare(results, application, bare, service, rounds, "on one core");
-  return std::min(any, one) >= kLowestRatio;
+  compare(results, application, bare, service, rounds, "on one core");
 }
 
 int usage(std::FILE* out, int status) {
   std::fputs(
       "Usage: udp_service_bench [--rounds N]\n"
-      "Measures requests to the camera-control service beside a bare exchange of datagrams; fails\n"
-      "when the service is less than half as fast.\n"
+      "Measures requests to the camera-control service beside a bare exchange of datagrams.\n"
       "\n"
       "  --rounds N   requests of each kind, 1 to 10000000 (default 20000)\n"
       "  --help       show this text\n"
@@ -250,5 +245,6 @@ int main(int argc, char** argv) {
     }
     rounds = static_cast<int>(value);
   }
-  return run(rounds) ? 0 : 1;
+  run(rounds);
+  return 0;
 }

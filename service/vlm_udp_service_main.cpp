@@ -74,8 +74,8 @@ int parse_arguments(int argc, char** argv, Settings& settings) {
   return complain(std::string("not an option: ") + argv[optind], kUsageFault);
 }
 
-/// A path under the SD card, kept for good: the paths of the logs point into it.
-const char* card_path(const std::string& path) { return (new std::string(path))->c_str(); }
+/// A text that is never freed: the logs keep no copy of their paths.
+const char* card_path(const std::string& path) { return strdup(path.c_str()); }
 
 void use_sdcard(const std::string& dir) {
   F_PATH = card_path(dir + "/test.log");

@@ -32,7 +32,7 @@ make_root() {
   cp /lib/systemd/system/*.target /lib/systemd/system/*.slice "$root/lib/systemd/system"
   : >"$root/var/lib/dpkg/status"
   for account in 'u root 0' 'u daemon 1'; do  # the second one leaves backups of the first
-    echo "$account" | systemd-sysusers --root="$root" -
+    echo "$account" | systemd-sysusers --root="$root" - 2>/dev/null
   done
 }
 

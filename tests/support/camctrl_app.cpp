@@ -1,5 +1,7 @@
 #include "camctrl_app.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -127,3 +129,12 @@ bool UdpSocket::poll(Bytes& datagram) const {
   if (count >= 0) datagram.assign(bytes, bytes + count);
   return count >= 0;
 }
+
+PortLock::PortLock(int port) {
+  const std::string path =
+      "/tmp/vlm_test_port_" + std::to_string(port) + "." + std::to_string(getuid()) + ".lock";
+  _fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  if (_fd < 0 || flock(_fd, LOCK_EX) != 0) fail(path.c_str());
+}
+
+PortLock::~PortLock() { close(_fd); }

@@ -49,6 +49,19 @@ class UdpSocket {
   int _fd;
 };
 
+/// The right to serve `port`, which only one test of this user on this machine has at a time.
+class PortLock {
+ public:
+  /// Blocks until it is free.
+  explicit PortLock(int port);
+  ~PortLock();
+  PortLock(const PortLock&) = delete;
+  PortLock& operator=(const PortLock&) = delete;
+
+ private:
+  int _fd;
+};
+
 /// An application that talks to one service.
 class CamctrlApp {
  public:

@@ -15,6 +15,8 @@
 #include <utility>
 #include <vector>
 
+#include "runnable.h"
+
 constexpr int kPlentyMs = 20000;  // time enough for anything that happens at all
 
 /// Runs a program with its standard output and error on pipes; killed when the object goes.
@@ -102,6 +104,7 @@ class ChildProcess {
   };
 
   [[noreturn]] static void run(std::vector<std::string> command, const Pipe& out, const Pipe& err) {
+    command = runnable(std::move(command));
     std::vector<char*> argv;
     argv.reserve(command.size() + 1);
     for (std::string& word : command) argv.push_back(word.data());

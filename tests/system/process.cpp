@@ -53,7 +53,7 @@ Pipe make_pty() {
                          const std::vector<std::string>& environment) {
   std::signal(SIGPIPE, SIG_DFL);
   for (const auto& variable : environment) putenv(const_cast<char*>(variable.c_str()));
-  arguments = runnable(arguments);
+  arguments = runnable(std::move(arguments));
   std::vector<char*> argv;
   for (auto& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
@@ -171,3 +171,9 @@ int Process::wait() {
 }
 
 std::string program(const std::string& name) { return std::string(VLM_BIN_DIR) + "/" + name; }
+
+std::string program_in_shell(const std::string& name) {
+  std::string words;
+  for (const auto& word : runnable({program(name)})) words += word + " ";
+  return words;
+}

@@ -53,4 +53,7 @@ class Process {
 /// Path of a program of this build.
 std::string program(const std::string& name);
 
+/// The words that start it in a line of shell.
+std::string program_in_shell(const std::string& name);
+
 #endif  // PROCESS_H

@@ -48,8 +48,8 @@ class TimeReportProgram : public testing::Test {
   /// Runs a line of shell in our directory; "report" stands for the program.
   Outcome shell(const std::string& line) const {
     return run_program({"/bin/sh", "-c",
-                        "cd " + _dir.path() + " && report() { " + program("vlm_time_report") +
-                            " \"$@\"; } && " + line});
+                        "cd " + _dir.path() + " && report() { " +
+                            program_in_shell("vlm_time_report") + "\"$@\"; } && " + line});
   }
   static void expect_failure(const Outcome& outcome, int status, const std::string& errors) {
     EXPECT_EQ(outcome.status, status);
@@ -253,7 +253,7 @@ TEST_F(TimeReportProgram, PrintsItsHelpAndItsVersion) {
 TEST_F(TimeReportProgram, ShowsItsProgressThroughALargeLogOnATerminal) {
   TimeLogWriter(log_dir()).lines(10);
   std::filesystem::resize_file(log_dir() + "/log_time_file_0001.log", 20U << 20);
-  Process process({"/bin/sh", "-c", program("vlm_time_report") + " " + log_dir() + " 2>&1"}, {},
+  Process process({"/bin/sh", "-c", program_in_shell("vlm_time_report") + log_dir() + " 2>&1"}, {},
                   Process::kPty);
   const auto output = process.read_all();
   EXPECT_EQ(process.wait(), 0);
@@ -264,7 +264,7 @@ TEST_F(TimeReportProgram, ShowsItsProgressThroughALargeLogOnATerminal) {
 
 TEST_F(TimeReportProgram, ShowsNoProgressThroughASmallLog) {
   TimeLogWriter(log_dir()).lines(10);
-  Process process({"/bin/sh", "-c", program("vlm_time_report") + " " + log_dir() + " 2>&1"}, {},
+  Process process({"/bin/sh", "-c", program_in_shell("vlm_time_report") + log_dir() + " 2>&1"}, {},
                   Process::kPty);
   EXPECT_EQ(process.read_all().substr(0, 7), "clean: ");
 }

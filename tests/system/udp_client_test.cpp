@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "camctrl_app.h"
 #include "process.h"
 
 namespace {
@@ -17,6 +18,7 @@ std::string without_strays(std::string text) {
 }
 
 TEST(UdpClientProgram, DrivesTheCameraThroughTheService) {
+  const PortLock lock(9528);
   const TemporaryDirectory directory;
   const std::vector<std::string> environment{"VLM_BUS_DIR=" + directory / "bus"};
   Process camera({program("camera_sim")}, environment);

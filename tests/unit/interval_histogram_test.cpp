@@ -19,7 +19,7 @@ TEST(IntervalHistogram, IsEmptyAtFirst) {
 TEST(IntervalHistogram, OfOneValueIsThatValueThroughout) {
   IntervalHistogram histogram;
   histogram.add(10'061);
-  for (const unsigned percent : {1, 50, 99, 100}) {
+  for (const unsigned percent : {1U, 50U, 99U, 100U}) {
     EXPECT_EQ(histogram.percentile(percent), 10'061);
   }
 }

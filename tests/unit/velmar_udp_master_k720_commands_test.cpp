@@ -33,6 +33,8 @@ struct Command {
   std::vector<std::string> log;
 };
 
+void PrintTo(const Command& row, std::ostream* out) { *out << row.name; }
+
 Bytes text_bytes(const std::string& text, std::size_t size) {
   Bytes bytes(text.begin(), text.end());
   bytes.resize(size);

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <random>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 
 #include "camctrl_app.h"
@@ -43,8 +44,8 @@ class Silence {
   int _saved;
 };
 
-/// Datagrams that the kernel has dropped because the receive buffer of `port` was full.
-long dropped_at(int port) {
+/// The last field of the line of `port` in the kernel's table; -1 when it is not there.
+long drops_listed_for(int port) {
   std::ifstream table("/proc/net/udp");
   std::string line;
   std::getline(table, line);
@@ -54,6 +55,16 @@ long dropped_at(int port) {
     fields >> slot >> local;
     while (fields >> field) last = field;
     if (std::stoi(local.substr(local.find(':') + 1), nullptr, 16) == port) return std::stol(last);
+  }
+  return -1;
+}
+
+/// Datagrams that the kernel has dropped because the receive buffer of `port` was full.
+long dropped_at(int port) {
+  // A look at the table can miss a line while other sockets come and go.
+  for (int i = 0; i < 1000; ++i) {
+    const long drops = drops_listed_for(port);
+    if (drops >= 0) return drops;
   }
   throw std::runtime_error("no such port in /proc/net/udp");
 }

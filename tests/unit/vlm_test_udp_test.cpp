@@ -435,7 +435,8 @@ std::function<void()> client(const Words& words) {
 }
 
 TEST(UdpClientFault, IsToldAndEndsTheProgramWithStatus1) {
-  UdpSocket service(kServicePort);
+  const PortLock lock(kServicePort);
+  const UdpSocket service(kServicePort);
   for (const Fault& row : kFaults) {
     const Child child(client(row.words));
     EXPECT_EQ(child.output(), row.printed) << text_of(row.words);
@@ -466,6 +467,7 @@ TEST(UdpClientFault, IsASocketThatCannotBeOpened) {
 
 /// What the client prints for `words` when the service answers with `reply`.
 std::string conversation(const Words& words, const Bytes& reply) {
+  const PortLock lock(kServicePort);
   const UdpSocket service(kServicePort);
   const Child child(client(words));
   int port = 0;
@@ -491,6 +493,7 @@ TEST(UdpClientReply, IsPrintedByteByByteAndDecoded) {
 }
 
 TEST(UdpClientReply, OfARequestReachesTheServiceWhole) {
+  const PortLock lock(kServicePort);
   const UdpSocket service(kServicePort);
   for (const Request& row : {kRequests[0], kRequests[9], kRequests[31]}) {
     const Child child(client(row.words));
@@ -582,6 +585,7 @@ TEST(UdpClientReply, OfAnyLengthIsPrinted) {
 }
 
 TEST(UdpClientReply, MayComeFromAnySender) {
+  const PortLock lock(kServicePort);
   const UdpSocket service(kServicePort);
   const UdpSocket stranger;
   const Child child(client({"rebootcamera"}));
