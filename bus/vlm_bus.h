@@ -1,5 +1,5 @@
-// What this bus offers beside the two functions of vlm_userlcm_control_camera.h; the board's library
-// does not have it.
+// What this bus offers beside the two functions of vlm_userlcm_control_camera.h; with the board's
+// library it is not there.
 #ifndef VLM_BUS_H
 #define VLM_BUS_H
 

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <list>
 #include <mutex>
 #include <optional>
@@ -175,6 +176,8 @@ class BusFixture : public ::testing::Test {
   ChildProcess& start(std::vector<std::string> command) {
     return _children.emplace_back(runnable(std::move(command)));
   }
+
+  static void make_file(const std::filesystem::path& path) { const std::ofstream file(path); }
 
   std::string fresh_channel() const {
     static int serial = 0;
