@@ -37,7 +37,7 @@ bool LcmRequest::send_capture_cmd(int* perr, unsigned int* wait_noti_flag) {
   if (perr != nullptr) *perr = VLM_ERR_FAILED;
   return ask(__func__, UDP_CTRL_CAM_TAKE_PHOTO, perr)
       .armed(wait_noti_flag)
-      .logged(kLogSuccess, "OK", kLogFailure, "Fail")
+      .logged(kLogFailure, "Fail", kLogSuccess, "OK")
       .send("Error: Capture image failed", "Capture image");
 }
 
@@ -548,7 +548,7 @@ bool LcmRequest::set_media_folder(u8 enable_flag, const char* folder_name) {
   vlm_log_print(kLogPlain, "SetMediaFolderReady");
   return ask(__func__, UDP_CTRL_CAM_SET_MEDIA_FOLDER)
       .with(folder)
-      .logged(kLogPlain, "SetMediaFolderOK", kLogPlain, "SetMediaFolderFAIL")
+      .logged(kLogPlain, "SetMediaFolderFAIL", kLogPlain, "SetMediaFolderOK")
       .send("set camera media folder failed");
 }
 
@@ -617,7 +617,7 @@ bool LcmRequest::set_rtos_time(unsigned long long time_sec) {
   vlm_log_print(kLogPlain, "SetTimeReady");
   return ask(__func__, UDP_CTRL_CAM_SET_SYS_TIME)
       .with(u64{time_sec})
-      .logged(kLogPlain, "SetTimeOK", kLogPlain, "SetTimeFAIL")
+      .logged(kLogPlain, "SetTimeFAIL", kLogPlain, "SetTimeOK")
       .send("set system time failed");
 }
 

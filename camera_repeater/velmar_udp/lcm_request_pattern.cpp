@@ -35,8 +35,8 @@ LcmRequest::Request& LcmRequest::Request::armed(const unsigned int* target) {
   return *this;
 }
 
-LcmRequest::Request& LcmRequest::Request::logged(int done_level, const char* done, int failed_level,
-                                                 const char* failed) {
+LcmRequest::Request& LcmRequest::Request::logged(int failed_level, const char* failed,
+                                                 int done_level, const char* done) {
   _log_done = {done_level, done};
   _log_failed = {failed_level, failed};
   return *this;

@@ -36,8 +36,8 @@ class LcmRequest::Request {
   /// Arms the notification wait, unless `target` is null.
   Request& armed(const unsigned int* target);
 
-  /// Logs `done` or `failed` by outcome, before the texts of send().
-  Request& logged(int done_level, const char* done, int failed_level, const char* failed);
+  /// Logs `failed` or `done` by outcome, before the texts of send().
+  Request& logged(int failed_level, const char* failed, int done_level, const char* done);
 
   /// Sends, waits, and prints the line of the outcome where there is one. True for success.
   bool send(const char* failed = nullptr, const char* done = nullptr);
