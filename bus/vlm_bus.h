@@ -1,4 +1,5 @@
-// What the embedded bus offers beside the two functions of vlm_userlcm_control_camera.h.
+// What this bus offers beside the two functions of vlm_userlcm_control_camera.h; with the board's
+// library it is not there.
 #ifndef VLM_BUS_H
 #define VLM_BUS_H
 

@@ -106,6 +106,7 @@ class ChildProcess {
   [[noreturn]] static void run(std::vector<std::string> command, const Pipe& out, const Pipe& err) {
     command = runnable(std::move(command));
     std::vector<char*> argv;
+    argv.reserve(command.size() + 1);
     for (std::string& word : command) argv.push_back(word.data());
     argv.push_back(nullptr);
     dup2(out.to, STDOUT_FILENO);

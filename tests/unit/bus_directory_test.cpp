@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -145,7 +144,7 @@ TEST_F(BusDirectoryTest, IsRefusedWhenAnotherUserOwnsIt) {
 }
 
 TEST_F(BusDirectoryTest, IsRefusedWhenItIsAFile) {
-  std::ofstream{_bus};
+  make_file(_bus);
   expect_refused(_bus, "Not a directory");
 }
 
@@ -203,9 +202,9 @@ TEST_F(BusDirectoryTest, NamesThatAreInUseArePassedOver) {
   const int serial = std::stoi(first_name.substr(beginning.size()));
 
   for (int used = serial + 1; used <= serial + 10; ++used) {
-    std::ofstream{_bus / (beginning + std::to_string(used))};
+    make_file(_bus / (beginning + std::to_string(used)));
     if (used > serial + 5) continue;
-    std::ofstream{_bus / ('.' + std::to_string(getpid()) + '.' + std::to_string(used))};
+    make_file(_bus / ('.' + std::to_string(getpid()) + '.' + std::to_string(used)));
   }
   const UniqueFd second = unbound_socket();
   EXPECT_EQ(directory.bind(second, _channel), beginning + std::to_string(serial + 11));

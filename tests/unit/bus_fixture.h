@@ -11,6 +11,7 @@
 #include <cstring>
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <list>
 #include <mutex>
 #include <optional>
@@ -22,6 +23,7 @@
 #include "bus_directory.h"
 #include "child_process.h"
 #include "numbered_packet.h"
+#include "runnable.h"
 
 inline Receive_msg_t subscription_of(const std::string& channel, ReceiveBufCallBack f, void* user) {
   Receive_msg_t subscription{};
@@ -172,8 +174,10 @@ class BusFixture : public ::testing::Test {
   }
 
   ChildProcess& start(std::vector<std::string> command) {
-    return _children.emplace_back(std::move(command));
+    return _children.emplace_back(runnable(std::move(command)));
   }
+
+  static void make_file(const std::filesystem::path& path) { const std::ofstream file(path); }
 
   std::string fresh_channel() const {
     static int serial = 0;

@@ -26,6 +26,15 @@ class EngineOnBus {
     set_reply_timeout(engine, std::chrono::milliseconds(1));
   }
 
+  /// The camera knows one command; a request of any other fails at once.
+  void answer(const udp_ctrl_cam_t& reply) {
+    bus.answer([reply](const udp_ctrl_cam_t& request) {
+      return request.cmd_type == reply.cmd_type
+                 ? reply
+                 : camera_record(request.cmd_type, {}, VLM_ERR_UNSUPPORTED_COMMAND);
+    });
+  }
+
   std::vector<Bytes> requests() const {
     std::vector<Bytes> requests;
     for (const Published& published : bus.published()) {
@@ -61,7 +70,7 @@ inline Outcome call(const Operation& operation, LcmRequest& engine) {
 
 inline void expect_success(const Operation& operation) {
   EngineOnBus camera;
-  camera.bus.answer([&](const udp_ctrl_cam_t&) { return operation.success_reply(); });
+  camera.answer(operation.success_reply());
   const Outcome outcome = call(operation, camera.engine);
   EXPECT_TRUE(outcome.success);
   EXPECT_EQ(outcome.transcript, operation.success_transcript());
@@ -71,7 +80,7 @@ inline void expect_success(const Operation& operation) {
 
 inline void expect_camera_error(const Operation& operation) {
   EngineOnBus camera;
-  camera.bus.answer([&](const udp_ctrl_cam_t&) { return operation.error_reply(); });
+  camera.answer(operation.error_reply());
   const Outcome outcome = call(operation, camera.engine);
   EXPECT_FALSE(outcome.success);
   EXPECT_EQ(outcome.transcript, operation.error_transcript());

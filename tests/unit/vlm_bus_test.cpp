@@ -300,8 +300,8 @@ TEST_F(VlmBusTest, AStoppedSubscriberIsReportedOnceAndCostsTheOthersNothing) {
 }
 
 TEST_F(VlmBusTest, SlowSubscribersAreWaitedForTogether) {
-  std::vector<Inbox*> slow;
-  for (int i = 0; i < 60; ++i) slow.push_back(&subscribe(_channel));
+  std::vector<Inbox*> slow(60);
+  for (Inbox*& inbox : slow) inbox = &subscribe(_channel);
   for (Inbox* inbox : slow) inbox->block();
 
   const std::uint32_t many = more_than_a_queue();
@@ -382,7 +382,7 @@ TEST_F(VlmBusTest, SocketsAreOpenToTheirOwnerOnly) {
 TEST_F(VlmBusTest, FilesThatAreNoSocketsAreLeftAlone) {
   Inbox& inbox = subscribe(_channel);
   const auto file = _bus / (_channel + ".1.2");
-  std::ofstream{file};
+  make_file(file);
   ASSERT_EQ(publish(_channel, "test", 1), 0);
   EXPECT_EQ(inbox.next_line(), "test 1");
   EXPECT_TRUE(std::filesystem::is_regular_file(file));
