@@ -18,6 +18,9 @@ namespace {
 constexpr int kFailure = 1;
 constexpr int kUsageFault = 2;
 
+// What the time log's paths of at most 63 characters leave.
+constexpr std::size_t kLongestCardOfTimeLog = 27;
+
 constexpr char kHelp[] =
     "Usage: vlm_udp_service [OPTION]...\n"
     "Serves the camera-control UDP protocol: applications drive the camera with it.\n"
@@ -69,6 +72,10 @@ int parse_arguments(int argc, char** argv, Settings& settings) {
         return complain(std::string("a value is missing: ") + argv[optind - 1], kUsageFault);
       default: return complain(std::string("not an option: ") + argv[optind - 1], kUsageFault);
     }
+  }
+  if (settings.log_time && settings.sdcard != nullptr &&
+      std::strlen(settings.sdcard) > kLongestCardOfTimeLog) {
+    return complain("the time log takes no card path of more than 27 characters", kUsageFault);
   }
   if (optind == argc) return -1;
   return complain(std::string("not an option: ") + argv[optind], kUsageFault);

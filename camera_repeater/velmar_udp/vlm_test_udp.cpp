@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -370,19 +371,26 @@ constexpr Answer kAnswers[] = {
      "camera version:%.8s_%d.%d.%d_%.5s\n"},
 };
 
-void print_answer(const camctrl_msg_t& reply, std::size_t data_size) {
+void print_answer(const camctrl_msg_t& reply, std::size_t available) {
   for (const Answer& answer : kAnswers) {
     if (answer.option != camctrl_be16(reply.payload.cmd)) continue;
-    if (data_size >= answer.size) answer.print(reply.payload.params, answer.format);
+    if (available >= answer.size) answer.print(reply.payload.params, answer.format);
     return;
   }
+}
+
+/// The data bytes that have arrived, of those that the reply says it holds.
+std::size_t data_size(const camctrl_msg_t& reply, std::size_t size) {
+  constexpr std::size_t kCrcSize = 2;
+  if (size < kHeaderSize || reply.header.len < kCrcSize) return 0;
+  return std::min(size - kHeaderSize, reply.header.len - kCrcSize);
 }
 
 void print_reply(const camctrl_msg_t& reply, std::size_t size) {
   udp_print_bytes("Received msg:\n", reinterpret_cast<const u8*>(&reply), size);
   const u16 result = camctrl_be16(reply.header.vb);
   std::printf("send msg reply:%s\n", vlm_strerr(result));
-  if (result == VLM_ERR_NONE && size > kHeaderSize) print_answer(reply, size - kHeaderSize);
+  if (result == VLM_ERR_NONE) print_answer(reply, data_size(reply, size));
 }
 
 void send_request(int client, const camctrl_msg_t& request) {

@@ -574,6 +574,13 @@ TEST(UdpClientReply, TooShortForItsDataIsNotDecoded) {
   }
 }
 
+TEST(UdpClientReply, WithoutDataIsNotDecoded) {
+  for (const Answer& row : kAnswers) {
+    const Bytes reply = camctrl_reply(row.cmd, 0);
+    EXPECT_EQ(conversation(row.words, reply), received(reply, "VLM success"));
+  }
+}
+
 TEST(UdpClientReply, OfAnyLengthIsPrinted) {
   for (const std::size_t size : {1U, 2U, 5U, 6U, 7U, 8U, 9U, 263U, 264U}) {
     const Bytes reply(size, 0);
