@@ -20,8 +20,8 @@ if(VLM_WERROR)
 endif()
 
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-  # Times beyond 2038 and large files on 32-bit machines. The bus library may be built either way: no
-  # time and no file offset crosses its interface.
+  # Times beyond 2038, and large files and file systems, on 32-bit machines. The bus library may be
+  # built either way: no time and no file offset crosses its interface.
   add_compile_definitions(_TIME_BITS=64 _FILE_OFFSET_BITS=64)
 endif()
 
