@@ -128,11 +128,18 @@ void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
   std::printf("LCM request %s took: %llu ms, error %d\n", vlm_strcmd(reply.cmd_type), took,
               reply.err_code);
   if (reply.err_code == VLM_ERR_NONE) save_lcm_result(reply);
-  _last_cmd_type_received = reply.cmd_type;
-  m_err_code = reply.err_code;
+  // Whoever waits still has to wake up: what comes until then must not take its answer away.
+  if (!is_answered()) {
+    _last_cmd_type_received = reply.cmd_type;
+    m_err_code = reply.err_code;
+  }
   // The woken caller needs the lock at once: give it back first.
   lock.unlock();
   _lcm_response_cond.notify_one();
+}
+
+bool LcmRequest::is_answered() const {
+  return _last_cmd_type_received != -1 && _last_cmd_type_received == _last_cmd_type_sent;
 }
 
 void LcmRequest::convert_to_lcm_camera_status(u8& status) {
