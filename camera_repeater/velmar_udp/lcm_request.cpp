@@ -8,9 +8,21 @@
 #include "velmar_err.h"
 #include "velmar_log.h"
 
-LcmRequest& lcm_request = *new LcmRequest;
-
 namespace {
+
+/// Made before every other static object of the program, whose initialisers may use the engine in
+/// whatever order they are linked; never destroyed.
+union EngineStorage {
+  EngineStorage() : engine() {}
+  ~EngineStorage() {}
+  EngineStorage(const EngineStorage&) = delete;
+  EngineStorage& operator=(const EngineStorage&) = delete;
+
+  LcmRequest engine;
+};
+
+// 101 is the first priority that a program may use.
+__attribute__((init_priority(101))) EngineStorage g_engine;
 
 using Clock = std::chrono::steady_clock;
 
@@ -47,6 +59,8 @@ void report_still_pending(int state, int last_sent, const char* caller) {
 }
 
 }  // namespace
+
+LcmRequest& lcm_request = g_engine.engine;
 
 bool LcmRequest::get_ready(const char* caller) {
   std::unique_lock<std::mutex> lock(_mutex);

@@ -423,8 +423,8 @@ class LcmRequest {
   Timeouts _timeouts;
 };
 
-/// The one engine of the process, the only way to the camera. It is never destroyed: the listener
-/// thread may still deliver a reply while the process exits.
+/// The one engine of the process, the only way to the camera. Initialisers of static objects may use
+/// it. It is never destroyed: the listener thread may still deliver a reply while the process exits.
 extern LcmRequest& lcm_request;
 
 extern "C" {
