@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <memory>
 
 #include "process.h"
@@ -29,6 +30,12 @@ std::string timeout(const std::string& operation, const std::string& command,
 
 const std::string kModeTranscript =
     exchange("get_camera_mode", "GET_CAMERA_MODE") + "camera_mode = 1(1:video,2:photo)\n\n";
+
+int occurrences(const std::string& text, const std::string& part) {
+  int found = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++found;
+  return found;
+}
 
 class ConsoleTest : public testing::Test {
  protected:
@@ -60,6 +67,13 @@ class ConsoleTest : public testing::Test {
       console.write("1\n");
       if (console.read_until(kPrompt).find("timeout") == std::string::npos) return asked;
     }
+  }
+
+  /// Starts the console by a line of shell, in which it is $console.
+  std::unique_ptr<Process> start_in_shell(const std::string& line) {
+    auto variables = environment();
+    variables.push_back("console=" + program_in_shell("vlm_test"));
+    return std::make_unique<Process>(std::vector<std::string>{"/bin/sh", "-c", line}, variables);
   }
 
   /// Runs the console to its end on `input`.
@@ -259,6 +273,32 @@ TEST_F(ConsoleTest, PrintsStorageNotifications) {
   camera->write("card insert\n");
   EXPECT_EQ(console->read_until("sdcard is inserted\n"),
             "storage notification: status 2, storage id 0, count 2\nsdcard is inserted\n");
+}
+
+TEST_F(ConsoleTest, RunsToItsEndWithoutAPlaceToPrint) {
+  start_camera({"--verbose"});
+  for (const std::string streams : {">/dev/full", ">&-", ">&- 2>&-"}) {
+    const auto one = start_in_shell("exec $console 1 " + streams);
+    const auto prompt = start_in_shell("exec $console " + streams);
+    prompt->write("6\nh\nx\nq\n");
+    EXPECT_EQ(one->wait(), 0) << streams;
+    EXPECT_EQ(prompt->wait(), 0) << streams;
+  }
+  EXPECT_EQ(start_in_shell("exec $console <&- >&- 2>&-")->wait(), 0);
+  camera->signal(SIGTERM);
+  const std::string seen = camera->read_all();
+  EXPECT_EQ(occurrences(seen, "-> 1 GET_CAMERA_MODE\n"), 3) << seen;
+  EXPECT_EQ(occurrences(seen, "-> 6 GET_CAMERA_STATUS\n"), 3) << seen;
+}
+
+TEST_F(ConsoleTest, OpensNothingInPlaceOfItsClosedStreams) {
+  start_camera({"--verbose"});
+  const auto console = start_in_shell("exec $console 2>&- >&-");
+  console->write("1\n");
+  camera->read_until("GET_CAMERA_MODE");  // the bus is open
+  const std::string streams = "/proc/" + std::to_string(console->pid()) + "/fd/";
+  EXPECT_EQ(std::filesystem::read_symlink(streams + "1"), "/dev/null");
+  EXPECT_EQ(std::filesystem::read_symlink(streams + "2"), "/dev/null");
 }
 
 TEST_F(ConsoleTest, ReportsACameraError) {
