@@ -100,6 +100,11 @@ TEST_F(ConsoleTest, RunsOneCommandFromItsArguments) {
   EXPECT_EQ(outcome.status, 0);
 }
 
+TEST_F(ConsoleTest, TakesSixteenBitsOfACommandsNumber) {
+  start_camera();
+  EXPECT_EQ(run({"65537"}).output, kModeTranscript);
+}
+
 TEST_F(ConsoleTest, JoinsItsArgumentsToOneLine) {
   start_camera({"--fail", "37=75"});
   EXPECT_EQ(run({"37", "3", "4"}).output,
