@@ -8,9 +8,21 @@
 #include "velmar_err.h"
 #include "velmar_log.h"
 
-LcmRequest& lcm_request = *new LcmRequest;
-
 namespace {
+
+/// Made before every other static object of the program, whose initialisers may use the engine in
+/// whatever order they are linked; never destroyed.
+union EngineStorage {
+  EngineStorage() : engine() {}
+  ~EngineStorage() {}
+  EngineStorage(const EngineStorage&) = delete;
+  EngineStorage& operator=(const EngineStorage&) = delete;
+
+  LcmRequest engine;
+};
+
+// 101 is the first priority that a program may use.
+__attribute__((init_priority(101))) EngineStorage g_engine;
 
 using Clock = std::chrono::steady_clock;
 
@@ -47,6 +59,8 @@ void report_still_pending(int state, int last_sent, const char* caller) {
 }
 
 }  // namespace
+
+LcmRequest& lcm_request = g_engine.engine;
 
 bool LcmRequest::get_ready(const char* caller) {
   std::unique_lock<std::mutex> lock(_mutex);
@@ -128,11 +142,18 @@ void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
   std::printf("LCM request %s took: %llu ms, error %d\n", vlm_strcmd(reply.cmd_type), took,
               reply.err_code);
   if (reply.err_code == VLM_ERR_NONE) save_lcm_result(reply);
-  _last_cmd_type_received = reply.cmd_type;
-  m_err_code = reply.err_code;
+  // Whoever waits still has to wake up: what comes until then must not take its answer away.
+  if (!is_answered()) {
+    _last_cmd_type_received = reply.cmd_type;
+    m_err_code = reply.err_code;
+  }
   // The woken caller needs the lock at once: give it back first.
   lock.unlock();
   _lcm_response_cond.notify_one();
+}
+
+bool LcmRequest::is_answered() const {
+  return _last_cmd_type_received != -1 && _last_cmd_type_received == _last_cmd_type_sent;
 }
 
 void LcmRequest::convert_to_lcm_camera_status(u8& status) {

@@ -146,7 +146,8 @@ class LcmRequest {
   bool send_and_wait(const udp_ctrl_cam_t& cmd, int* result);
 
   /// Entry for every received record of type 3, on the listener thread. A reply that nothing waits
-  /// for is reported and dropped.
+  /// for is reported and dropped. The first reply to the pending command decides its outcome: what
+  /// comes behind it, before the caller has woken, is only reported and stored.
   void receive_msg(const udp_ctrl_cam_t& reply);
 
   /// Code of the current or last request; meaningful to the thread that just completed one.
@@ -395,6 +396,7 @@ class LcmRequest {
   static bool say(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
   void wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ctrl_cam_t& cmd);
+  bool is_answered() const;  // the reply to the pending command has been recorded
   void save_lcm_result(const udp_ctrl_cam_t& reply);
   bool set_rtsp_flag(const char* caller, LCM_RTSP_UDP_CMD cmd, u8 flag, const u8& echoed,
                      const char* name);
@@ -421,8 +423,8 @@ class LcmRequest {
   Timeouts _timeouts;
 };
 
-/// The one engine of the process, the only way to the camera. It is never destroyed: the listener
-/// thread may still deliver a reply while the process exits.
+/// The one engine of the process, the only way to the camera. Initialisers of static objects may use
+/// it. It is never destroyed: the listener thread may still deliver a reply while the process exits.
 extern LcmRequest& lcm_request;
 
 extern "C" {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <iterator>
 
 #include "vlm_camera_codes.h"
@@ -98,6 +99,8 @@ const char* vlm_strerr(int err) {
       std::lower_bound(std::begin(kErrorTexts), std::end(kErrorTexts), err,
                        [](const ErrorText& text, int code) { return text.code < code; });
   if (row != std::end(kErrorTexts) && row->code == err) return row->text;
+  // Callers may copy the whole buffer: nothing of a longer number stays behind a shorter one.
+  std::memset(vlm_unknown_err, 0, sizeof vlm_unknown_err);
   std::snprintf(vlm_unknown_err, sizeof vlm_unknown_err, "VLM unknown error number:%d", err);
   return vlm_unknown_err;
 }

@@ -26,9 +26,9 @@ constexpr char kBanner[] = "\n=========================\n";
 bool exists(const char* path) { return access(path, F_OK) == 0; }
 
 void open_log_file() {
-  if (exists(F_PATH)) unlink(F_PATH);
+  unlink(F_PATH);  // a link too, also one that leads nowhere: the log is never written through one
   // Synchronous, and a sync after every message: the last lines before a power loss must survive.
-  const int fd = open(F_PATH, O_RDWR | O_CREAT | O_APPEND | O_SYNC | O_CLOEXEC, 0644);
+  const int fd = open(F_PATH, O_RDWR | O_CREAT | O_APPEND | O_SYNC | O_NOFOLLOW | O_CLOEXEC, 0644);
   const int previous = g_log_fd.exchange(fd);
   if (previous != -1) close(previous);
   if (fd == -1) {

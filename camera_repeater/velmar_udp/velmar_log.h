@@ -30,7 +30,7 @@ extern std::atomic<int> g_log_fd;           // the open log file, -1 when closed
 extern std::atomic<bool> g_log_to_console;  // console output on
 extern cmd_num_t g_cmd_num;
 
-/// Opens a fresh log file when its marker exists, and reads the console marker. Prints the outcome
+/// Opens a fresh log file, never through a link, when its marker exists, and reads the console marker. Prints the outcome
 /// of the open; without markers it prints nothing. Not to be called while other threads log.
 void vlm_camera_log_init();
 
@@ -66,7 +66,9 @@ extern TimeLogSettings g_time_log_settings;
 
 /// Thread body: waits without limit for the SD card, then, when the marker exists, writes lines for
 /// ever. Ends when there is no marker or when the directory or a file cannot be made; says so on
-/// the console. Write errors are ignored. `arg` is not used; returns null.
+/// the console. Lines that the card does not take are lost; one line says when that begins (standard
+/// error, with the reason) and one when the card takes lines again. A directory or a link that bears
+/// a file's name is passed over. `arg` is not used; returns null.
 void* log_time_thread(void* arg);
 
 /// The next free serial in `dir`: one more than the largest of its log files, 1 when there is none

@@ -47,20 +47,47 @@ void wait_for_card() {
   std::puts("SD card is OK");
 }
 
-/// Descriptor of the log file with `serial`, at its end; -1 when it cannot be opened.
-int open_file(long long serial) {
+/// What stands under a name, a link itself rather than what it leads to; 0: nothing.
+mode_t type_of(const char* path) {
+  struct stat status {};
+  return lstat(path, &status) == 0 ? status.st_mode & S_IFMT : 0;
+}
+
+/// Writes all of `text`, or says why not in errno.
+bool write_all(int fd, const char* text) {
+  for (std::size_t left = std::strlen(text); left > 0;) {
+    const ssize_t written = write(fd, text, left);
+    if (written <= 0) return false;
+    text += written;
+    left -= static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+/// The log from file to file.
+class TimeLog {
+ public:
+  /// Writes one file of lines, or nothing where a directory or a link bears the file's name. False
+  /// when the file cannot be opened.
+  bool write_file(long long serial);
+
+ private:
+  void write_line(int fd);
+
+  char _text[kTimeLineSize] = {};  // the last line
+  bool _failing = false;           // it could not be written
+};
+
+bool TimeLog::write_file(long long serial) {
   char path[kPathSize];
   const int length =
       std::snprintf(path, sizeof path, "%s_%04lld.log", g_time_log_settings.file_stem, serial);
-  if (length < 0 || length >= static_cast<int>(sizeof path)) return -1;
-  if (exists(path)) std::puts("Amazing, it should not happen!");
-  return open(path, O_RDWR | O_CREAT | O_APPEND | O_SYNC | O_CLOEXEC, 0644);
-}
-
-/// Writes one file of lines. `text` keeps the last line from file to file. False when the file
-/// cannot be opened.
-bool log_file(long long serial, char (&text)[kTimeLineSize]) {
-  const int fd = open_file(serial);
+  const bool fits = length >= 0 && length < static_cast<int>(sizeof path);
+  const mode_t existing = fits ? type_of(path) : 0;
+  if (existing != 0) std::puts("Amazing, it should not happen!");
+  if (existing == S_IFDIR || existing == S_IFLNK) return true;
+  constexpr int kFlags = O_RDWR | O_CREAT | O_APPEND | O_SYNC | O_NOFOLLOW | O_CLOEXEC;
+  const int fd = fits ? open(path, kFlags, 0644) : -1;
   if (fd < 0) {
     std::puts("Open logfile fail");
     return false;
@@ -68,14 +95,22 @@ bool log_file(long long serial, char (&text)[kTimeLineSize]) {
   for (int number = 1; number <= g_time_log_settings.lines_per_file; ++number) {
     timeval now{};
     gettimeofday(&now, nullptr);
-    format_time_line(number, now, text);
-    // A full or failing card must not end the log: the lines that it cannot take are lost.
-    [[maybe_unused]] const ssize_t written = write(fd, text, std::strlen(text));
-    fsync(fd);
+    format_time_line(number, now, _text);
+    write_line(fd);
     std::this_thread::sleep_for(g_time_log_settings.line_interval);
   }
   close(fd);
   return true;
+}
+
+// A full or failing card must not end the log: the lines that it cannot take are lost, and a line on
+// the console says when that begins and when it ends.
+void TimeLog::write_line(int fd) {
+  const bool failed = !write_all(fd, _text);
+  if (failed && !_failing) std::perror("write logfile fail");
+  if (!failed && _failing) std::puts("write logfile OK");
+  _failing = failed;
+  fsync(fd);
 }
 
 }  // namespace
@@ -117,8 +152,8 @@ void* log_time_thread(void* /*arg*/) {
   }
   const int first = get_max_file_sn(g_time_log_settings.dir);
   std::printf("max_sn is %d\n", first);
-  char text[kTimeLineSize] = {};
-  for (long long serial = first; log_file(serial, text); ++serial) {
+  TimeLog log;
+  for (long long serial = first; log.write_file(serial); ++serial) {
   }
   return nullptr;
 }

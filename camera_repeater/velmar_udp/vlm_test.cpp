@@ -2,6 +2,9 @@
 
 #include "vlm_test.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -47,6 +50,16 @@ bool join_arguments(int argc, char** argv, Line& line) {
   }
   line[length] = '\0';
   return true;
+}
+
+/// Gives standard streams that are closed the null device. Otherwise the next files opened, the bus's
+/// among them, would take their numbers, and the console would print into those.
+void open_closed_streams() {
+  int fd = -1;
+  do {
+    fd = open("/dev/null", O_RDWR);
+  } while (fd != -1 && fd <= STDERR_FILENO);
+  if (fd != -1) close(fd);
 }
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
@@ -101,6 +114,7 @@ void run_arguments(int argc, char** argv, Clock::time_point listening_since) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  open_closed_streams();
   // Scripts and pipes see each line at once.
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   udp_start_receiving_messages();

@@ -15,7 +15,9 @@ extern char g_OTA_DirList[1][64];
 
 // --- Bus listener (vlm_test_listener.cpp) ---
 
-/// Starts the detached thread "TESTLMSG", which serves the reply channel until the process ends.
+/// Starts the detached thread "TESTLMSG", which serves the reply channel until the process ends. When
+/// there is no room for a thread it says so on standard error; replies are not heard then, and
+/// commands time out.
 void udp_start_receiving_messages();
 
 /// The listener's callback, on its thread: hands camera replies to the request engine and prints

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <system_error>
 #include <thread>
 
 #include "lcm_request.h"
@@ -91,7 +92,13 @@ void udp_start_receiving_messages() {
   }
   std::memcpy(subscription->channel, kReplyChannel, sizeof kReplyChannel);
   subscription->f = TestGetLcmMsg;
-  std::thread listener(register_lcm_message, subscription);
-  pthread_setname_np(listener.native_handle(), "TESTLMSG");
-  listener.detach();
+  try {
+    std::thread listener(register_lcm_message, subscription);
+    pthread_setname_np(listener.native_handle(), "TESTLMSG");
+    listener.detach();
+  } catch (const std::system_error& error) {
+    delete subscription;
+    std::fprintf(stderr, "vlm_test: cannot start the bus listener: %s\n",
+                 error.code().message().c_str());
+  }
 }

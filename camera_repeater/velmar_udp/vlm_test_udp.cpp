@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -403,6 +404,25 @@ void send_request(int client, const camctrl_msg_t& request) {
   std::puts("send msg ok.");
 }
 
+/// While it lives, ended children are kept to be waited for, also in a program whose parent has
+/// handed down that they are to be ignored.
+class ChildrenWaitedFor {
+ public:
+  ChildrenWaitedFor() {
+    sigaction(SIGCHLD, nullptr, &_before);
+    if (_before.sa_handler != SIG_IGN) return;
+    struct sigaction kept {};
+    kept.sa_handler = SIG_DFL;
+    sigaction(SIGCHLD, &kept, nullptr);
+  }
+  ~ChildrenWaitedFor() { sigaction(SIGCHLD, &_before, nullptr); }
+  ChildrenWaitedFor(const ChildrenWaitedFor&) = delete;
+  ChildrenWaitedFor& operator=(const ChildrenWaitedFor&) = delete;
+
+ private:
+  struct sigaction _before {};
+};
+
 }  // namespace
 
 void print_test_udp_usage() {
@@ -415,6 +435,7 @@ int my_test_system(const char* command, char* output) {
     std::puts("my_system cmd is NULL!");
     return -1;
   }
+  const ChildrenWaitedFor waited_for;
   std::FILE* pipe = popen(command, "r");  // NOLINT(cert-env33-c): a shell is what is asked for
   if (pipe == nullptr) {
     const int error = errno;

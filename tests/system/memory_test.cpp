@@ -1,4 +1,5 @@
-// What the idle prompt takes of the board's memory, beside a program that does nothing.
+// What the idle prompt takes of the board's memory, beside a program that does nothing, and what the
+// console does when there is too little.
 //
 // Resident memory (VmRSS) is compared: it does not depend on what else runs. A share of pages that
 // other processes map too (Pss) or pages of its own alone would.
@@ -59,6 +60,21 @@ TEST(Memory, OfTheIdlePromptIsAtMostHalfAsMuchAgainAsThatOfAProgramThatDoesNothi
               median(idle));
   EXPECT_GT(median(idle), 0);
   EXPECT_LE(median(prompt) * 2, median(idle) * 3);
+}
+
+TEST(Memory, TooShortForAListenerLeavesTheConsoleRunning) {
+  const TemporaryDirectory directory;
+  // No stack of this size fits into memory: no thread can be made.
+  const std::string line = "ulimit -s 100000000000 && exec " + program_in_shell("vlm_test") + "6";
+  Process console({"/bin/sh", "-c", line}, {"VLM_BUS_DIR=" + (directory / "bus")});
+  EXPECT_EQ(console.read_all(),
+            "get_camera_status() is ready.\n"
+            "Send GET_CAMERA_STATUS\n"
+            "error: LCM request GET_CAMERA_STATUS timeout waiting for answer\n"
+            "LCM request GET_CAMERA_STATUS failed with: VLM is timeout\n\n");
+  EXPECT_EQ(console.errors(),
+            "vlm_test: cannot start the bus listener: Resource temporarily unavailable\n");
+  EXPECT_EQ(console.wait(), 0);
 }
 
 }  // namespace

@@ -2,9 +2,15 @@
 
 #include "lcm_request.h"
 
+#include <pthread.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
+#include <csignal>
 #include <regex>
+#include <stdexcept>
+#include <thread>
 
 #include "engine_test.h"
 #include "transcript.h"
@@ -346,6 +352,130 @@ TEST_F(RequestEngine, TakesAReplyThatComesBetweenReservingAndSending) {
   EXPECT_EQ(Peer::data(_engine).iris, 0x1234);
   EXPECT_EQ(send(kGetIris), kSuccess);
   expect_idle();
+}
+
+// --- Replies behind the answer ---
+// They are delivered before the caller wakes: it has published and has not looked yet.
+
+class BehindTheAnswer : public RequestEngine {
+ protected:
+  BehindTheAnswer() { bus().stay_silent(); }
+
+  void publish(int code) {
+    ASSERT_TRUE(_engine.get_ready("caller"));
+    _engine.send_ctrl_cam(camera_record(code));
+  }
+};
+
+TEST_F(BehindTheAnswer, AForeignReplyIsTracedAndStoredAndTakesNothingAway) {
+  publish(kGetMode);
+  EXPECT_EQ(prints([&] {
+              reply(kGetMode, {2});
+              reply(kGetIris, {0x34, 0x12});
+            }),
+            "LCM request GET_CAMERA_MODE took: N ms, error 0\n"
+            "LCM request GET_IRIS took: N ms, error 0\n");
+  EXPECT_EQ(Peer::last_received(_engine), kGetMode);
+  EXPECT_EQ(prints([&] { EXPECT_EQ(send(kGetMode), kSuccess); }),
+            "Send GET_CAMERA_MODE\n"
+            "finish waiting for cmd GET_CAMERA_MODE response. error code: 0\n"
+            "Recv GET_CAMERA_MODE Ack OK\n");
+  EXPECT_EQ(Peer::data(_engine).cam_mode, 2);
+  EXPECT_EQ(Peer::data(_engine).iris, 0x1234);
+  expect_idle();
+}
+
+TEST_F(BehindTheAnswer, AForeignErrorDoesNotBecomeTheResult) {
+  publish(kGetMode);
+  reply(kGetMode, {2});
+  reply(kGetIris, {0x34, 0x12}, VLM_ERR_IS_RECORDING);
+  EXPECT_EQ(_engine.get_error_code(), 0);
+  EXPECT_EQ(Peer::data(_engine).iris, 0);
+  EXPECT_EQ(send(kGetMode), kSuccess);
+}
+
+TEST_F(BehindTheAnswer, AForeignSuccessDoesNotHideTheError) {
+  publish(kGetMode);
+  reply(kGetMode, {}, VLM_ERR_IS_RECORDING);
+  reply(kGetIris);
+  EXPECT_EQ(send(kGetMode), (Outcome{false, VLM_ERR_IS_RECORDING}));
+}
+
+TEST_F(BehindTheAnswer, ASecondReplyToTheSameCommandKeepsTheFirstCode) {
+  publish(kGetMode);
+  reply(kGetMode, {2});
+  reply(kGetMode, {1}, VLM_ERR_BUSY);
+  EXPECT_EQ(send(kGetMode), kSuccess);
+  EXPECT_EQ(Peer::data(_engine).cam_mode, 2);
+
+  publish(kGetMode);
+  reply(kGetMode, {1}, VLM_ERR_BUSY);
+  reply(kGetMode, {1});
+  EXPECT_EQ(send(kGetMode), (Outcome{false, VLM_ERR_BUSY}));
+  EXPECT_EQ(Peer::data(_engine).cam_mode, 1);
+}
+
+TEST_F(BehindTheAnswer, ManyForeignRepliesTakeNothingAway) {
+  publish(kGetMode);
+  reply(kGetIris, {}, VLM_ERR_FAILED);  // before the answer: overwritten by it
+  EXPECT_EQ(_engine.get_error_code(), VLM_ERR_FAILED);
+  reply(kGetMode);
+  for (int code = 1; code <= 241; ++code) reply(code, {}, VLM_ERR_IS_NO_SPACE);
+  EXPECT_EQ(send(kGetMode), kSuccess);
+  expect_idle();
+}
+
+TEST_F(BehindTheAnswer, TheNextRequestWaitsForItsOwnReply) {
+  publish(kGetMode);
+  reply(kGetMode);
+  reply(kGetIris);
+  EXPECT_EQ(send(kGetMode), kSuccess);
+  give_up_after(milliseconds(1));
+  EXPECT_EQ(request(kGetIris), kTimedOut);
+}
+
+/// Holds a thread, on demand, wherever it is, a wait included.
+class Held {
+ public:
+  explicit Held(pthread_t thread) {
+    if (pipe(_reached) != 0 || pipe(_release) != 0) throw std::runtime_error("pipe");
+    struct sigaction hold {};
+    hold.sa_handler = [](int) {
+      char byte = 0;
+      [[maybe_unused]] ssize_t size = write(_reached[1], &byte, 1);
+      size = read(_release[0], &byte, 1);
+    };
+    sigaction(SIGUSR1, &hold, nullptr);
+    pthread_kill(thread, SIGUSR1);
+    char byte = 0;
+    if (read(_reached[0], &byte, 1) != 1) throw std::runtime_error("not reached");
+  }
+  ~Held() {
+    for (const int fd : {_release[1], _reached[0], _reached[1]}) close(fd);  // it reads the end
+  }
+  Held(const Held&) = delete;
+  Held& operator=(const Held&) = delete;
+
+ private:
+  inline static int _reached[2];
+  inline static int _release[2];
+};
+
+TEST_F(BehindTheAnswer, AForeignReplyTakesNothingAwayFromAWaitThatHasNotWoken) {
+  give_up_after(kForEver);
+  ASSERT_TRUE(_engine.get_ready("caller"));
+  Outcome outcome{};
+  std::thread caller([&] { outcome = send(kGetMode); });
+  bus().wait_for_published(1);
+  ASSERT_EQ(Peer::last_sent(_engine), kGetMode);  // it waits: it has given the lock back
+  {
+    const Held held(caller.native_handle());
+    reply(kGetMode, {2});
+    reply(kGetIris, {0x34, 0x12}, VLM_ERR_IS_RECORDING);
+  }
+  caller.join();
+  EXPECT_EQ(outcome, kSuccess);
+  EXPECT_EQ(Peer::data(_engine).cam_mode, 2);
 }
 
 // --- Inconsistencies ---

@@ -152,6 +152,14 @@ TEST(ResultTexts, ShareOneBufferForUnknownNumbers) {
   EXPECT_STREQ(earlier, "VLM unknown error number:43");
 }
 
+TEST(ResultTexts, ClearTheWholeBufferBeforeTheyNameANumber) {
+  const char* const buffer = vlm_strerr(INT_MIN);
+  vlm_strerr(97);
+  std::string expected = unknown_text(97);
+  expected.resize(50);
+  EXPECT_EQ(std::string(buffer, 50), expected);
+}
+
 TEST(ResultTexts, LeaveTheBufferAloneForKnownNumbers) {
   const char* const earlier = vlm_strerr(1234);
   vlm_strerr(VLM_ERR_BUSY);

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <ostream>
@@ -14,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "file_size_limit.h"
 #include "temporary_directory.h"
 #include "transcript.h"
 
@@ -190,16 +192,60 @@ TEST_F(TraceLog, IsClosedAfterAnOpenThatFailedOnASecondInit) {
 }
 
 TEST_F(TraceLog, StaysOpenAndGoesOnWhenTheCardIsFull) {
-  // By way of the descriptor: the device's own entry would be removed like an old log.
-  const int full = open("/dev/full", O_RDWR);
-  ASSERT_NE(full, -1);
-  use("/proc/self/fd/" + std::to_string(full));
   enable_file();
-  EXPECT_EQ(init(), "open logfile OK\ninit logfile fail\n");
+  EXPECT_EQ(transcript_of([] {
+              // What is printed is kept back until there is room again: its capture is a file, too.
+              std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
+              const FileSizeLimit full(0);
+              vlm_camera_log_init();
+              EXPECT_EQ(vlm_log_print(0, "Capture"), 0);
+            }),
+            "open logfile OK\ninit logfile fail\n");
   EXPECT_NE(g_log_fd, -1);
-  EXPECT_EQ(transcript_of([] { EXPECT_EQ(vlm_log_print(0, "Capture"), 0); }), "");
   EXPECT_EQ(g_cmd_num.total_num, 1);
-  close(full);
+  EXPECT_EQ(log(), "");
+  vlm_log_print(7, "room again\n");
+  EXPECT_EQ(log(), "room again\n");
+}
+
+// --- What may stand in the log's place ---
+
+TEST_F(TraceLog, IsNotWrittenThroughALink) {
+  _dir.write("elsewhere", "kept\n");
+  std::filesystem::create_symlink(_dir / "elsewhere", _dir / "test.log");
+  start_file();
+  EXPECT_EQ(_dir.read("elsewhere"), "kept\n");
+  EXPECT_EQ(log(), kBanner);
+}
+
+TEST_F(TraceLog, IsNotWrittenThroughALinkThatLeadsNowhere) {
+  std::filesystem::create_symlink(_dir / "elsewhere", _dir / "test.log");
+  start_file();
+  EXPECT_FALSE(_dir.has("elsewhere"));
+  EXPECT_EQ(log(), kBanner);
+}
+
+TEST_F(TraceLog, IsNotWrittenThroughALinkThatCannotBeRemoved) {
+  // A name of the system's own: it leads to the open file, and nobody can remove it.
+  _dir.write("elsewhere", "kept\n");
+  const int elsewhere = open((_dir / "elsewhere").c_str(), O_RDWR);
+  ASSERT_NE(elsewhere, -1);
+  use("/proc/self/fd/" + std::to_string(elsewhere));
+  enable_file();
+  EXPECT_EQ(init(), "open logfile fail\n");
+  EXPECT_EQ(_dir.read("elsewhere"), "kept\n");
+  close(elsewhere);
+}
+
+TEST_F(TraceLog, LeavesADirectoryInItsPlaceAndGoesOnWithout) {
+  _dir.make_dir("test.log");
+  _dir.write("test.log/inside", "kept\n");
+  enable_file();
+  enable_console();
+  EXPECT_EQ(init(), "open logfile fail\n");
+  EXPECT_EQ(g_log_fd, -1);
+  EXPECT_EQ(transcript_of([] { vlm_log_print(7, "seen"); }), "seen");
+  EXPECT_EQ(_dir.read("test.log/inside"), "kept\n");
 }
 
 // --- Levels and counters ---

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -9,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "file_size_limit.h"
 #include "scripted_bus.h"
 #include "temporary_directory.h"
 #include "transcript.h"
@@ -164,8 +167,18 @@ class TimeLog : public testing::Test {
     std::snprintf(name, sizeof name, "log_time_dir/log_time_file_%04d.log", serial);
     return name;
   }
-  /// Ends the thread: a directory cannot be opened for writing.
-  void block_file(int serial) { std::filesystem::create_directories(_dir / file(serial)); }
+  /// Ends the thread: a socket cannot be opened.
+  void block_file(int serial) {
+    make_log_dir();
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = _dir / file(serial);
+    ASSERT_LT(path.size(), sizeof address.sun_path);
+    path.copy(address.sun_path, path.size());
+    const int blocking = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(bind(blocking, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    close(blocking);
+  }
 
   /// Runs the thread's body to its end; what it prints.
   static std::string run() {
@@ -325,9 +338,12 @@ TEST_F(TimeLog, GoesOnAfterTheLargestSerial) {
 TEST_F(TimeLog, AppendsToAFileThatShouldNotBeThere) {
   enable();
   make_log_dir();
-  _dir.write("elsewhere", "kept\n");
-  std::filesystem::create_symlink(_dir / "elsewhere", _dir / file(1));
+  _dir.write(file(1), "kept\n");
   block_file(2);
+  // The serials are counted elsewhere, where there is none.
+  const std::string empty = _dir / "empty";
+  _dir.make_dir("empty");
+  g_time_log_settings.dir = empty.c_str();
   EXPECT_EQ(run_after_card(),
             "SD card is OK\nmax_sn is 1\nAmazing, it should not happen!\n"
             "Amazing, it should not happen!\nOpen logfile fail\n");
@@ -335,6 +351,37 @@ TEST_F(TimeLog, AppendsToAFileThatShouldNotBeThere) {
   ASSERT_EQ(all.size(), 4U);
   EXPECT_EQ(all[0], "kept\n");
   EXPECT_EQ(all[1].substr(0, 5), "0001-");
+}
+
+TEST_F(TimeLog, GoesOnBehindADirectoryThatBearsAFilesName) {
+  enable();
+  make_log_dir();
+  _dir.make_dir(file(1));
+  _dir.make_dir(file(3));
+  block_file(5);
+  EXPECT_EQ(run_after_card(),
+            "SD card is OK\nmax_sn is 1\nAmazing, it should not happen!\n"
+            "Amazing, it should not happen!\nAmazing, it should not happen!\nOpen logfile fail\n");
+  EXPECT_EQ(lines(2).size(), 3U);
+  EXPECT_EQ(lines(4).size(), 3U);
+  EXPECT_TRUE(std::filesystem::is_empty(_dir / file(1)));
+}
+
+TEST_F(TimeLog, GoesOnBehindALinkAndWritesNothingThroughIt) {
+  enable();
+  make_log_dir();
+  _dir.write("elsewhere", "kept\n");
+  std::filesystem::create_symlink(_dir / "elsewhere", _dir / file(1));
+  std::filesystem::create_symlink(_dir / "nowhere", _dir / file(2));
+  std::filesystem::create_symlink(_dir / file(3), _dir / file(3));  // leads to itself
+  block_file(5);
+  EXPECT_EQ(run_after_card(),
+            "SD card is OK\nmax_sn is 1\nAmazing, it should not happen!\n"
+            "Amazing, it should not happen!\nAmazing, it should not happen!\n"
+            "Amazing, it should not happen!\nOpen logfile fail\n");
+  EXPECT_EQ(lines(4).size(), 3U);
+  EXPECT_EQ(_dir.read("elsewhere"), "kept\n");
+  EXPECT_FALSE(_dir.has("nowhere"));
 }
 
 TEST_F(TimeLog, MakesFilesWithMode0644) {
@@ -347,13 +394,34 @@ TEST_F(TimeLog, MakesFilesWithMode0644) {
             static_cast<std::filesystem::perms>(0644));
 }
 
-TEST_F(TimeLog, GoesOnWhenTheCardIsFull) {
+TEST_F(TimeLog, SaysWhenTheCardTakesNoMoreLinesAndWhenItDoesAgain) {
   enable();
-  make_log_dir();
-  std::filesystem::create_symlink("/dev/full", _dir / file(1));
+  block_file(4);
+  // A line has 33 bytes: files end in the middle of the 63rd.
+  g_time_log_settings.lines_per_file = 65;
+  const Transcript errors(STDERR_FILENO);
+  const FileSizeLimit full(62 * 33 + 10);
+  EXPECT_EQ(run_after_card(),
+            "SD card is OK\nmax_sn is 1\nwrite logfile OK\nwrite logfile OK\n"
+            "Amazing, it should not happen!\nOpen logfile fail\n");
+  EXPECT_EQ(errors.text(),
+            "write logfile fail: File too large\nwrite logfile fail: File too large\n"
+            "write logfile fail: File too large\n");
+  for (int serial = 1; serial <= 3; ++serial) {
+    const auto all = lines(serial);
+    ASSERT_EQ(all.size(), 63U);
+    EXPECT_EQ(all[61].substr(0, 5), "0062-");
+    EXPECT_EQ(all[61].size(), 33U);
+  }
+}
+
+TEST_F(TimeLog, SaysNothingOfWritingWhileTheCardTakesEveryLine) {
+  enable();
   block_file(3);
-  run();
-  EXPECT_EQ(lines(2).size(), 3U);
+  const Transcript errors(STDERR_FILENO);
+  EXPECT_EQ(run_after_card(),
+            "SD card is OK\nmax_sn is 1\nAmazing, it should not happen!\nOpen logfile fail\n");
+  EXPECT_EQ(errors.text(), "");
 }
 
 }  // namespace

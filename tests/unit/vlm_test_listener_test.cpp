@@ -1,11 +1,14 @@
 // The console's bus listener: which packets it takes, and what each type prints.
 
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <memory>
 #include <new>
 #include <string>
@@ -283,6 +286,40 @@ TEST_F(Listener, ReportsThatItHasNoMemory) {
   const std::string text = transcript_of([] { udp_start_receiving_messages(); });
   out_of_memory = false;
   EXPECT_EQ(text, "[udp_start_receiving_messages]:p_udp_msg is null!\n");
+  EXPECT_EQ(thread_names().size(), before);
+}
+
+/// While it lives, a thread's stack does not fit into memory: none can be made.
+class NoThreads {
+ public:
+  NoThreads() {
+    pthread_getattr_default_np(&_before);
+    pthread_attr_t huge;
+    pthread_attr_init(&huge);
+    pthread_attr_setstacksize(&huge, std::numeric_limits<std::size_t>::max() / 4 * 3);
+    pthread_setattr_default_np(&huge);
+    pthread_attr_destroy(&huge);
+  }
+  ~NoThreads() {
+    pthread_setattr_default_np(&_before);
+    pthread_attr_destroy(&_before);
+  }
+  NoThreads(const NoThreads&) = delete;
+  NoThreads& operator=(const NoThreads&) = delete;
+
+ private:
+  pthread_attr_t _before;
+};
+
+TEST_F(Listener, ReportsThatItHasNoThreadAndGoesOn) {
+  const std::size_t before = thread_names().size();
+  const Transcript errors(STDERR_FILENO);
+  {
+    const NoThreads none;
+    EXPECT_EQ(transcript_of([] { udp_start_receiving_messages(); }), "");
+  }
+  EXPECT_EQ(errors.text(),
+            "vlm_test: cannot start the bus listener: Resource temporarily unavailable\n");
   EXPECT_EQ(thread_names().size(), before);
 }
 

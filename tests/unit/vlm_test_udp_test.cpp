@@ -187,6 +187,8 @@ TEST(UdpClientRequest, CutsNumbersToTheWidthOfTheirFields) {
   EXPECT_EQ(request_of({"setshutter", "65537", "-1"}), camctrl_request(16, {0, 1, 0xFF, 0xFF}));
   EXPECT_EQ(request_of({"setvideo", "65536", "70000", "256"}),
             camctrl_request(8, {0, 0, 0x11, 0x70, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(request_of({"setiso", "3000000000"}), camctrl_request(17, {0xB2, 0xD0, 0x5E, 0x00}));
+  EXPECT_EQ(request_of({"setiso", "4294967297"}), camctrl_request(17, {0, 0, 0, 1}));
   EXPECT_EQ(request_of({"setiso", "-1"}), camctrl_request(17, {0xFF, 0xFF, 0xFF, 0xFF}));
 }
 
@@ -655,9 +657,25 @@ TEST(UdpClientShell, ReportsAPipeThatCannotBeOpened) {
   EXPECT_EQ(child.status(), 7);
 }
 
-TEST(UdpClientShell, ReportsACommandWhoseEndItCannotSee) {
+TEST(UdpClientShell, SeesTheEndOfACommandAlsoWhenChildrenAreIgnored) {
   const Child child([] {
     std::signal(SIGCHLD, SIG_IGN);
+    char output[256] = {};
+    if (my_test_system("echo one; exit 3", output) != 3 << 8) std::exit(8);
+    std::fputs(output, stdout);
+    // As it was before.
+    std::exit(std::signal(SIGCHLD, SIG_DFL) == SIG_IGN ? 7 : 9);
+  });
+  EXPECT_EQ(child.output(), "popen res is :768;return value = 3\none\n");
+  EXPECT_EQ(child.status(), 7);
+}
+
+TEST(UdpClientShell, ReportsACommandWhoseEndItCannotSee) {
+  const Child child([] {
+    struct sigaction unseen {};
+    unseen.sa_handler = SIG_DFL;
+    unseen.sa_flags = SA_NOCLDWAIT;
+    sigaction(SIGCHLD, &unseen, nullptr);
     char output[256] = {};
     std::exit(my_test_system("echo", output) == -1 ? 7 : 8);
   });
