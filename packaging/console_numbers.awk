@@ -1,4 +1,5 @@
-# Numbers that the console lists but refuses: they belong to programs that link the library.
-function refused(number) {
-  return (number >= 98 && number <= 199) || number == 204 || number > 241
-}
+# Numbers that the console lists but refuses belong to programs that link the library. The console's
+# own refusals stand before its lists.
+/^refused: / { refusals[$2] }
+
+function refused(number) { return number in refusals }

@@ -149,6 +149,12 @@ manual_pages_are_readable() {
   done
 }
 
+documents_are_there() {
+  for page in README.md CHANGELOG.md docs/overview.svg docs/architecture.md docs/time_log.md; do
+    [ -s "$root/usr/share/doc/vlm/$page" ] || fail "$page is missing"
+  done
+}
+
 make_root
 vlm=$(echo "$folder"/vlm_*_"$architecture.deb")
 tools=$(echo "$folder"/vlm-tools_*_"$architecture.deb")
@@ -158,6 +164,7 @@ depends_on_enough "$vlm"
 depends_on_enough "$tools"
 carries_no_build_path
 manual_pages_are_readable
+documents_are_there
 unit_is_sound
 programs_work
 files >"$scratch/installed"
