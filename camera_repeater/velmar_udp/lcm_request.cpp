@@ -1,5 +1,6 @@
 #include "lcm_request.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -12,17 +13,8 @@ LcmRequest& lcm_request = *new LcmRequest;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 // A level of its own in the trace log: a time stamp, no counter.
 constexpr int kLogPlain = 4;
-
-/// Waits on the steady clock, since this program itself sets the real-time clock.
-template <typename Predicate>
-bool wait_at_most(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
-                  std::chrono::milliseconds timeout, Predicate predicate) {
-  return condition.wait_until(lock, Clock::now() + timeout, predicate);
-}
 
 /// The bus packet of a camera request.
 userlcm_packet_t request_packet(const udp_ctrl_cam_t& cmd) {
@@ -49,9 +41,9 @@ void report_still_pending(int state, int last_sent, const char* caller) {
 }  // namespace
 
 bool LcmRequest::get_ready(const char* caller) {
-  std::unique_lock<std::mutex> lock(_mutex);
-  const auto idle = [this] { return _state == IDLE; };
-  if (!wait_at_most(_lcm_ready_cond, lock, _timeouts.ready, idle)) {
+  MutexLock lock(_mutex);
+  const auto idle = [this]() VLM_REQUIRES(_mutex) { return _state == IDLE; };
+  if (!lock.wait_at_most(_lcm_ready_cond, _timeouts.ready, idle)) {
     report_still_pending(_state, _last_cmd_type_sent, caller);
     return false;
   }
@@ -69,7 +61,11 @@ void LcmRequest::send_ctrl_cam(const udp_ctrl_cam_t& cmd) {
 }
 
 bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result) {
-  std::unique_lock<std::mutex> lock(_mutex);
+  return send_and_wait(cmd, result, {});
+}
+
+bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Results& results) {
+  MutexLock lock(_mutex);
   send_ctrl_cam(cmd);
   const char* const name = vlm_strcmd(cmd.cmd_type);
   std::printf("Send %s\n", name);
@@ -87,6 +83,9 @@ bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result) {
     vlm_log_print(kLogPlain, "LCM request %s failed with: %s", name, vlm_strerr(err));
   } else {
     std::printf("Recv %s Ack OK\n", name);
+    for (const Result& copy : results) {
+      if (copy.size != 0) std::memcpy(copy.out, copy.field, copy.size);
+    }
   }
   if (result != nullptr) *result = err;
 
@@ -97,11 +96,13 @@ bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result) {
   return err == VLM_ERR_NONE;
 }
 
-void LcmRequest::wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ctrl_cam_t& cmd) {
+void LcmRequest::wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd) {
   const auto timeout =
       cmd.cmd_type == UDP_CTRL_CAM_GET_CAMERA_STATUS ? _timeouts.status_reply : _timeouts.reply;
-  const auto answered = [&] { return _last_cmd_type_received == cmd.cmd_type; };
-  if (!wait_at_most(_lcm_response_cond, lock, timeout, answered)) {
+  const auto answered = [&]() VLM_REQUIRES(_mutex) {
+    return _last_cmd_type_received == cmd.cmd_type;
+  };
+  if (!lock.wait_at_most(_lcm_response_cond, timeout, answered)) {
     const char* const name = vlm_strcmd(cmd.cmd_type);
     std::printf("error: LCM request %s timeout waiting for answer\n", name);
     vlm_log_print(kLogPlain, "error: LCM request %s timeout waiting for answer", name);
@@ -119,7 +120,7 @@ void LcmRequest::wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ct
 }
 
 void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
-  std::unique_lock<std::mutex> lock(_mutex);
+  MutexLock lock(_mutex);
   if (_state != BUSY) {
     std::puts("not waiting on answer");
     return;
@@ -133,14 +134,6 @@ void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
   // The woken caller needs the lock at once: give it back first.
   lock.unlock();
   _lcm_response_cond.notify_one();
-}
-
-void LcmRequest::convert_to_lcm_camera_status(u8& status) {
-  if (status == 3) {
-    status = 1;
-  } else if (status != 2) {
-    status = 0;
-  }
 }
 
 void LcmRequest::prepare_wait_lcm_notification(u32 target) {
@@ -159,12 +152,14 @@ void LcmRequest::update_lcm_notification(u32 bits, const LcmNotificationParam* p
   _lcm_notification_cond.setFlag(bits, OP_OR);
 }
 
-void lcm_request_receive_msg(udp_ctrl_cam_t* reply) {
-  if (reply != nullptr) lcm_request.receive_msg(*reply);
+bool LcmRequest::say(const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  std::vprintf(format, args);
+  va_end(args);
+  return true;
 }
 
-int lcm_request_upgrade_camera() { return lcm_request.upgrade_camera() ? 1 : 0; }
-
-int lcm_request_set_drone_platform(unsigned short platform) {
-  return lcm_request.set_drone_platform(platform) ? 1 : 0;
+void lcm_request_receive_msg(udp_ctrl_cam_t* reply) {
+  if (reply != nullptr) lcm_request.receive_msg(*reply);
 }

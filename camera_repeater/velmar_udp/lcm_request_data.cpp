@@ -190,3 +190,11 @@ void LcmRequest::save_lcm_result(const udp_ctrl_cam_t& reply) {
   }
   if (!known) std::printf("unknown lcm type[%d]\n", code);
 }
+
+void LcmRequest::convert_to_lcm_camera_status(u8& status) {
+  if (status == 3) {
+    status = 1;
+  } else if (status != 2) {
+    status = 0;
+  }
+}
