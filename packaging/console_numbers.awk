@@ -1,4 +1,9 @@
 # Numbers that the console lists but refuses: they belong to programs that link the library.
+/^runnable:/ {
+  for (place = 2; place <= NF; place++) runnable[$place]
+  next
+}
+
 function refused(number) {
-  return (number >= 98 && number <= 199) || number == 204 || number > 241
+  return !(number in runnable)
 }
