@@ -197,9 +197,9 @@ Data expected_after(int code, const Data& before, const std::vector<u8>& payload
   Data data;
   std::memcpy(&data, bytes.data(), sizeof data);
   // Byte 0 is 3, which reads as recording; byte 43 is 218, which reads as idle.
-  if (code == 6) data.video_status = 1;
-  if (code == 0) data.request_list.camera_status = 0;
-  if (code == 11) {
+  if (code == UDP_CTRL_CAM_GET_CAMERA_STATUS) data.video_status = 1;
+  if (code == UDP_CTRL_CAM_GET_ALL_REQUEST) data.request_list.camera_status = 0;
+  if (code == UDP_CTRL_CAM_GET_SHUTTER_ISO) {
     data.shutter_s = 2051.0F / 4621.0F;
     data.iso_value = static_cast<float>(639704087);
   }
@@ -213,9 +213,9 @@ bool is_known(int code) {
 
 std::string expected_print(int code) {
   switch (code) {
-    case 80: return "[save_lcm_result:4180]dzoom[302843907]\n";
-    case 82: return "[save_lcm_result:4188]zoom[0.0]\n";
-    case 220: return "[save_lcm_result:4198]deflog_onoff:3\n";
+    case UDP_CTRL_CAM_GET_DIGITAL_ZOOM: return "[save_lcm_result:4180]dzoom[302843907]\n";
+    case UDP_CTRL_CAM_GET_ZOOM: return "[save_lcm_result:4188]zoom[0.0]\n";
+    case UDP_CTRL_CAM_GET_DEFOG_LEVEL: return "[save_lcm_result:4198]deflog_onoff:3\n";
     default: break;
   }
   if (is_known(code)) return "";
@@ -230,8 +230,9 @@ TEST_F(ResultStore, ChangesExactlyTheFieldsOfEachCode) {
     EXPECT_EQ(store(code, payload), expected_print(code)) << code;
     EXPECT_EQ(difference(expected_after(code, before, payload), data()), "") << code;
     const std::string name(Data::module_name, sizeof Data::module_name);
-    EXPECT_EQ(name, code == 31 ? std::string(payload.begin(), payload.begin() + 8)
-                               : std::string(8, '\xa5'))
+    EXPECT_EQ(name, code == UDP_CTRL_CAM_GET_CAMERA_VERSION
+                        ? std::string(payload.begin(), payload.begin() + 8)
+                        : std::string(8, '\xa5'))
         << code;
   }
 }
@@ -247,20 +248,20 @@ TEST_F(ResultStore, KnowsNoCodeOfTheUpperRange) {
 // --- Codes that take more than a copy ---
 
 TEST_F(ResultStore, ComputesTheShutterTime) {
-  EXPECT_EQ(store(11, {1, 0, 100, 0, 200, 0, 0, 0}), "");
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_SHUTTER_ISO, {1, 0, 100, 0, 200, 0, 0, 0}), "");
   EXPECT_EQ(data().shutter_s, 0.01F);
   EXPECT_EQ(data().iso_value, 200.0F);
 }
 
 TEST_F(ResultStore, ComputesTheLargestShutterTime) {
-  store(11, {0xff, 0xff, 1, 0, 0xff, 0xff, 0xff, 0xff});
+  store(UDP_CTRL_CAM_GET_SHUTTER_ISO, {0xff, 0xff, 1, 0, 0xff, 0xff, 0xff, 0xff});
   EXPECT_EQ(data().shutter_s, 65535.0F);
   EXPECT_EQ(data().iso_value, 4294967296.0F);
 }
 
 TEST_F(ResultStore, KeepsTheShutterTimeWhenTheDenominatorIsZero) {
-  store(11, {1, 0, 100, 0, 200});
-  EXPECT_EQ(store(11, {1, 0, 0, 0, 0x90, 1}), "shutter's value ERROR\n");
+  store(UDP_CTRL_CAM_GET_SHUTTER_ISO, {1, 0, 100, 0, 200});
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_SHUTTER_ISO, {1, 0, 0, 0, 0x90, 1}), "shutter's value ERROR\n");
   EXPECT_EQ(data().shutter_s, 0.01F);
   EXPECT_EQ(data().iso_value, 400.0F);
 }
@@ -269,8 +270,8 @@ TEST_F(ResultStore, MapsEveryCameraStatus) {
   std::vector<u8> payload(70);
   for (int raw = 0; raw <= 255; ++raw) {
     payload[0] = payload[43] = static_cast<u8>(raw);
-    store(6, payload);
-    store(0, payload);
+    store(UDP_CTRL_CAM_GET_CAMERA_STATUS, payload);
+    store(UDP_CTRL_CAM_GET_ALL_REQUEST, payload);
     const int expected = raw == 3 ? 1 : raw == 2 ? 2 : 0;
     EXPECT_EQ(data().video_status, expected) << raw;
     EXPECT_EQ(data().request_list.camera_status, expected) << raw;
@@ -278,36 +279,37 @@ TEST_F(ResultStore, MapsEveryCameraStatus) {
 }
 
 TEST_F(ResultStore, PrintsTheZooms) {
-  EXPECT_EQ(store(80, {0xff, 0xff, 0xff, 0xff}), "[save_lcm_result:4180]dzoom[-1]\n");
-  EXPECT_EQ(store(80, {80}), "[save_lcm_result:4180]dzoom[80]\n");
-  EXPECT_EQ(store(82, {0, 0, 0xf0, 0x41}), "[save_lcm_result:4188]zoom[30.0]\n");
-  EXPECT_EQ(store(82, {0, 0, 0x20, 0xc0}), "[save_lcm_result:4188]zoom[-2.5]\n");
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_DIGITAL_ZOOM, {0xff, 0xff, 0xff, 0xff}),
+            "[save_lcm_result:4180]dzoom[-1]\n");
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_DIGITAL_ZOOM, {80}), "[save_lcm_result:4180]dzoom[80]\n");
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_ZOOM, {0, 0, 0xf0, 0x41}), "[save_lcm_result:4188]zoom[30.0]\n");
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_ZOOM, {0, 0, 0x20, 0xc0}), "[save_lcm_result:4188]zoom[-2.5]\n");
 }
 
 TEST_F(ResultStore, PrintsEveryDefogLevel) {
   for (int level = 0; level <= 255; ++level) {
-    EXPECT_EQ(store(220, {static_cast<u8>(level)}),
+    EXPECT_EQ(store(UDP_CTRL_CAM_GET_DEFOG_LEVEL, {static_cast<u8>(level)}),
               "[save_lcm_result:4198]deflog_onoff:" + std::to_string(level) + "\n");
   }
 }
 
 TEST_F(ResultStore, SpreadsTheFocusReplyIntoTheDigitalZoom) {
-  store(80, {0x11, 0x22, 0x33, 0x44});
-  store(206, {0xaa, 0xbb, 0xcc, 0xdd});
+  store(UDP_CTRL_CAM_GET_DIGITAL_ZOOM, {0x11, 0x22, 0x33, 0x44});
+  store(UDP_CTRL_CAM_GET_FOCUS, {0xaa, 0xbb, 0xcc, 0xdd});
   EXPECT_EQ(data().focus, 0xbbaa);
   EXPECT_EQ(data().dzoom, 0x4433ddccU);
 }
 
 TEST_F(ResultStore, SharesTheModuleNameAmongEngines) {
-  store(31, {'V', 'L', 'M', '-', 'Z', '3', '0', '!', 4, 3, 2, 1});
+  store(UDP_CTRL_CAM_GET_CAMERA_VERSION, {'V', 'L', 'M', '-', 'Z', '3', '0', '!', 4, 3, 2, 1});
   EXPECT_EQ(std::string(Data::module_name, 8), "VLM-Z30!");
   EXPECT_EQ(data().camera_version, 0x01020304U);
 }
 
 TEST_F(ResultStore, KeepsAFullText) {
   const std::vector<u8> payload(128, 'x');
-  store(34, payload);
-  store(84, payload);
+  store(UDP_CTRL_CAM_GET_MEDIA_FOLDER, payload);
+  store(UDP_CTRL_CAM_GET_PROPERTY, payload);
   EXPECT_EQ(std::string(data().folder, 64), std::string(64, 'x'));
   EXPECT_EQ(std::string(data().property_str, 128), std::string(128, 'x'));
 }
@@ -321,7 +323,8 @@ TEST_F(ResultStore, TakesSuccessfulRepliesOnly) {
   EXPECT_EQ(difference(before, data()), "");
   bus().answer(distinct_payload());
   request(UDP_CTRL_CAM_GET_IRIS);
-  EXPECT_EQ(difference(expected_after(208, before, distinct_payload()), data()), "");
+  EXPECT_EQ(difference(expected_after(UDP_CTRL_CAM_GET_IRIS, before, distinct_payload()), data()),
+            "");
 }
 
 }  // namespace
