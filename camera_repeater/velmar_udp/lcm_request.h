@@ -418,7 +418,7 @@ class LcmRequest {
   int _last_cmd_type_sent VLM_GUARDED_BY(_mutex) = -1;      // -1 when none is in flight
   int _last_cmd_type_received VLM_GUARDED_BY(_mutex) = -1;  // -1 when none is pending
   u64 _lcm_request_time_start VLM_GUARDED_BY(_mutex) = 0;
-  Data _data VLM_GUARDED_BY(_mutex){};
+  Data _data VLM_GUARDED_BY(_mutex) = Data();  // zero, its padding too
   std::atomic<u16> m_err_code{0};              // written under _mutex, read without it
   std::condition_variable _lcm_response_cond;  // a reply has been recorded
   std::condition_variable _lcm_ready_cond;     // the engine is idle again

@@ -48,6 +48,12 @@ struct LcmRequestPeer {
     engine.save_lcm_result(reply);
   }
 
+  /// Publishes without waiting.
+  static void publish(LcmRequest& engine, const udp_ctrl_cam_t& request) {
+    const MutexLock guard(engine._mutex);
+    engine.send_ctrl_cam(request);
+  }
+
   /// Only while no request is under way.
   static LcmRequest::Timeouts& timeouts(LcmRequest& engine) { return engine._timeouts; }
 };
