@@ -293,9 +293,9 @@ void LcmRequest::save_lcm_result(const udp_ctrl_cam_t& reply) {
 }
 
 void LcmRequest::convert_to_lcm_camera_status(u8& status) {
-  if (status == 3) {
-    status = 1;
-  } else if (status != 2) {
-    status = 0;
+  switch (status) {
+    case VLM_STATUS_ON_BUS_RECORDING: status = VLM_STATUS_RECORDING; break;
+    case VLM_STATUS_ON_BUS_CAPTURING: status = VLM_STATUS_CAPTURING; break;
+    default: status = VLM_STATUS_IDLE; break;
   }
 }
