@@ -9,11 +9,6 @@
 
 namespace {
 
-// Status bytes as the camera has them; the receiver maps 3 to its own 1.
-constexpr u8 kStatusIdle = 0;
-constexpr u8 kStatusCapturing = 2;
-constexpr u8 kStatusRecording = 3;
-
 /// Pictures of a series that has no end of its own.
 constexpr u32 kUntilStopped = 0xFFFFFFFF;
 // Panoramas: pictures, and the time in which the gimbal turns to the next.
@@ -71,8 +66,8 @@ void CameraCapture::restart_numbering() {
 }
 
 u8 CameraCapture::status() const {
-  if (_recording) return kStatusRecording;
-  return capturing() ? kStatusCapturing : kStatusIdle;
+  if (_recording) return VLM_STATUS_ON_BUS_RECORDING;
+  return capturing() ? VLM_STATUS_ON_BUS_CAPTURING : VLM_STATUS_IDLE;
 }
 
 u32 CameraCapture::recording_seconds(u64 now_ms) const {
@@ -147,10 +142,12 @@ CameraCapture::Series CameraCapture::planned_series() const {
   // No picture begins before the one before it is finished.
   const u64 interval_ms = std::max<u64>(mode.interval_ms, kPictureMs);
   switch (mode.capture_mode) {
-    case 3:
-    case 4: return {SeriesKind::kPictures, mode.photo_amount, interval_ms, 0};
-    case 5: return {SeriesKind::kPanorama, kHorizontalPanorama, kPanoramaIntervalMs, 0};
-    case 6: return {SeriesKind::kPanorama, kHemisphericalPanorama, kPanoramaIntervalMs, 0};
+    case VLM_CAPTURE_BURST:
+    case VLM_CAPTURE_AEB: return {SeriesKind::kPictures, mode.photo_amount, interval_ms, 0};
+    case VLM_CAPTURE_HORIZONTAL_PANORAMA:
+      return {SeriesKind::kPanorama, kHorizontalPanorama, kPanoramaIntervalMs, 0};
+    case VLM_CAPTURE_HEMISPHERICAL_PANORAMA:
+      return {SeriesKind::kPanorama, kHemisphericalPanorama, kPanoramaIntervalMs, 0};
     default:
       if (mode.interval_ms == 0) return {SeriesKind::kPictures, 1, 0, 0};
       return {SeriesKind::kTimeLapse, kUntilStopped, interval_ms, 0};

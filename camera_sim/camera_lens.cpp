@@ -8,11 +8,6 @@
 
 namespace {
 
-// Values of the drive commands.
-constexpr u32 kTele = 1;  // far, of the focus
-constexpr u32 kWide = 2;  // near, of the focus
-constexpr u32 kStop = 3;
-
 /// Where the scene of the simulated camera is sharp.
 constexpr u32 kSharpFocus = 0x4000;
 
@@ -22,9 +17,9 @@ vlm_err_t done(bool accepted) { return accepted ? VLM_ERR_NONE : VLM_ERR_IS_INVA
 /// Drives `axis` as the command word says; `tele` is the direction in which the value moves then.
 vlm_err_t drive(DrivenAxis& axis, u32 command, int tele) {
   switch (command) {
-    case kTele: axis.drive(tele); return VLM_ERR_NONE;
-    case kWide: axis.drive(-tele); return VLM_ERR_NONE;
-    case kStop: axis.drive(0); return VLM_ERR_NONE;
+    case VLM_DRIVE_TELE: axis.drive(tele); return VLM_ERR_NONE;
+    case VLM_DRIVE_WIDE: axis.drive(-tele); return VLM_ERR_NONE;
+    case VLM_DRIVE_STOP: axis.drive(0); return VLM_ERR_NONE;
     default: return VLM_ERR_IS_INVALID_PARAM;
   }
 }
@@ -84,7 +79,7 @@ void CameraLens::halt() {
 
 /// The nearest position that the focus may take.
 vlm_err_t CameraLens::limit_focus(u32 limit) {
-  if (limit < 0x1000 || limit > 0xF000) return VLM_ERR_IS_INVALID_PARAM;
+  if (limit < VLM_FOCUS_FAR_END || limit > VLM_FOCUS_NEAR_END) return VLM_ERR_IS_INVALID_PARAM;
   _focus.limit(limit);
   return VLM_ERR_NONE;
 }

@@ -50,10 +50,10 @@ class CameraLens {
   vlm_err_t limit_focus(u32 limit);
   vlm_err_t focus_automatically();
 
-  DrivenAxis _zoom{1.0, 30.0, 1.0, 5.0};
-  DrivenAxis _digital_zoom{10, 80, 10, 10};
+  DrivenAxis _zoom{VLM_ZOOM_LEAST, VLM_ZOOM_MOST, 1.0, 5.0};
+  DrivenAxis _digital_zoom{VLM_DIGITAL_ZOOM_LEAST, VLM_DIGITAL_ZOOM_MOST, 10, 10};
   // The lower end is the far one.
-  DrivenAxis _focus{0x1000, 0xF000, 0x4000, 0x2000};
+  DrivenAxis _focus{VLM_FOCUS_FAR_END, VLM_FOCUS_NEAR_END, 0x4000, 0x2000};
 };
 
 #endif  // CAMERA_SIM_CAMERA_LENS_H

@@ -1,5 +1,9 @@
-# Numbers that the console lists but refuses belong to programs that link the library. The console's
-# own refusals stand before its lists.
-/^refused: / { refusals[$2] }
+# Numbers that the console lists but refuses: they belong to programs that link the library.
+/^runnable:/ {
+  for (place = 2; place <= NF; place++) runnable[$place]
+  next
+}
 
-function refused(number) { return number in refusals }
+function refused(number) {
+  return !(number in runnable)
+}

@@ -1,5 +1,6 @@
 #include "lcm_request.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -24,17 +25,8 @@ union EngineStorage {
 // 101 is the first priority that a program may use.
 __attribute__((init_priority(101))) EngineStorage g_engine;
 
-using Clock = std::chrono::steady_clock;
-
 // A level of its own in the trace log: a time stamp, no counter.
 constexpr int kLogPlain = 4;
-
-/// Waits on the steady clock, since this program itself sets the real-time clock.
-template <typename Predicate>
-bool wait_at_most(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
-                  std::chrono::milliseconds timeout, Predicate predicate) {
-  return condition.wait_until(lock, Clock::now() + timeout, predicate);
-}
 
 /// The bus packet of a camera request.
 userlcm_packet_t request_packet(const udp_ctrl_cam_t& cmd) {
@@ -63,9 +55,9 @@ void report_still_pending(int state, int last_sent, const char* caller) {
 LcmRequest& lcm_request = g_engine.engine;
 
 bool LcmRequest::get_ready(const char* caller) {
-  std::unique_lock<std::mutex> lock(_mutex);
-  const auto idle = [this] { return _state == IDLE; };
-  if (!wait_at_most(_lcm_ready_cond, lock, _timeouts.ready, idle)) {
+  MutexLock lock(_mutex);
+  const auto idle = [this]() VLM_REQUIRES(_mutex) { return _state == IDLE; };
+  if (!lock.wait_at_most(_lcm_ready_cond, _timeouts.ready, idle)) {
     report_still_pending(_state, _last_cmd_type_sent, caller);
     return false;
   }
@@ -83,7 +75,11 @@ void LcmRequest::send_ctrl_cam(const udp_ctrl_cam_t& cmd) {
 }
 
 bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result) {
-  std::unique_lock<std::mutex> lock(_mutex);
+  return send_and_wait(cmd, result, {});
+}
+
+bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Results& results) {
+  MutexLock lock(_mutex);
   send_ctrl_cam(cmd);
   const char* const name = vlm_strcmd(cmd.cmd_type);
   std::printf("Send %s\n", name);
@@ -101,6 +97,9 @@ bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result) {
     vlm_log_print(kLogPlain, "LCM request %s failed with: %s", name, vlm_strerr(err));
   } else {
     std::printf("Recv %s Ack OK\n", name);
+    for (const Result& copy : results) {
+      if (copy.size != 0) std::memcpy(copy.out, copy.field, copy.size);
+    }
   }
   if (result != nullptr) *result = err;
 
@@ -111,11 +110,13 @@ bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result) {
   return err == VLM_ERR_NONE;
 }
 
-void LcmRequest::wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ctrl_cam_t& cmd) {
+void LcmRequest::wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd) {
   const auto timeout =
       cmd.cmd_type == UDP_CTRL_CAM_GET_CAMERA_STATUS ? _timeouts.status_reply : _timeouts.reply;
-  const auto answered = [&] { return _last_cmd_type_received == cmd.cmd_type; };
-  if (!wait_at_most(_lcm_response_cond, lock, timeout, answered)) {
+  const auto answered = [&]() VLM_REQUIRES(_mutex) {
+    return _last_cmd_type_received == cmd.cmd_type;
+  };
+  if (!lock.wait_at_most(_lcm_response_cond, timeout, answered)) {
     const char* const name = vlm_strcmd(cmd.cmd_type);
     std::printf("error: LCM request %s timeout waiting for answer\n", name);
     vlm_log_print(kLogPlain, "error: LCM request %s timeout waiting for answer", name);
@@ -133,7 +134,7 @@ void LcmRequest::wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ct
 }
 
 void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
-  std::unique_lock<std::mutex> lock(_mutex);
+  MutexLock lock(_mutex);
   if (_state != BUSY) {
     std::puts("not waiting on answer");
     return;
@@ -156,14 +157,6 @@ bool LcmRequest::is_answered() const {
   return _last_cmd_type_received != -1 && _last_cmd_type_received == _last_cmd_type_sent;
 }
 
-void LcmRequest::convert_to_lcm_camera_status(u8& status) {
-  if (status == 3) {
-    status = 1;
-  } else if (status != 2) {
-    status = 0;
-  }
-}
-
 void LcmRequest::prepare_wait_lcm_notification(u32 target) {
   _lcm_notification_cond.setTarget(target, true);
 }
@@ -180,12 +173,14 @@ void LcmRequest::update_lcm_notification(u32 bits, const LcmNotificationParam* p
   _lcm_notification_cond.setFlag(bits, OP_OR);
 }
 
-void lcm_request_receive_msg(udp_ctrl_cam_t* reply) {
-  if (reply != nullptr) lcm_request.receive_msg(*reply);
+bool LcmRequest::say(const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  std::vprintf(format, args);
+  va_end(args);
+  return true;
 }
 
-int lcm_request_upgrade_camera() { return lcm_request.upgrade_camera() ? 1 : 0; }
-
-int lcm_request_set_drone_platform(unsigned short platform) {
-  return lcm_request.set_drone_platform(platform) ? 1 : 0;
+void lcm_request_receive_msg(udp_ctrl_cam_t* reply) {
+  if (reply != nullptr) lcm_request.receive_msg(*reply);
 }

@@ -9,12 +9,13 @@
 #ifndef LCM_REQUEST_H
 #define LCM_REQUEST_H
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
 
 #include "velmar_flag_cond.h"
+#include "velmar_mutex.h"
 #include "vlm_userlcm_control_camera.h"
 
 /// Handed from the notifier to the waiter of a notification.
@@ -138,7 +139,7 @@ class LcmRequest {
   bool get_ready(const char* caller);
 
   /// Publishes `cmd` without waiting; send_and_wait calls it with the engine's lock held.
-  void send_ctrl_cam(const udp_ctrl_cam_t& cmd);
+  void send_ctrl_cam(const udp_ctrl_cam_t& cmd) VLM_REQUIRES(_mutex);
 
   /// Publishes `cmd` and waits for its reply. True when the reply came with code 0. `result`, when
   /// given, receives the final code: 0, the camera's error, 26 for a time-out, 3 for an
@@ -184,7 +185,7 @@ class LcmRequest {
   void receive_msg_from_rtsp(LCM_RTSP_UDP_CMD cmd, const void* data);
 
   /// Stores the flag of an acknowledgement that carries one; called with the channel's lock held.
-  void save_lcm_rtsp_result(LCM_RTSP_UDP_CMD cmd, const void* data);
+  void save_lcm_rtsp_result(LCM_RTSP_UDP_CMD cmd, const void* data) VLM_REQUIRES(_rtsp_mutex);
 
   bool send_rtsp_live_view_fps(unsigned int fps);
   bool set_rtsp_flow_control(u8 flag);
@@ -384,43 +385,60 @@ class LcmRequest {
   class Request;
   friend struct LcmRequestPeer;  // lets tests look at the state and shorten the time-outs
 
-  // The one pattern of all operations, see lcm_request_pattern.h.
-  Request ask(const char* caller, udp_ctrl_cam_cmds code, int* perr = nullptr);
-  template <typename... FieldsAndOuts>
-  bool take(FieldsAndOuts&&... fields_and_outs);
-  template <typename T, typename... Rest>
-  static void copy_out(const T& field, T& out, Rest&&... rest);
-  template <typename T, std::size_t size, typename... Rest>
-  static void copy_out(const T (&field)[size], T* out, Rest&&... rest);
-  static void copy_out() {}
+  /// A result to hand out: `size` bytes of the store or of its module name. Unused when zero.
+  struct Result {
+    void* out;
+    const void* field;
+    std::size_t size;
+  };
+
+  static constexpr std::size_t kMostResults = 3;
+  using Results = std::array<Result, kMostResults>;
+
+  // The one pattern of all operations, see lcm_request_pattern.h. `caller` is the operation's name.
+  Request ask(udp_ctrl_cam_cmds code, int* perr = nullptr,
+              const char* caller = __builtin_FUNCTION());
+
+  /// Prints a text; always true, so that it chains behind a success.
   static bool say(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-  void wait_for_reply(std::unique_lock<std::mutex>& lock, const udp_ctrl_cam_t& cmd);
-  bool is_answered() const;  // the reply to the pending command has been recorded
-  void save_lcm_result(const udp_ctrl_cam_t& reply);
-  bool set_rtsp_flag(const char* caller, LCM_RTSP_UDP_CMD cmd, u8 flag, const u8& echoed,
-                     const char* name);
-  bool get_rtsp_flag(const char* caller, LCM_RTSP_UDP_CMD cmd, u8& flag, const u8& stored,
-                     const char* name);
+  /// send_and_wait, which on success also copies `results` while the engine is still the caller's:
+  /// no other request's answer can come in between.
+  bool send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Results& results);
+  void wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd) VLM_REQUIRES(_mutex);
+  /// The reply to the pending command has been recorded.
+  bool is_answered() const VLM_REQUIRES(_mutex);
+  void save_lcm_result(const udp_ctrl_cam_t& reply) VLM_REQUIRES(_mutex);
 
-  int _last_cmd_type_received = -1;            // -1 when none is pending
-  int _last_cmd_type_sent = -1;                // -1 when none is in flight
+  bool set_rtsp_flag(LCM_RTSP_UDP_CMD cmd, u8 flag, u8 rtsp_data::*echoed, const char* name,
+                     const char* caller = __builtin_FUNCTION());
+  bool get_rtsp_flag(LCM_RTSP_UDP_CMD cmd, u8& flag, u8 rtsp_data::*stored, const char* name,
+                     const char* caller = __builtin_FUNCTION());
+
+  // The camera request and its result.
+  Mutex _mutex;
+  State _state VLM_GUARDED_BY(_mutex) = IDLE;
+  int _last_cmd_type_sent VLM_GUARDED_BY(_mutex) = -1;      // -1 when none is in flight
+  int _last_cmd_type_received VLM_GUARDED_BY(_mutex) = -1;  // -1 when none is pending
+  u64 _lcm_request_time_start VLM_GUARDED_BY(_mutex) = 0;
+  Data _data VLM_GUARDED_BY(_mutex) = Data();  // zero, its padding too
   std::atomic<u16> m_err_code{0};              // written under _mutex, read without it
-  std::mutex _mutex;                           // guards the request state and the result store
   std::condition_variable _lcm_response_cond;  // a reply has been recorded
   std::condition_variable _lcm_ready_cond;     // the engine is idle again
-  int _last_rtsp_command_id_received = -1;     // guarded by _rtsp_mutex; -1 when none is pending
-  std::mutex _rtsp_mutex;                      // guards the side channel's state
-  std::condition_variable _rtsp_cond;
-  State _state = IDLE;
-  Data _data{};
-  rtsp_data _rtsp_data{};  // guarded by _rtsp_mutex
-  u64 _lcm_request_time_start = 0;
+
+  // The side channel.
+  Mutex _rtsp_turn;  // one request at a time; taken before _rtsp_mutex
+  Mutex _rtsp_mutex;
+  int _last_rtsp_command_id_received VLM_GUARDED_BY(_rtsp_mutex) = -1;  // -1 when none is pending
+  rtsp_data _rtsp_data VLM_GUARDED_BY(_rtsp_mutex){};
+  std::atomic<u64> _rtsp_lcm_request_time_start{0};  // send_msg_to_rtsp takes no lock
+  std::condition_variable _rtsp_cond;                // an answer has been recorded
+
+  // Notifications: the flag has a lock of its own.
   VelmarFlagCond _lcm_notification_cond;
   std::atomic<LcmNotificationParam> _lcm_notification_param{};
-  std::atomic<u64> _rtsp_lcm_request_time_start{0};
-  std::mutex _rtsp_turn;  // one side-channel request at a time; taken before _rtsp_mutex
-  Timeouts _timeouts;
+
+  Timeouts _timeouts;  // constant while requests are under way
 };
 
 /// The one engine of the process, the only way to the camera. Initialisers of static objects may use

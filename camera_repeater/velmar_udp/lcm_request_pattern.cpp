@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
+#include <cstring>
 
 #include "velmar_log.h"
 
@@ -47,19 +49,10 @@ bool LcmRequest::Request::send(const char* failed, const char* done) {
     if (_perr != nullptr) *_perr = VLM_ERR_BUSY;
     return false;
   }
-  const bool success = _engine.send_and_wait(_record, _perr);
+  const bool success = _engine.send_and_wait(_record, _perr, _results);
   const LogEntry& entry = success ? _log_done : _log_failed;
   if (entry.text != nullptr) vlm_log_print(entry.level, "%s", entry.text);
   const char* const text = success ? done : failed;
   if (text != nullptr) std::puts(text);
   return success;
-}
-
-// Always true, so that it chains behind a send.
-bool LcmRequest::say(const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  std::vprintf(format, args);
-  va_end(args);
-  return true;
 }

@@ -3,7 +3,6 @@
 #ifndef LCM_REQUEST_PATTERN_H
 #define LCM_REQUEST_PATTERN_H
 
-#include <cstring>
 #include <type_traits>
 
 #include "lcm_request.h"
@@ -30,6 +29,16 @@ class LcmRequest::Request {
   /// The same with at most `size` characters of a text; the rest stays zero.
   Request& with_text(const char* text, std::size_t size = sizeof(udp_ctrl_cam_t::cmd_params));
 
+  /// Hands results out on success, with the answer of this request and no later one:
+  /// into(&Data::field, out, &Data::field, out, ...), where `out` is a variable of the field's type,
+  /// or a pointer to room for a field that is an array. Once a request.
+  template <typename... FieldsAndOuts>
+  Request& into(FieldsAndOuts&&... fields_and_outs) {
+    static_assert(sizeof...(fields_and_outs) <= 2 * kMostResults);
+    hand_out(_results.begin(), fields_and_outs...);
+    return *this;
+  }
+
   /// Prints a line between the ready line and the send.
   Request& trace(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
@@ -48,38 +57,40 @@ class LcmRequest::Request {
     const char* text;
   };
 
+  // Addresses only: the bytes behind them are read when the answer has come, under the lock.
+
+  template <typename T, typename... Rest>
+  void hand_out(Result* result, T Data::*field, T& out, Rest&&... rest) {
+    *result = {&out, &(_engine._data.*field), sizeof(T)};
+    hand_out(result + 1, rest...);
+  }
+
+  template <typename T, std::size_t size, typename... Rest>
+  void hand_out(Result* result, T (Data::*field)[size], T* out, Rest&&... rest) {
+    *result = {out, &(_engine._data.*field), sizeof(T[size])};
+    hand_out(result + 1, rest...);
+  }
+
+  // The module name is the one field that all engines share.
+  template <typename T, std::size_t size, typename... Rest>
+  void hand_out(Result* result, T (*field)[size], T* out, Rest&&... rest) {
+    *result = {out, field, sizeof(T[size])};
+    hand_out(result + 1, rest...);
+  }
+
+  void hand_out(Result* /*end*/) {}
+
   LcmRequest& _engine;
   int* _perr;
   bool _ready;
   udp_ctrl_cam_t _record{};
+  Results _results{};
   LogEntry _log_done{};
   LogEntry _log_failed{};
 };
 
-inline LcmRequest::Request LcmRequest::ask(const char* caller, udp_ctrl_cam_cmds code, int* perr) {
+inline LcmRequest::Request LcmRequest::ask(udp_ctrl_cam_cmds code, int* perr, const char* caller) {
   return Request(*this, caller, code, perr);
-}
-
-/// Copies result fields out under the engine's lock: take(field, out, field, out, ...), where `out`
-/// is a variable of the field's type, or a pointer to room for a field that is an array. Always
-/// true, so that it chains behind a send.
-template <typename... FieldsAndOuts>
-bool LcmRequest::take(FieldsAndOuts&&... fields_and_outs) {
-  const std::lock_guard<std::mutex> guard(_mutex);
-  copy_out(fields_and_outs...);
-  return true;
-}
-
-template <typename T, typename... Rest>
-void LcmRequest::copy_out(const T& field, T& out, Rest&&... rest) {
-  std::memcpy(&out, &field, sizeof field);
-  copy_out(rest...);
-}
-
-template <typename T, std::size_t size, typename... Rest>
-void LcmRequest::copy_out(const T (&field)[size], T* out, Rest&&... rest) {
-  std::memcpy(out, field, sizeof field);
-  copy_out(rest...);
 }
 
 #endif  // LCM_REQUEST_PATTERN_H

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "lcm_request_pattern.h"
+#include "lcm_request.h"
 #include "time_helper.h"
 
 bool LcmRequest::send_msg_to_rtsp(LCM_RTSP_UDP_CMD cmd, const void* data, unsigned int len) {
@@ -29,16 +29,16 @@ bool LcmRequest::send_msg_to_rtsp(LCM_RTSP_UDP_CMD cmd, const void* data, unsign
 
 bool LcmRequest::send_msg_rtsp_and_wait(LCM_RTSP_UDP_CMD cmd, const void* data, unsigned int len) {
   // The wait gives _rtsp_mutex back; a second request must not begin meanwhile.
-  const std::lock_guard<std::mutex> turn(_rtsp_turn);
-  std::unique_lock<std::mutex> lock(_rtsp_mutex);
+  const MutexLock turn(_rtsp_turn);
+  MutexLock lock(_rtsp_mutex);
   if (!send_msg_to_rtsp(cmd, data, len)) {
     std::puts("send_msg_to_rtsp failed");
     return false;
   }
   const int awaited = static_cast<int>(cmd) + 1;
-  const bool answered =
-      _rtsp_cond.wait_until(lock, std::chrono::steady_clock::now() + _timeouts.rtsp_reply,
-                            [&] { return _last_rtsp_command_id_received == awaited; });
+  const bool answered = lock.wait_at_most(
+      _rtsp_cond, _timeouts.rtsp_reply,
+      [&]() VLM_REQUIRES(_rtsp_mutex) { return _last_rtsp_command_id_received == awaited; });
   if (!answered) {
     std::printf("error: set command_id %d timeout waiting for answer\n", static_cast<int>(cmd));
   }
@@ -47,7 +47,7 @@ bool LcmRequest::send_msg_rtsp_and_wait(LCM_RTSP_UDP_CMD cmd, const void* data, 
 }
 
 void LcmRequest::receive_msg_from_rtsp(LCM_RTSP_UDP_CMD cmd, const void* data) {
-  const std::lock_guard<std::mutex> guard(_rtsp_mutex);
+  const MutexLock guard(_rtsp_mutex);
   save_lcm_rtsp_result(cmd, data);
   _last_rtsp_command_id_received = static_cast<int>(cmd);
   _rtsp_cond.notify_all();
@@ -72,37 +72,37 @@ bool LcmRequest::send_rtsp_live_view_fps(unsigned int fps) {
          !say("The send_rtsp_live_view_fps failed\n");
 }
 
-bool LcmRequest::set_rtsp_flag(const char* caller, LCM_RTSP_UDP_CMD cmd, u8 flag, const u8& echoed,
-                               const char* name) {
+bool LcmRequest::set_rtsp_flag(LCM_RTSP_UDP_CMD cmd, u8 flag, u8 rtsp_data::*echoed,
+                               const char* name, const char* caller) {
   std::printf("%s: %s %u\n", caller, name, flag);
   if (!send_msg_rtsp_and_wait(cmd, &flag, sizeof flag)) return !say("%s timeout\n", caller);
-  const std::lock_guard<std::mutex> guard(_rtsp_mutex);
-  return echoed == flag || !say("The %s result is NOT expected\n", name);
+  const MutexLock guard(_rtsp_mutex);
+  return _rtsp_data.*echoed == flag || !say("The %s result is NOT expected\n", name);
 }
 
-bool LcmRequest::get_rtsp_flag(const char* caller, LCM_RTSP_UDP_CMD cmd, u8& flag, const u8& stored,
-                               const char* name) {
+bool LcmRequest::get_rtsp_flag(LCM_RTSP_UDP_CMD cmd, u8& flag, u8 rtsp_data::*stored,
+                               const char* name, const char* caller) {
   std::printf("%s:\n", caller);
   if (!send_msg_rtsp_and_wait(cmd, nullptr, 0)) return !say("%s timeout\n", caller);
-  const std::lock_guard<std::mutex> guard(_rtsp_mutex);
-  flag = stored;
+  const MutexLock guard(_rtsp_mutex);
+  flag = _rtsp_data.*stored;
   return say("%s %d\n", name, flag);
 }
 
 bool LcmRequest::set_rtsp_flow_control(u8 flag) {
-  return set_rtsp_flag(__func__, SET_FLC_STATUS, flag, _rtsp_data.rtsp_fc_flag, "rtsp_fc_flag");
+  return set_rtsp_flag(SET_FLC_STATUS, flag, &rtsp_data::rtsp_fc_flag, "rtsp_fc_flag");
 }
 
 bool LcmRequest::set_rtsp_flow_control_debug(u8 flag) {
-  return set_rtsp_flag(__func__, SET_FLC_DEBUG_STATUS, flag, _rtsp_data.rtsp_fc_debug_flag,
+  return set_rtsp_flag(SET_FLC_DEBUG_STATUS, flag, &rtsp_data::rtsp_fc_debug_flag,
                        "rtsp_fc_debug_flag");
 }
 
 bool LcmRequest::get_rtsp_flow_control(u8& flag) {
-  return get_rtsp_flag(__func__, GET_FLC_STATUS, flag, _rtsp_data.rtsp_fc_flag, "rtsp_fc_flag");
+  return get_rtsp_flag(GET_FLC_STATUS, flag, &rtsp_data::rtsp_fc_flag, "rtsp_fc_flag");
 }
 
 bool LcmRequest::get_rtsp_flow_control_debug(u8& flag) {
-  return get_rtsp_flag(__func__, GET_FLC_DEBUG_STATUS, flag, _rtsp_data.rtsp_fc_debug_flag,
+  return get_rtsp_flag(GET_FLC_DEBUG_STATUS, flag, &rtsp_data::rtsp_fc_debug_flag,
                        "rtsp_fc_debug_flag");
 }

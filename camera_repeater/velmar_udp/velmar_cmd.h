@@ -1,4 +1,5 @@
-// Printable names of the camera command codes.
+// Printable names of the camera command codes. They stand in lcm_request_data.cpp, where the name
+// and the reply of a code are one row.
 #ifndef VELMAR_CMD_H
 #define VELMAR_CMD_H
 

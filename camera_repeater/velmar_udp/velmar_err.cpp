@@ -1,10 +1,9 @@
 #include "velmar_err.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 
+#include "velmar_table.h"
 #include "vlm_camera_codes.h"
 
 namespace {
@@ -14,7 +13,7 @@ struct ErrorText {
   const char* text;
 };
 
-// Ascending by code. Scripts match these texts, misspellings and the newline of 29 included.
+// Scripts match these texts, misspellings and the newline of 29 included.
 constexpr ErrorText kErrorTexts[] = {
     {VLM_ERR_NONE, "VLM success"},
     {VLM_ERR_UNSUPPORTED_COMMAND, "VLM unsupported command"},
@@ -89,16 +88,15 @@ constexpr ErrorText kErrorTexts[] = {
     {VLM_ERR_IN_AUTOCAP, "operation fail in auto capture mode"},
     {VLM_ERR_IS_CAM_MODE_LOCKING, "VLM err is camera mode locking"},
 };
+static_assert(is_ascending_by_code(kErrorTexts));
 
 thread_local char vlm_unknown_err[50];
 
 }  // namespace
 
 const char* vlm_strerr(int err) {
-  const auto* const row =
-      std::lower_bound(std::begin(kErrorTexts), std::end(kErrorTexts), err,
-                       [](const ErrorText& text, int code) { return text.code < code; });
-  if (row != std::end(kErrorTexts) && row->code == err) return row->text;
+  const ErrorText* const row = find_by_code(kErrorTexts, err);
+  if (row != nullptr) return row->text;
   // Callers may copy the whole buffer: nothing of a longer number stays behind a shorter one.
   std::memset(vlm_unknown_err, 0, sizeof vlm_unknown_err);
   std::snprintf(vlm_unknown_err, sizeof vlm_unknown_err, "VLM unknown error number:%d", err);

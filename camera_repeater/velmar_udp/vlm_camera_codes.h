@@ -177,9 +177,6 @@ enum udp_ctrl_cam_cmds {
   UDP_CTRL_CAM_USB_PASS_THROUGH_CTRL = 905,
 };
 
-/// One above the highest command code.
-constexpr int kCameraCodeLimit = 906;
-
 /// Result codes, carried in 16 bits by `udp_ctrl_cam_t::err_code`. 58 to 63 are undefined.
 enum vlm_err_t {
   VLM_ERR_NONE = 0,

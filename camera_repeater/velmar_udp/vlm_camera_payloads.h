@@ -160,7 +160,7 @@ static_assert(sizeof(udp_ctrl_cam_coords_ratio_t) == 2);
 static_assert(offsetof(udp_ctrl_cam_coords_ratio_t, y_ratio) == 1);
 
 struct udp_ctrl_cam_photo_mode_t {
-  u8 capture_mode;   // 0 single, 3 burst, 4 AEB, 5 and 6 panoramas
+  u8 capture_mode;   // a vlm_capture_mode_value
   u16 photo_amount;  // pictures of a burst or bracket
   udp_ctrl_cam_ev_t ev_step;
   u32 interval_ms;  // time lapse
@@ -214,7 +214,7 @@ struct udp_ctrl_cam_request_list_t {
   u8 wb;
   u32 recording_time_s;
   u32 available_kib;
-  u8 camera_status;  // on the bus 3 recording, 2 capturing; stored 0 idle, 1, 2
+  u8 camera_status;  // a vlm_camera_status_value
   udp_ctrl_cam_sdcard_storage_t sdcard_storage_t[2];
 };
 static_assert(sizeof(udp_ctrl_cam_request_list_t) == 70);
@@ -385,6 +385,42 @@ struct vlm_DDE_setting_t {
 static_assert(sizeof(vlm_DDE_setting_t) == 2);
 
 #pragma pack(pop)
+
+/// What `capture_mode` of a photo mode holds.
+enum vlm_capture_mode_value : u8 {
+  VLM_CAPTURE_SINGLE = 0,  // with an interval: a time lapse
+  VLM_CAPTURE_BURST = 3,
+  VLM_CAPTURE_AEB = 4,
+  VLM_CAPTURE_HORIZONTAL_PANORAMA = 5,
+  VLM_CAPTURE_HEMISPHERICAL_PANORAMA = 6,
+};
+
+/// What the camera says that it does, and what the result store makes of it: see
+/// LcmRequest::convert_to_lcm_camera_status.
+enum vlm_camera_status_value : u8 {
+  VLM_STATUS_ON_BUS_CAPTURING = 2,
+  VLM_STATUS_ON_BUS_RECORDING = 3,
+  VLM_STATUS_IDLE = 0,
+  VLM_STATUS_RECORDING = 1,
+  VLM_STATUS_CAPTURING = 2,
+};
+
+/// The words that drive zoom, digital zoom and focus.
+enum vlm_drive_value : u32 {
+  VLM_DRIVE_TELE = 1,  // far, of the focus
+  VLM_DRIVE_WIDE = 2,  // near, of the focus
+  VLM_DRIVE_STOP = 3,
+};
+
+/// Where the lens ends.
+enum vlm_lens_limit_value : u32 {
+  VLM_FOCUS_FAR_END = 0x1000,
+  VLM_FOCUS_NEAR_END = 0xF000,
+  VLM_ZOOM_LEAST = 1,  // optical factor
+  VLM_ZOOM_MOST = 30,
+  VLM_DIGITAL_ZOOM_LEAST = 10,
+  VLM_DIGITAL_ZOOM_MOST = 80,
+};
 
 /// Values of `udp_ctrl_cam_sdcard_storage_t::status`; several names share a value on purpose.
 enum vlm_storage_status_value {

@@ -25,14 +25,17 @@ void udp_start_receiving_messages();
 /// ignored, null pointers ignored.
 void TestGetLcmMsg(void* buf, unsigned int len, char* channel, void* user);
 
-// --- Numbered commands (vlm_test_commands.cpp, vlm_test_usage.cpp) ---
+// --- Numbered commands (vlm_test_commands.cpp) ---
 
 /// Runs the command of one line, e.g. "16 1920 1080 30\n": prints its outcome and an empty line.
 /// Blocks until the camera has answered or the time-out has passed.
 void send_cmd_to_lcm(char* line);
 
-/// Prints the list of commands.
+/// Prints the list of commands, which also names numbers that are refused.
 void print_usage();
+
+/// True when send_cmd_to_lcm has a command of that number.
+bool runs_command(int number);
 
 /// True when `path` can be stat'ed.
 bool file_exists(const char* path);

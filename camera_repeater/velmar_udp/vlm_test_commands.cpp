@@ -1,38 +1,21 @@
-// The console's numbered commands: number -> parameters, operation, printed outcome.
+// The console's numbered commands: number -> line of help, parameters, operation, printed outcome.
 
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <variant>
 
 #include "lcm_request.h"
+#include "velmar_table.h"
 #include "vlm_test.h"
+#include "vlm_test_action.h"
 
 udp_ctrl_cam_t ctrlcmd{};
 char g_OTA_DirList[1][64] = {"/sdcard"};
 
 namespace {
-
-/// Reads parameters with scanf `conversions`, from behind the first token of `line`. A parameter
-/// that is missing leaves its variable as it was.
-template <typename... T>
-void scan(const char* line, const char* conversions, T*... variables) {
-  char format[64];
-  std::snprintf(format, sizeof format, "%%*[^ ]%s", conversions);
-  std::sscanf(line, format, variables...);
-}
-
-/// The one parameter of most commands.
-template <typename T>
-T scan(const char* line, const char* conversion) {
-  T value{};
-  scan(line, conversion, &value);
-  return value;
-}
 
 void get_all(const char* /*line*/) {
   udp_ctrl_cam_request_list_t list{};
@@ -247,196 +230,311 @@ void set_framerate_divisor(const char* line) {
   lcm_request.set_main_stream_framerate_divisor(&divisor);
 }
 
-/// A row that is a function of its own.
-using Function = void (*)(const char* line);
-
-/// An operation without parameters.
-struct Run {
-  bool (LcmRequest::*operation)();
-
-  void operator()(const char* /*line*/) const { (lcm_request.*operation)(); }
-};
-
-enum PrintWhen { kWhenTrue, kAlways };
-
-/// A query with one result, which is 0 where a failed query is printed too.
-template <typename T>
-struct Query {
-  bool (LcmRequest::*operation)(T&);
-  const char* format;
-  PrintWhen when = kWhenTrue;
-
-  void operator()(const char* /*line*/) const {
-    T value{};
-    if ((lcm_request.*operation)(value) || when == kAlways) std::printf(format, value);
-  }
-};
-
-template <typename T>
-Query(bool (LcmRequest::*)(T&), const char*, PrintWhen = kWhenTrue) -> Query<T>;
-
-/// An operation with one numeric parameter, which may be printed before the call or after a success.
-template <typename T>
-struct Set {
-  const char* conversion;
-  bool (LcmRequest::*operation)(T);
-  const char* before = nullptr;
-  const char* done = nullptr;
-
-  void operator()(const char* line) const {
-    const T value = scan<T>(line, conversion);
-    if (before != nullptr) std::printf(before, value);
-    if ((lcm_request.*operation)(value) && done != nullptr) std::printf(done, value);
-  }
-};
-
-template <typename T>
-Set(const char*, bool (LcmRequest::*)(T), const char* = nullptr, const char* = nullptr) -> Set<T>;
-
-/// An operation with one word as parameter, at most 19 characters.
-struct SendText {
-  const char* conversion;
-  bool (LcmRequest::*operation)(const char*);
-
-  void operator()(const char* line) const {
-    char text[20] = {};
-    scan(line, conversion, text);
-    (lcm_request.*operation)(text);
-  }
-};
-
-using Action = std::variant<Function, Run, SendText, Query<u8>, Query<u16>, Query<u32>, Set<u8>,
-                            Set<u16>, Set<u32>, Set<unsigned long long>, Set<float>>;
-
-struct Command {
-  int number;
-  Action action;
-  int next = -1;  // the command that it goes on with, after its own call
-};
-
 using L = LcmRequest;
 
-constexpr Command kCommands[] = {
-    {0, get_all},
-    {1, Query{&L::get_camera_mode, "camera_mode = %d(1:video,2:photo)\n"}},
-    {2, set_camera_mode},
-    {3, take_photo},
-    {4, Run{&L::send_start_video_cmd}},
-    {5, Run{&L::send_stop_video_cmd}},
-    {6, Query{&L::get_camera_status, "video_status = %d (0:idle,1:recording,2:capturing)\n"}},
-    {7, Query{&L::get_camera_ae, "GET_AE_MODE:%d(0:auto;1:manual)\n"}},
-    {8, Set{"%3hhd", &L::set_camera_ae}},
-    {9, Query{&L::get_camera_ev, "GET_PARAMS_EV:value=%02x;\n"}},
-    {10, Set{"%hd", &L::set_camera_ev}},
-    {11, get_shutter_iso},
-    {12, set_shutter_iso},
-    {13, Query{&L::get_wb_mode,
-               "wb = %d(0:AUTO,1:INCANDESCENT,2:SUNRISE,3:SUNSET,4:SUNNY,5:CLOUDY,\n        "
-               "7:FLUORESCENT,99:LOCK,100:CUSTOM)\n"}},
-    {14, Set{"%3hhd", &L::send_wb_cmd}},
-    {15, get_video},
-    {16, set_video},
-    {17, Query{&L::get_meter_mode,
-               "meter_mode = %d(0:Center,1:Average,2:Spot,3:Partial,4:Evalnative)"}},
-    {18, Set{"%3hhd", &L::set_meter_mode}},
-    {19, Query{&L::get_flicker_mode, "flicker_mode = %d(0:off,1:on)\n"}},
-    {20, Set{"%3hhd", &L::set_flicker_mode}},
-    {21,
-     Query{&L::get_color_mode, "color_mode = %d(0:nature,1:saturation,2:raw,3:night,5:vivid)\n"}},
-    {22, Set{"%3hhd", &L::set_color_mode}},
-    {23, Query{&L::get_image_quality, "image_quality = %d(0:low,1:medium,2:high,3:ultra_high)\n"}},
-    {24, Set{"%3hhd", &L::set_image_quality}},
-    {25, Query{&L::get_image_format, "image_format = %d(1:jpg,130:dng,131:jpg+dng)\n"}},
-    {26, Set{"%3hhd", &L::set_image_format}},
-    {27, Set{"%3hhd", &L::send_format_sdcard_cmd}},
-    {28, Run{&L::reset_cam_settings_cmd}},
-    {29, Query{&L::get_recording_time, "recording_time_s = %d s\n"}},
-    {30, get_storage},
-    {31, get_version},
-    {32, Set{"%20llu", &L::set_rtos_time}},
-    {33, upgrade_firmware},
-    {34, get_media_folder},
-    {35, set_media_folder},
-    {36, get_spot_metering},
-    {37, set_spot_metering},
-    {38, Run{&L::test_sdcard_speed}},
-    {39, get_card_attribute},
-    {40, Query{&L::get_color_encoding, "color_encoding_mode = %d(0:NTSC,1:PAL)\n"}},
-    {41, Set{"%3hhu", &L::set_color_encoding}},
-    {42, Query{&L::get_video_encode_mode, "GET_VIDEO_ENCODE_MODE :%d(1--H264;3--HEVC)\n"}},
-    {43, Set{"%3hhd", &L::set_video_encode_mode}},
-    {44, SendText{"%19s", &L::set_wifi_passwd}},
-    {45, Run{&L::reboot_camera}},
-    {46, Query{&L::get_photo_ratio, "photo_ratio = %d(4:3->2,16:9->3)\n"}},
-    {47, Set{"%3hhu", &L::set_photo_ratio}},
-    {48, Query{&L::get_file_format, "file_format = %d(MOV:0,MP4:1)\n"}},
-    {49, Set{"%3hhu", &L::set_file_format}},
-    {50, get_capture_mode},
-    {51, set_capture_mode},
-    {52, Query{&L::get_image_flip_type, "flip_type = %d(0->0,1->90,2->180,3->270 degree)\n"}},
-    {53, Set{"%3hhu", &L::set_image_flip_type}},
-    {54, SendText{"%19s", &L::set_wifi_ssid}},
-    {55, Query{&L::get_low_delay_stream, "low_delay_mode = %#x(0x00:disable,0x11:enable)\n"}},
-    {56, Set{"%3hhu", &L::set_low_delay_stream}},
-    {57, Query{&L::get_custom_wb, "custom_wb = %d\n"}},
-    {58, Set{"%3hhu", &L::set_custom_wb}},
-    {60, Set{"%3hu", &L::send_iso_cmd, "set iso value = %02x\n"}},
-    {61, Query{&L::get_wdr_mode, "wdr_mode = %d\n"}},
-    {62, Set{"%3hhu", &L::set_wdr_mode}},
-    {65, Set{"%5hu", &L::set_drone_platform}, 67},
-    {66, Run{&L::send_stop_capture_cmd}},
-    {67, Query{&L::get_image_dewarp, "dewarp_mode = %d\n"}},
-    {68, Set{"%3hhu", &L::set_image_dewarp}},
-    {69, get_country_code},
-    {70, SendText{"%10s", &L::set_country_code}},
-    {71, Set{"%3hhu", &L::send_wifi_status}},
-    {72, SendText{"%10s", &L::send_rc_board_id}, 235},
-    {73, Set{"%10d", &L::set_2nd_stream_bitrate, "The input bitrate: %u\n"}},
-    {78, Query{&L::get_eis_status, "eis_status = %d\n"}},
-    {79, Set{"%3hhu", &L::set_eis_status}},
-    {80, Query{&L::get_digital_zoom, "zoom = %d\n", kAlways}},
-    {81, Set{"%10d", &L::set_digital_zoom, "dzoom = %d\n"}},
-    {82, get_zoom},
-    {83, Set{"%f", &L::set_zoom}},
-    {84, get_property},
-    {85, set_property},
-    {86, Query{&L::get_survey_mode_flag, "survey mode flag = %d\n"}},
-    {87, Set{"%3hhu", &L::set_survey_mode_flag}},
-    {90, set_2nd_stream_resolution},
-    {91, set_framerate_divisor, 92},
-    {92, Query{&L::get_main_stream_framerate_divisor, "main stream framerate divisor  = %d\n"}},
-    {93, Set{"%3hhu", &L::set_media_filenum_option}},
-    {94, Query{&L::get_media_filenum_option,
-               "media file numbering option = %d (0:auto-reset, 1:sequential)\n"}},
-    {97, get_support_info},
-    {200, Set{"%10d", &L::set_zoom_control}},
-    {201, Set{"%10d", &L::set_dzoom_control}},
-    {202, Set{"%10d", &L::set_focus_control}, 207},
-    {203, Set{"%10d", &L::set_dzoom_onoff}},
-    {205, Set{"%10d", &L::set_focus}},
-    {206, Query{&L::get_focus, "focus = %02x\n", kAlways}},
-    {207, Set{"%3hu", &L::set_iris, "iris = %02x\n"}},
-    {208, Query{&L::get_iris, "iris = %02x\n", kAlways}},
-    {210, Query{&L::get_iso_cmd, "iso value = %d \n", kAlways}},
-    {216, Set{"%3hhu", &L::set_focus_mode}},
-    {217, Set{"%10d", &L::set_focus_limit}},
-    {218, Set{"%3hhu", &L::set_defog_onoff, "onoff = %02x\n"}},
-    {219, Set{"%3hhu", &L::set_defog_level, "level = %02x\n"}},
-    {220, Query{&L::get_defog_level, "defog level value = %d \n", kAlways}},
-    {235, Query{&L::get_RGain_value, "get rgain value = %d \n"}},
-    {236, Set{"%5hd", &L::set_BGain_value, nullptr, "set bgain value = %d \n"}},
-    {237, Query{&L::get_BGain_value, "get bgain value = %d \n"}},
-    {238, Set{"%5hd", &L::set_RGain_value, nullptr, "set rgain value = %d \n"}},
-    {239, Set{"%3hhd", &L::set_osd_status}},
-    {240, Query{&L::get_osd_status, "OSD status = %d(0:off,1:on)\n"}},
-    {241, Query{&L::get_focus_mode, "focus_mode = %u\n", kAlways}},
+struct Command {
+  int code;
+  const char* usage;  // one line, or more, of the list; without the number
+  Action action;
+  int next = kNone;  // the command that it goes on with, after its own call
+
+  static constexpr int kNone = -1;
 };
 
-const Command* find_command(int number) {
-  const auto* const command =
-      std::find_if(std::begin(kCommands), std::end(kCommands),
-                   [number](const Command& row) { return row.number == number; });
-  return command != std::end(kCommands) ? command : nullptr;
+constexpr const char* kUnlisted = nullptr;
+
+// Four commands go on with another one, which reads its parameter from the same line. That and the
+// missing newlines are the interface, however they look: scripts rely on what each number prints.
+constexpr Command kCommands[] = {
+    {UDP_CTRL_CAM_GET_ALL_REQUEST, "get_all_request_list (all settings at once)", get_all},
+    {UDP_CTRL_CAM_GET_CAMERA_MODE, "get_camera_mode",
+     Query{&L::get_camera_mode, "camera_mode = %d(1:video,2:photo)\n"}},
+    {UDP_CTRL_CAM_SET_CAMERA_MODE, "set_camera_mode [mode:u8(1:video,2:photo)]", set_camera_mode},
+    {UDP_CTRL_CAM_TAKE_PHOTO, "send_capture_cmd (takes a photo)", take_photo},
+    {UDP_CTRL_CAM_START_RECORD, "send_start_video_cmd", Run{&L::send_start_video_cmd}},
+    {UDP_CTRL_CAM_STOP_RECORD, "send_stop_video_cmd", Run{&L::send_stop_video_cmd}},
+    {UDP_CTRL_CAM_GET_CAMERA_STATUS, "get_camera_status (0:idle,1:recording,2:capturing)",
+     Query{&L::get_camera_status, "video_status = %d (0:idle,1:recording,2:capturing)\n"}},
+    {UDP_CTRL_CAM_GET_AE_MODE, "get_camera_ae",
+     Query{&L::get_camera_ae, "GET_AE_MODE:%d(0:auto;1:manual)\n"}},
+    {UDP_CTRL_CAM_SET_AE_MODE, "set_camera_ae [mode:u8(0:auto,1:manual)]",
+     Set{"%3hhd", &L::set_camera_ae}},
+    {UDP_CTRL_CAM_GET_PARAMS_EV, "get_camera_ev",
+     Query{&L::get_camera_ev, "GET_PARAMS_EV:value=%02x;\n"}},
+    {UDP_CTRL_CAM_SET_PARAMS_EV, "set_EV [ev_num:int8_t] [ev_dem:uint8_t]",
+     Set{"%hd", &L::set_camera_ev}},
+    {UDP_CTRL_CAM_GET_SHUTTER_ISO, "get_shutter_iso", get_shutter_iso},
+    {UDP_CTRL_CAM_SET_PARAMS_SHUTTER_ISO,
+     "send_shutter_iso_cmd [sht_num:u16] [sht_dem:u16] [iso:u32] (exposure sht_num/sht_dem s)",
+     set_shutter_iso},
+    {UDP_CTRL_CAM_GET_WB_MODE, "get_wb_mode",
+     Query{&L::get_wb_mode,
+           "wb = %d(0:AUTO,1:INCANDESCENT,2:SUNRISE,3:SUNSET,4:SUNNY,5:CLOUDY,\n        "
+           "7:FLUORESCENT,99:LOCK,100:CUSTOM)\n"}},
+    {UDP_CTRL_CAM_SET_PARAMS_WB,
+     "send_wb_cmd "
+     "[mode:u8(0:auto,1:incandescent,2:sunrise,3:sunset,4:sunny,5:cloudy,7:fluorescent,99:lock,100:"
+     "custom)]",
+     Set{"%3hhd", &L::send_wb_cmd}},
+    {UDP_CTRL_CAM_GET_PARAMS_VIDEO, "get_video_params", get_video},
+    {UDP_CTRL_CAM_SET_PARAMS_VIDEO, "set_video_param [width:u16] [height:u16] [fps:u8]", set_video},
+    {UDP_CTRL_CAM_GET_METER_MODE, "get_meter_mode",
+     Query{&L::get_meter_mode,
+           "meter_mode = %d(0:Center,1:Average,2:Spot,3:Partial,4:Evalnative)"}},
+    {UDP_CTRL_CAM_SET_METER_MODE, "set_meter_mode [mode:u8(0:center,1:average,2:spot)]",
+     Set{"%3hhd", &L::set_meter_mode}},
+    {UDP_CTRL_CAM_GET_FLICKER_MODE, "get_flicker_mode",
+     Query{&L::get_flicker_mode, "flicker_mode = %d(0:off,1:on)\n"}},
+    {UDP_CTRL_CAM_SET_FLICKER_MODE, "set_flicker_mode [mode:u8(0:off,1:on)]",
+     Set{"%3hhd", &L::set_flicker_mode}},
+    {UDP_CTRL_CAM_GET_COLOR_MODE, "get_color_mode",
+     Query{&L::get_color_mode, "color_mode = %d(0:nature,1:saturation,2:raw,3:night,5:vivid)\n"}},
+    {UDP_CTRL_CAM_SET_COLOR_MODE,
+     "set_color_mode [mode:u8(0:nature,1:saturation,2:raw,3:night,5:vivid)]",
+     Set{"%3hhd", &L::set_color_mode}},
+    {UDP_CTRL_CAM_GET_IMAGE_QUALITY, "get_image_quality",
+     Query{&L::get_image_quality, "image_quality = %d(0:low,1:medium,2:high,3:ultra_high)\n"}},
+    {UDP_CTRL_CAM_SET_IMAGE_QUALITY,
+     "set_image_quality [quality:u8(0:low,1:medium,2:high,3:ultra_high)]",
+     Set{"%3hhd", &L::set_image_quality}},
+    {UDP_CTRL_CAM_GET_IMAGE_FORMAT, "get_image_format",
+     Query{&L::get_image_format, "image_format = %d(1:jpg,130:dng,131:jpg+dng)\n"}},
+    {UDP_CTRL_CAM_SET_IMAGE_FORMAT,
+     "set_image_format [format:u8(1:jpg,130:dng(T63 only),131:jpg+dng)]",
+     Set{"%3hhd", &L::set_image_format}},
+    {UDP_CTRL_CAM_FORMAT_SDCARD,
+     "send_format_sdcard_cmd [slot:u8(0:first external,3:first internal,7:all)]",
+     Set{"%3hhd", &L::send_format_sdcard_cmd}},
+    {UDP_CTRL_CAM_RESET_CAMERA_SETTINGS, "reset_cam_settings_cmd", Run{&L::reset_cam_settings_cmd}},
+    {UDP_CTRL_CAM_GET_RECORDING_TIME, "get_recording_time",
+     Query{&L::get_recording_time, "recording_time_s = %d s\n"}},
+    {UDP_CTRL_CAM_GET_SDCARD_STORAGE, "get_sdcard_storage", get_storage},
+    {UDP_CTRL_CAM_GET_CAMERA_VERSION, "get_camera_version", get_version},
+    {UDP_CTRL_CAM_SET_SYS_TIME, "set_rtos_time [time:u64(seconds since 1970-01-01 UTC)]",
+     Set{"%20llu", &L::set_rtos_time}},
+    {UDP_CTRL_CAM_UPGRADE_CAMERA, "upgrade_camera (with firmware.bin on the SD card)",
+     upgrade_firmware},
+    {UDP_CTRL_CAM_GET_MEDIA_FOLDER, "get_media_folder", get_media_folder},
+    {UDP_CTRL_CAM_SET_MEDIA_FOLDER, "set_media_folder [prefix:int(101~999)]", set_media_folder},
+    {UDP_CTRL_CAM_GET_SPOT_METERING_COORDS, "get_spot_metering_coords", get_spot_metering},
+    {UDP_CTRL_CAM_SET_SPOT_METERING_COORDS,
+     "set_spot_metering_coords [x:u8(0~100 percent)] [y:u8(0~100 percent)]", set_spot_metering},
+    {UDP_CTRL_CAM_TEST_T_CARD_SPEED, "test_sdcard_speed", Run{&L::test_sdcard_speed}},
+    {UDP_CTRL_CAM_GET_T_CARD_ATTRIBUTE, "get_sdcard_attribute", get_card_attribute},
+    {UDP_CTRL_CAM_GET_SYSTEM_MODE, "get_color_encoding",
+     Query{&L::get_color_encoding, "color_encoding_mode = %d(0:NTSC,1:PAL)\n"}},
+    {UDP_CTRL_CAM_SET_SYSTEM_MODE, "set_color_encoding [mode:u8(0:NTSC,1:PAL)]",
+     Set{"%3hhu", &L::set_color_encoding}},
+    {UDP_CTRL_CAM_GET_VIDEO_ENCODE_MODE, "get_video_encode_mode",
+     Query{&L::get_video_encode_mode, "GET_VIDEO_ENCODE_MODE :%d(1--H264;3--HEVC)\n"}},
+    {UDP_CTRL_CAM_SET_VIDEO_ENCODE_MODE, "set_video_encode_mode [mode:u8(1:H.264,3:H.265)]",
+     Set{"%3hhd", &L::set_video_encode_mode}},
+    {UDP_CTRL_CAM_SET_WIFI_PASSWORD, "set_wifi_password [password:text(at most 19 characters)]",
+     SendText{"%19s", &L::set_wifi_passwd}},
+    {UDP_CTRL_CAM_REBOOT_DEVICE, "reboot_camera", Run{&L::reboot_camera}},
+    {UDP_CTRL_CAM_GET_PHOTO_RATIO, "get_photo_ratio",
+     Query{&L::get_photo_ratio, "photo_ratio = %d(4:3->2,16:9->3)\n"}},
+    {UDP_CTRL_CAM_SET_PHOTO_RATIO, "set_photo_ratio [ratio:u8(2:4:3,3:16:9)]",
+     Set{"%3hhu", &L::set_photo_ratio}},
+    {UDP_CTRL_CAM_GET_FILE_FORMAT, "get_file_format",
+     Query{&L::get_file_format, "file_format = %d(MOV:0,MP4:1)\n"}},
+    {UDP_CTRL_CAM_SET_FILE_FORMAT, "set_file_format [format:u8(0:MOV,1:MP4)]",
+     Set{"%3hhu", &L::set_file_format}},
+    {UDP_CTRL_CAM_GET_PHOTO_MODE, "get_capture_mode", get_capture_mode},
+    {UDP_CTRL_CAM_SET_PHOTO_MODE,
+     "set_capture_mode [mode:u8(0:single,3:burst,4:AEB,5:horizontal,6:hemispherical panorama)] "
+     "[pictures:u16] [ev_num:s8] [ev_dem:u8]",
+     set_capture_mode},
+    {UDP_CTRL_CAM_GET_IMAGE_FLIP, "get_image_flip_type",
+     Query{&L::get_image_flip_type, "flip_type = %d(0->0,1->90,2->180,3->270 degree)\n"}},
+    {UDP_CTRL_CAM_SET_IMAGE_FLIP, "set_image_flip_type [type:u8(0:0,1:90,2:180,3:270 degree)]",
+     Set{"%3hhu", &L::set_image_flip_type}},
+    {UDP_CTRL_CAM_SET_WIFI_SSID, "set_wifi_ssid [ssid:text(at most 19 characters)]",
+     SendText{"%19s", &L::set_wifi_ssid}},
+    {UDP_CTRL_CAM_GET_LOWDELAY_STREAM, "get_low_delay_stream",
+     Query{&L::get_low_delay_stream, "low_delay_mode = %#x(0x00:disable,0x11:enable)\n"}},
+    {UDP_CTRL_CAM_SET_LOWDELAY_STREAM, "set_low_delay_stream [mode:u8(0:disable,17:enable)]",
+     Set{"%3hhu", &L::set_low_delay_stream}},
+    {UDP_CTRL_CAM_GET_CUSTOM_WB, "get_custom_wb", Query{&L::get_custom_wb, "custom_wb = %d\n"}},
+    {UDP_CTRL_CAM_SET_CUSTOM_WB, "set_custom_wb [custom_wb:u16(3000~8000)]",
+     Set{"%3hhu", &L::set_custom_wb}},
+    {UDP_CTRL_CAM_SET_ISO, " send_iso_cmd [iso:u16(at most 3 digits)]",
+     Set{"%3hu", &L::send_iso_cmd, "set iso value = %02x\n"}},
+    {UDP_CTRL_CAM_GET_WDR_MODE, "get_wdr_mode", Query{&L::get_wdr_mode, "wdr_mode = %d\n"}},
+    {UDP_CTRL_CAM_SET_WDR_MODE, "set_wdr_mode [mode:u8(0:off,1:on)]",
+     Set{"%3hhu", &L::set_wdr_mode}},
+    {UDP_CTRL_CAM_SET_DRONE_TYPE,
+     "set_drone_platform [product_id:u16] (then prints the dewarp mode)",
+     Set{"%5hu", &L::set_drone_platform}, UDP_CTRL_CAM_GET_IMAGE_DEWARP},
+    {UDP_CTRL_CAM_STOP_PHOTO, "send_stop_capture_cmd", Run{&L::send_stop_capture_cmd}},
+    {UDP_CTRL_CAM_GET_IMAGE_DEWARP, "get_image_dewarp",
+     Query{&L::get_image_dewarp, "dewarp_mode = %d\n"}},
+    {UDP_CTRL_CAM_SET_IMAGE_DEWARP, "set_image_dewarp [mode:u8(0:off,1:on)]",
+     Set{"%3hhu", &L::set_image_dewarp}},
+    {UDP_CTRL_CAM_GET_COUNTRY_CODE, "get_country_code(Not implemented)", get_country_code},
+    {UDP_CTRL_CAM_SET_COUNTRY_CODE, "set_country_code [code:text(at most 10 characters)]",
+     SendText{"%10s", &L::set_country_code}},
+    {UDP_CTRL_CAM_SEND_WIFI_STATUS, "send_wifi_status [status:u8(0:not ready,1:ready)]",
+     Set{"%3hhu", &L::send_wifi_status}},
+    {UDP_CTRL_CAM_SEND_RC_BOARD_ID,
+     "set_remote_board_id [id:text(at most 10 characters)] (then prints the R gain)",
+     SendText{"%10s", &L::send_rc_board_id}, UDP_CTRL_CAM_GET_RGAIN_VALUE},
+    {UDP_CTRL_CAM_SET_SECOND_STREAM_BITRATE, "set_2nd_stream_bitrate [bitrate:u32]",
+     Set{"%10d", &L::set_2nd_stream_bitrate, "The input bitrate: %u\n"}},
+    {UDP_CTRL_CAM_GET_EIS_STATUS, "get_eis_status", Query{&L::get_eis_status, "eis_status = %d\n"}},
+    {UDP_CTRL_CAM_SET_EIS_STATUS, "set_eis_status [status:u8(0:off,1:on)]",
+     Set{"%3hhu", &L::set_eis_status}},
+    {UDP_CTRL_CAM_GET_DIGITAL_ZOOM,
+     "get_digital_zoom [none] (prints the value, 10~80)\nget_digital_zoom [none] (prints zoom:u32, "
+     "0 when the query failed)",
+     Query{&L::get_digital_zoom, "zoom = %d\n", kAlways}},
+    {UDP_CTRL_CAM_SET_DIGITAL_ZOOM,
+     "set_digital_zoom [zoom:u32(10~80)]\nset_digital_zoom [dzoom:u32(decimal, at most 10 digits)]",
+     Set{"%10d", &L::set_digital_zoom, "dzoom = %d\n"}},
+    {UDP_CTRL_CAM_GET_ZOOM,
+     "get_zoom [none] (prints the optical factor, 1.0~30.0)\nget_zoom [none] (prints zoom:float, "
+     "0.0 when the query failed)",
+     get_zoom},
+    {UDP_CTRL_CAM_SET_ZOOM,
+     "set_zoom [zoom:float(1.0~30.0)]\nset_zoom [factor:float(optical factor, e.g. 2.5)]",
+     Set{"%f", &L::set_zoom}},
+    {UDP_CTRL_CAM_GET_PROPERTY, "get_property [name:text(1~16 characters)]", get_property},
+    {UDP_CTRL_CAM_SET_PROPERTY,
+     "set_property [name=value:text(name 1~16, value 1~46 characters; empty value: unset)]",
+     set_property},
+    {UDP_CTRL_CAM_GET_SURVEY_MODE_FLAG,
+     "store the RTSP flow control status (prints the survey mode flag)",
+     Query{&L::get_survey_mode_flag, "survey mode flag = %d\n"}},
+    {UDP_CTRL_CAM_SET_SURVEY_MODE_FLAG,
+     "read the RTSP flow control [flag:u8] (sets the survey mode flag)",
+     Set{"%3hhu", &L::set_survey_mode_flag}},
+    {UDP_CTRL_CAM_SET_SECOND_STREAM_RESOLUTION,
+     "set_2nd_stream_resolution [width:u32] [height:u32]", set_2nd_stream_resolution},
+    {UDP_CTRL_CAM_SET_MAIN_STREAM_FRAMERATE_DIVISOR,
+     "set_main_stream_framerate_divisor [divisor:u32] (then prints it as 92 does)",
+     set_framerate_divisor, UDP_CTRL_CAM_GET_MAIN_STREAM_FRAMERATE_DIVISOR},
+    {UDP_CTRL_CAM_GET_MAIN_STREAM_FRAMERATE_DIVISOR, "get_main_stream_framerate_divisor",
+     Query{&L::get_main_stream_framerate_divisor, "main stream framerate divisor  = %d\n"}},
+    {UDP_CTRL_CAM_SET_MEDIA_FILENUM_OPTION,
+     "set_media_filenum_option [option:u8(0:auto-reset,1:sequential)]",
+     Set{"%3hhu", &L::set_media_filenum_option}},
+    {UDP_CTRL_CAM_GET_MEDIA_FILENUM_OPTION, "get_media_filenum_option",
+     Query{&L::get_media_filenum_option,
+           "media file numbering option = %d (0:auto-reset, 1:sequential)\n"}},
+    {UDP_CTRL_CAM_GET_SDCARD_SUPPORT_INFO, "get_sdcard_support_info", get_support_info},
+    {UDP_CTRL_CAM_ZOOM_TELE_WIDE_STOP, "set_zoom_control [direction:u32(1:tele,2:wide,3:stop)]",
+     Set{"%10d", &L::set_zoom_control}},
+    {UDP_CTRL_CAM_DZOOM_TELE_WIDE_STOP, "set_dzoom_control [direction:u32(1:tele,2:wide,3:stop)]",
+     Set{"%10d", &L::set_dzoom_control}},
+    {UDP_CTRL_CAM_FOCUS_FAR_NEAR_STOP, kUnlisted, Set{"%10d", &L::set_focus_control},
+     UDP_CTRL_CAM_SET_IRIS},
+    {UDP_CTRL_CAM_DZOOM_ONOFF, "set_dzoom_onoff [onoff:u32(2:on,3:off)]",
+     Set{"%10d", &L::set_dzoom_onoff}},
+    {UDP_CTRL_CAM_SET_FOCUS, "set_focus [position:u32(4096:far end~61440:near end)]",
+     Set{"%10d", &L::set_focus}},
+    {UDP_CTRL_CAM_GET_FOCUS, "get_focus", Query{&L::get_focus, "focus = %02x\n", kAlways}},
+    {UDP_CTRL_CAM_SET_IRIS,
+     "set_iris [code:u16(0:closed,5:F14,6:F11,7:F9.6,8:F8,9:F6.8,10:F5.6,11:F4.8, ... to F1.6)]",
+     Set{"%3hu", &L::set_iris, "iris = %02x\n"}},
+    {UDP_CTRL_CAM_GET_IRIS, "get_iris", Query{&L::get_iris, "iris = %02x\n", kAlways}},
+    {UDP_CTRL_CAM_GET_ISO, "get_iso_cmd", Query{&L::get_iso_cmd, "iso value = %d \n", kAlways}},
+    {UDP_CTRL_CAM_SET_FOCUS_MODE,
+     "set_focus_mode [mode:u8(2:auto,3:manual,4:one-shot trigger,5:infinity)]",
+     Set{"%3hhu", &L::set_focus_mode}},
+    {UDP_CTRL_CAM_SET_FOCUS_LIMITE, "set_focus_limit [position:u32(4096~61440)]",
+     Set{"%10d", &L::set_focus_limit}},
+    {UDP_CTRL_CAM_SET_DEFOG_ONOFF, "set_defog_onoff [onoff:u8(2:on,3:off)]",
+     Set{"%3hhu", &L::set_defog_onoff, "onoff = %02x\n"}},
+    {UDP_CTRL_CAM_SET_DEFOG_LEVEL, "set_defog_level [level:u8(1:low,2:middle,3:high)]",
+     Set{"%3hhu", &L::set_defog_level, "level = %02x\n"}},
+    {UDP_CTRL_CAM_GET_DEFOG_LEVEL, "get_defog_level",
+     Query{&L::get_defog_level, "defog level value = %d \n", kAlways}},
+    {UDP_CTRL_CAM_GET_RGAIN_VALUE, "get_RGain_value",
+     Query{&L::get_RGain_value, "get rgain value = %d \n"}},
+    {UDP_CTRL_CAM_SET_BGAIN, "set_BGain_value [gain:u16]",
+     Set{"%5hd", &L::set_BGain_value, nullptr, "set bgain value = %d \n"}},
+    {UDP_CTRL_CAM_GET_BGAIN_VALUE, "get_BGain_value",
+     Query{&L::get_BGain_value, "get bgain value = %d \n"}},
+    {UDP_CTRL_CAM_SET_RGAIN, "set_RGain_value [gain:u16]",
+     Set{"%5hd", &L::set_RGain_value, nullptr, "set rgain value = %d \n"}},
+    {UDP_CTRL_CAM_SET_OSD_STATUS, "set_osd_status [status:u8(0:off,1:on)]",
+     Set{"%3hhd", &L::set_osd_status}},
+    {UDP_CTRL_CAM_GET_OSD_STATUS, "get_osd_status",
+     Query{&L::get_osd_status, "OSD status = %d(0:off,1:on)\n"}},
+    {UDP_CTRL_CAM_GET_FOCUS_MODE, "get_focus_mode",
+     Query{&L::get_focus_mode, "focus_mode = %u\n", kAlways}},
+};
+static_assert(is_ascending_by_code(kCommands));
+
+struct ListedCommand {
+  int code;
+  const char* usage;
+};
+
+// Operations of programs that link the library: listed so that their numbers are known, but refused.
+constexpr ListedCommand kListedOnly[] = {
+    {UDP_CTRL_CAM_GET_PALETTE_TYPE, "ir_get_palette_type"},
+    {UDP_CTRL_CAM_SET_PALETTE_TYPE, "ir_set_palette_type [type:u32]"},
+    {UDP_CTRL_CAM_START_TIMED_TAKE_PHOTO, "ir_start_timed_take_photo [interval:u32(seconds)]"},
+    {UDP_CTRL_CAM_STOP_TIMED_TAKE_PHOTO, "ir_stop_timed_take_photo"},
+    {UDP_CTRL_CAM_GET_AIR_PARAMS, "ir_get_air_params"},
+    {UDP_CTRL_CAM_SET_AIR_PARAMS,
+     "ir_set_air_params [enable:u8] [emissivity:u8(percent)] [ratio:u8] [temperature:s16]"},
+    {UDP_CTRL_CAM_GET_TEMPERATURE_BAR, "ir_get_temperature_bar"},
+    {UDP_CTRL_CAM_SET_TEMPERATURE_BAR, "ir_set_temperature_bar [enable:u8] [max:s16] [min:s16]"},
+    {UDP_CTRL_CAM_GET_LOCK_RANGE_STATE, "ir_get_lock_status"},
+    {UDP_CTRL_CAM_SET_LOCK_RANGE_STATE, "ir_set_lock_status [status:u32(0:unlocked,1:locked)]"},
+    {UDP_CTRL_CAM_GET_RUN_FFC_MODE, "ir_get_ffc_run_mode"},
+    {UDP_CTRL_CAM_SET_RUN_FFC_MODE, "ir_set_ffc_run_mode [mode:u32(0:manual,1:auto,2:external)]"},
+    {UDP_CTRL_CAM_RUN_FFC_NORMALIZATION, "ir_run_ffc_normalization"},
+    {UDP_CTRL_CAM_GET_TEMPERATURE_STATUS, "ir_get_temperature_status"},
+    {UDP_CTRL_CAM_SET_RADIOMETRIC_POINT, "ir_set_radiometric_point [enable:s32] [x:u16] [y:u16]"},
+    {UDP_CTRL_CAM_GET_RADIOMETRIC_POINT, "ir_get_radiometric_point"},
+    {UDP_CTRL_CAM_SET_RADIOMETRIC_AREA,
+     "ir_set_radiometric_area [enable:s32] [start_x:u16] [start_y:u16] [end_x:u16] [end_y:u16]"},
+    {UDP_CTRL_CAM_GET_RADIOMETRIC_AREA, "ir_get_radiometric_area"},
+    {UDP_CTRL_CAM_GET_CAMERA_PN_INFO, "ir_get_camera_pn"},
+    {UDP_CTRL_CAM_GET_GAIN_MODE, "ir_get_gain_mode"},
+    {UDP_CTRL_CAM_SET_GAIN_MODE, "ir_set_gain_mode [mode:u32(0:high,1:low,2:auto)]"},
+    {UDP_CTRL_CAM_GET_SSO, "ir_get_SSO"},
+    {UDP_CTRL_CAM_SET_SSO, "ir_set_SSO [value:s8]"},
+    {UDP_CTRL_CAM_GET_ACE, "ir_get_ACE"},
+    {UDP_CTRL_CAM_SET_ACE, "ir_set_ACE [value:s16(hundredths)]"},
+    {UDP_CTRL_CAM_GET_DDE, "ir_get_DDE"},
+    {UDP_CTRL_CAM_SET_DDE, "ir_set_DDE [value:s16(hundredths)]"},
+    {UDP_CTRL_CAM_GET_ROI, "ir_get_ROI"},
+    {UDP_CTRL_CAM_SET_ROI, "ir_set_ROI [start_x:u16] [start_y:u16] [end_x:u16] [end_y:u16]"},
+    {UDP_CTRL_CAM_GET_TH_DIGITAL_ZOOM, "ir_get_digital_zoom"},
+    {UDP_CTRL_CAM_SET_TH_DIGITAL_ZOOM,
+     "ir_set_digital_zoom [zoom:u32] [x_center:u32] [y_center:u32]"},
+    {UDP_CTRL_CAM_GET_TH_ENV_TEMP, "ir_get_env_temp"},
+    {UDP_CTRL_CAM_SET_TH_ENV_TEMP,
+     "ir_set_env_temp [enable:s32] [temperature:s16(tenths of a degree)]"},
+    {UDP_CTRL_CAM_TH_SAVE_CONF, "ir_save_conf"},
+    {UDP_CTRL_CAM_GET_TH_DEWARP, "ir_get_dewarp"},
+    {UDP_CTRL_CAM_SET_TH_DEWARP, "ir_set_dewarp [enable:u8(0:off,1:on)] [strength:u32]"},
+    {UDP_CTRL_CAM_GET_STREAM_PROP, "get_stream_prop"},
+    {UDP_CTRL_CAM_SET_STREAM_PROP,
+     "set_stream_prop [stream:u32] [mask:u32] [bitrate:u32] [width:u16] [height:u16] [fps:u32]"},
+    {UDP_CTRL_CAM_AUTO_FOCUS, "set_auto_focus"},
+    {UDP_CTRL_CAM_SET_THERMAL_CALI_TEMP, "ir_set_thermal_calibration_temp [temperature:s16]"},
+    {UDP_CTRL_CAM_RUN_THERMAL_CALI, "ir_run_thermal_calibration"},
+    {UDP_CTRL_CAM_SET_FPA_THERMAL_CALI_TEMP, "ir_set_fpa_calibration_temp [temperature:s16]"},
+    {UDP_CTRL_CAM_RUN_FPA_THERMAL_CALI, "ir_run_fpa_calibration"},
+    {UDP_CTRL_CAM_USB_PASS_THROUGH_CTRL, "ir_usb_pass_through_ctrl [mode:s32]"},
+};
+static_assert(is_ascending_by_code(kListedOnly));
+
+/// Prints the lines of one command, each with its number.
+template <typename Row>
+void print_usage_of(const Row& row) {
+  for (const char* line = row.usage; line != nullptr;) {
+    const char* const end = std::strchr(line, '\n');
+    const auto length =
+        end != nullptr ? end - line : static_cast<std::ptrdiff_t>(std::strlen(line));
+    std::printf("%d:%.*s\n", row.code, static_cast<int>(length), line);
+    line = end != nullptr ? end + 1 : nullptr;
+  }
 }
 
 }  // namespace
@@ -447,9 +545,9 @@ void send_cmd_to_lcm(char* line) {
   std::sscanf(line, "%5hd%*[^ ]", &number);
   ctrlcmd.cmd_type = static_cast<u16>(number);
 
-  const Command* command = find_command(ctrlcmd.cmd_type);
+  const Command* command = find_by_code(kCommands, ctrlcmd.cmd_type);
   if (command == nullptr) std::puts("unsupported command type");
-  for (; command != nullptr; command = find_command(command->next)) {
+  for (; command != nullptr; command = find_by_code(kCommands, command->next)) {
     std::visit([line](const auto& action) { action(line); }, command->action);
   }
   std::printf("\n");
@@ -458,4 +556,22 @@ void send_cmd_to_lcm(char* line) {
 bool file_exists(const char* path) {
   struct stat status {};
   return stat(path, &status) == 0;
+}
+
+bool runs_command(int number) { return find_by_code(kCommands, number) != nullptr; }
+
+void print_usage() {
+  const ListedCommand* listed = std::begin(kListedOnly);
+  for (const Command& command : kCommands) {
+    for (; listed != std::end(kListedOnly) && listed->code < command.code; ++listed) {
+      print_usage_of(*listed);
+    }
+    // The network's name stands behind its password, where operators look for it.
+    if (command.code == UDP_CTRL_CAM_SET_WIFI_SSID) continue;
+    print_usage_of(command);
+    if (command.code == UDP_CTRL_CAM_SET_WIFI_PASSWORD) {
+      print_usage_of(*find_by_code(kCommands, UDP_CTRL_CAM_SET_WIFI_SSID));
+    }
+  }
+  for (; listed != std::end(kListedOnly); ++listed) print_usage_of(*listed);
 }

@@ -27,9 +27,9 @@ struct Setting {
   int number;
   std::string conversion;
   const char* operation;
-  const char* before = "";
-  const char* done = "";
-  const char* failed = "";
+  std::string before{};
+  std::string done{};
+  std::string failed{};
   std::vector<Step> next{};  // the command that it goes on with
 
   /// The command of the line "number" + `rest`, which reads `value`.
@@ -44,7 +44,7 @@ const std::vector<Setting>& settings();
 /// Every command that asks the camera, with usual parameters.
 std::vector<Command> every_command();
 
-/// Numbers that have no command: all from 0 to 300, and others beyond.
+/// Numbers that have no command: all from 0 to 1000, and others outside.
 std::vector<int> unsupported_numbers();
 
 int number_of(const Command& command);

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
-#include <set>
 #include <string>
 #include <type_traits>
 
+#include "command_contract.h"
 #include "engine_test.h"
 #include "transcript.h"
 
@@ -15,9 +15,9 @@ namespace {
 using Data = LcmRequest::Data;
 
 // clang-format off
-// Macros, since only they can name a member for offsetof.
-#define FIELD(field) #field, offsetof(Data, field), sizeof(Data::field)
-#define TYPED(field, type) {FIELD(field), std::is_same_v<decltype(Data::field), type>}
+// A macro, since only it can name a member for offsetof.
+#define TYPED(field, type) \
+  {#field, offsetof(Data, field), sizeof(Data::field), std::is_same_v<decltype(Data::field), type>}
 
 struct TypedField {
   const char* name;
@@ -109,96 +109,7 @@ const TypedField kFields[] = {
     TYPED(storage_info, udp_ctrl_cam_sdcard_storage_t),
     TYPED(focus_mode, u8),
 };
-static_assert(std::size(kFields) == 80);
 
-struct StoredField {
-  int code;
-  const char* name;
-  std::size_t offset;  // in Data
-  std::size_t size;
-  std::size_t first;   // byte of the payload
-  std::size_t last;
-};
-
-const StoredField kStored[] = {
-    {0, FIELD(request_list), 0, 69},
-    {1, FIELD(cam_mode), 0, 0},
-    {6, FIELD(video_status), 0, 0},
-    {7, FIELD(ae_mode), 0, 0},
-    {9, FIELD(ev_value), 0, 1},
-    {13, FIELD(wb_mode), 0, 0},
-    {15, FIELD(video_resolution_h), 0, 1},
-    {15, FIELD(video_resolution_v), 2, 3},
-    {15, FIELD(video_fps), 4, 4},
-    {17, FIELD(meter_mode), 0, 0},
-    {19, FIELD(flicker_mode), 0, 0},
-    {21, FIELD(color_mode), 0, 0},
-    {23, FIELD(image_quality), 0, 0},
-    {25, FIELD(image_format), 0, 0},
-    {29, FIELD(recording_time), 0, 3},
-    {30, FIELD(storage_info), 0, 12},
-    {31, FIELD(camera_version), 8, 11},
-    {34, FIELD(enable_flag), 0, 0},
-    {34, FIELD(folder), 1, 64},
-    {36, FIELD(x_ratio), 0, 0},
-    {36, FIELD(y_ratio), 1, 1},
-    {39, FIELD(speed_mbps), 0, 1},
-    {39, FIELD(level), 2, 2},
-    {39, FIELD(space_state), 3, 3},
-    {40, FIELD(system_mode), 0, 0},
-    {42, FIELD(encode_mode), 0, 0},
-    {46, FIELD(photo_ratio), 0, 0},
-    {48, FIELD(file_format), 0, 0},
-    {50, FIELD(capture_mode), 0, 10},
-    {52, FIELD(flip_type), 0, 0},
-    {55, FIELD(low_delay_mode), 0, 0},
-    {57, FIELD(custom_wb), 0, 0},
-    {61, FIELD(wdr_mode), 0, 0},
-    {67, FIELD(dewarp_mode), 0, 0},
-    {78, FIELD(eis_flag), 0, 0},
-    {80, FIELD(dzoom), 0, 3},
-    {82, FIELD(zoom), 0, 3},
-    {84, FIELD(property_str), 0, 127},
-    {85, FIELD(property_str), 0, 127},
-    {92, FIELD(framerate_divisor), 0, 3},
-    {94, FIELD(file_num_option), 0, 0},
-    {97, FIELD(sd_sp_info), 0, 3},
-    {100, FIELD(palette_type), 0, 3},
-    {104, FIELD(air_params), 0, 4},
-    {106, FIELD(temp_bar), 0, 4},
-    {108, FIELD(lock_state), 0, 3},
-    {110, FIELD(run_mode), 0, 3},
-    {113, FIELD(temp_status), 0, 39},
-    {115, FIELD(rad_point), 0, 7},
-    {117, FIELD(rad_area), 0, 11},
-    {118, FIELD(pn_info), 0, 65},
-    {121, FIELD(gain_mode), 0, 3},
-    {125, FIELD(sso), 0, 0},
-    {127, FIELD(ace), 0, 1},
-    {129, FIELD(dde), 0, 1},
-    {131, FIELD(roi), 0, 7},
-    {133, FIELD(th_dzoom), 0, 11},
-    {135, FIELD(th_env_temp), 0, 5},
-    {138, FIELD(th_dewarp), 0, 4},
-    {140, FIELD(stream_prop), 0, 19},
-    {206, FIELD(focus), 0, 1},
-    {206, "dzoom, low half", offsetof(Data, dzoom), 2, 2, 3},
-    {208, FIELD(iris), 0, 1},
-    {209, FIELD(shutter), 0, 1},
-    {210, FIELD(iso), 0, 1},
-    {220, FIELD(deflog_onoff), 0, 0},
-    {235, FIELD(rgain), 0, 1},
-    {237, FIELD(bgain), 0, 1},
-    {240, FIELD(osd_onoff), 0, 0},
-    {241, FIELD(focus_mode), 0, 0},
-};
-
-const std::set<int> kSilent = {
-    2, 3, 4, 5, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 27, 28, 32, 33, 35, 37, 38, 41, 43, 44,
-    45, 47, 49, 51, 53, 54, 56, 58, 59, 60, 62, 65, 66, 68, 70, 71, 72, 73, 79, 81, 83, 86, 87,
-    90, 91, 101, 102, 103, 105, 107, 109, 111, 112, 114, 116, 122, 126, 128, 130, 132, 134,
-    136, 139, 141, 200, 202, 204, 205, 216, 219, 233, 234, 236, 238, 239, 901, 902, 903, 904,
-    905};
 // clang-format on
 
 /// A payload of different bytes, none of them 0xa5, so that each names its place.
@@ -260,8 +171,10 @@ TEST(ResultFields, StandInOrderInTheirTypes) {
 }
 
 TEST(ResultFields, AreAsWideAsTheirPayloadBytes) {
-  for (const StoredField& row : kStored) {
-    EXPECT_EQ(row.size, row.last - row.first + 1) << row.code << " " << row.name;
+  for (const CommandContract& row : command_contract()) {
+    for (const StoredBytes& bytes : row.reply.stored) {
+      EXPECT_EQ(bytes.size, bytes.last - bytes.first + 1) << row.code << " " << bytes.field;
+    }
   }
 }
 
@@ -275,36 +188,37 @@ TEST(ResultFields, BeginZero) {
 /// `data` after a reply of `code` with the distinct payload.
 Data expected_after(int code, const Data& before, const std::vector<u8>& payload) {
   auto bytes = bytes_of(before);
-  for (const StoredField& row : kStored) {
-    if (row.code != code) continue;
-    std::copy_n(payload.begin() + static_cast<std::ptrdiff_t>(row.first), row.size,
-                bytes.begin() + static_cast<std::ptrdiff_t>(row.offset));
+  const CommandContract* const row = find_contract(code);
+  for (const StoredBytes& stored :
+       row != nullptr ? row->reply.stored : std::vector<StoredBytes>{}) {
+    std::copy_n(payload.begin() + static_cast<std::ptrdiff_t>(stored.first), stored.size,
+                bytes.begin() + static_cast<std::ptrdiff_t>(stored.offset));
   }
   Data data;
   std::memcpy(&data, bytes.data(), sizeof data);
   // Byte 0 is 3, which reads as recording; byte 43 is 218, which reads as idle.
-  if (code == 6) data.video_status = 1;
-  if (code == 0) data.request_list.camera_status = 0;
-  if (code == 11) {
+  if (code == UDP_CTRL_CAM_GET_CAMERA_STATUS) data.video_status = 1;
+  if (code == UDP_CTRL_CAM_GET_ALL_REQUEST) data.request_list.camera_status = 0;
+  if (code == UDP_CTRL_CAM_GET_SHUTTER_ISO) {
     data.shutter_s = 2051.0F / 4621.0F;
     data.iso_value = static_cast<float>(639704087);
   }
   return data;
 }
 
-bool stores_something(int code) {
-  return code == 11 || std::any_of(std::begin(kStored), std::end(kStored),
-                                   [=](const StoredField& row) { return row.code == code; });
+bool is_known(int code) {
+  const CommandContract* const row = find_contract(code);
+  return row != nullptr && row->reply.kind != ReplyContract::kUnknown;
 }
 
 std::string expected_print(int code) {
   switch (code) {
-    case 80: return "[save_lcm_result:4180]dzoom[302843907]\n";
-    case 82: return "[save_lcm_result:4188]zoom[0.0]\n";
-    case 220: return "[save_lcm_result:4198]deflog_onoff:3\n";
+    case UDP_CTRL_CAM_GET_DIGITAL_ZOOM: return "[save_lcm_result:4180]dzoom[302843907]\n";
+    case UDP_CTRL_CAM_GET_ZOOM: return "[save_lcm_result:4188]zoom[0.0]\n";
+    case UDP_CTRL_CAM_GET_DEFOG_LEVEL: return "[save_lcm_result:4198]deflog_onoff:3\n";
     default: break;
   }
-  if (stores_something(code) || kSilent.count(code) != 0) return "";
+  if (is_known(code)) return "";
   return "unknown lcm type[" + std::to_string(code) + "]\n";
 }
 
@@ -316,14 +230,15 @@ TEST_F(ResultStore, ChangesExactlyTheFieldsOfEachCode) {
     EXPECT_EQ(store(code, payload), expected_print(code)) << code;
     EXPECT_EQ(difference(expected_after(code, before, payload), data()), "") << code;
     const std::string name(Data::module_name, sizeof Data::module_name);
-    EXPECT_EQ(name, code == 31 ? std::string(payload.begin(), payload.begin() + 8)
-                               : std::string(8, '\xa5'))
+    EXPECT_EQ(name, code == UDP_CTRL_CAM_GET_CAMERA_VERSION
+                        ? std::string(payload.begin(), payload.begin() + 8)
+                        : std::string(8, '\xa5'))
         << code;
   }
 }
 
 TEST_F(ResultStore, KnowsNoCodeOfTheUpperRange) {
-  for (const int code : {906, 4096 + 1, 32768, 65535}) {
+  for (const int code : {command_contract().back().code + 1, 4096 + 1, 32768, 65535}) {
     const Data before = data();
     EXPECT_EQ(store(code, distinct_payload()), "unknown lcm type[" + std::to_string(code) + "]\n");
     EXPECT_EQ(difference(before, data()), "") << code;
@@ -333,20 +248,20 @@ TEST_F(ResultStore, KnowsNoCodeOfTheUpperRange) {
 // --- Codes that take more than a copy ---
 
 TEST_F(ResultStore, ComputesTheShutterTime) {
-  EXPECT_EQ(store(11, {1, 0, 100, 0, 200, 0, 0, 0}), "");
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_SHUTTER_ISO, {1, 0, 100, 0, 200, 0, 0, 0}), "");
   EXPECT_EQ(data().shutter_s, 0.01F);
   EXPECT_EQ(data().iso_value, 200.0F);
 }
 
 TEST_F(ResultStore, ComputesTheLargestShutterTime) {
-  store(11, {0xff, 0xff, 1, 0, 0xff, 0xff, 0xff, 0xff});
+  store(UDP_CTRL_CAM_GET_SHUTTER_ISO, {0xff, 0xff, 1, 0, 0xff, 0xff, 0xff, 0xff});
   EXPECT_EQ(data().shutter_s, 65535.0F);
   EXPECT_EQ(data().iso_value, 4294967296.0F);
 }
 
 TEST_F(ResultStore, KeepsTheShutterTimeWhenTheDenominatorIsZero) {
-  store(11, {1, 0, 100, 0, 200});
-  EXPECT_EQ(store(11, {1, 0, 0, 0, 0x90, 1}), "shutter's value ERROR\n");
+  store(UDP_CTRL_CAM_GET_SHUTTER_ISO, {1, 0, 100, 0, 200});
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_SHUTTER_ISO, {1, 0, 0, 0, 0x90, 1}), "shutter's value ERROR\n");
   EXPECT_EQ(data().shutter_s, 0.01F);
   EXPECT_EQ(data().iso_value, 400.0F);
 }
@@ -355,8 +270,8 @@ TEST_F(ResultStore, MapsEveryCameraStatus) {
   std::vector<u8> payload(70);
   for (int raw = 0; raw <= 255; ++raw) {
     payload[0] = payload[43] = static_cast<u8>(raw);
-    store(6, payload);
-    store(0, payload);
+    store(UDP_CTRL_CAM_GET_CAMERA_STATUS, payload);
+    store(UDP_CTRL_CAM_GET_ALL_REQUEST, payload);
     const int expected = raw == 3 ? 1 : raw == 2 ? 2 : 0;
     EXPECT_EQ(data().video_status, expected) << raw;
     EXPECT_EQ(data().request_list.camera_status, expected) << raw;
@@ -364,36 +279,37 @@ TEST_F(ResultStore, MapsEveryCameraStatus) {
 }
 
 TEST_F(ResultStore, PrintsTheZooms) {
-  EXPECT_EQ(store(80, {0xff, 0xff, 0xff, 0xff}), "[save_lcm_result:4180]dzoom[-1]\n");
-  EXPECT_EQ(store(80, {80}), "[save_lcm_result:4180]dzoom[80]\n");
-  EXPECT_EQ(store(82, {0, 0, 0xf0, 0x41}), "[save_lcm_result:4188]zoom[30.0]\n");
-  EXPECT_EQ(store(82, {0, 0, 0x20, 0xc0}), "[save_lcm_result:4188]zoom[-2.5]\n");
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_DIGITAL_ZOOM, {0xff, 0xff, 0xff, 0xff}),
+            "[save_lcm_result:4180]dzoom[-1]\n");
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_DIGITAL_ZOOM, {80}), "[save_lcm_result:4180]dzoom[80]\n");
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_ZOOM, {0, 0, 0xf0, 0x41}), "[save_lcm_result:4188]zoom[30.0]\n");
+  EXPECT_EQ(store(UDP_CTRL_CAM_GET_ZOOM, {0, 0, 0x20, 0xc0}), "[save_lcm_result:4188]zoom[-2.5]\n");
 }
 
 TEST_F(ResultStore, PrintsEveryDefogLevel) {
   for (int level = 0; level <= 255; ++level) {
-    EXPECT_EQ(store(220, {static_cast<u8>(level)}),
+    EXPECT_EQ(store(UDP_CTRL_CAM_GET_DEFOG_LEVEL, {static_cast<u8>(level)}),
               "[save_lcm_result:4198]deflog_onoff:" + std::to_string(level) + "\n");
   }
 }
 
 TEST_F(ResultStore, SpreadsTheFocusReplyIntoTheDigitalZoom) {
-  store(80, {0x11, 0x22, 0x33, 0x44});
-  store(206, {0xaa, 0xbb, 0xcc, 0xdd});
+  store(UDP_CTRL_CAM_GET_DIGITAL_ZOOM, {0x11, 0x22, 0x33, 0x44});
+  store(UDP_CTRL_CAM_GET_FOCUS, {0xaa, 0xbb, 0xcc, 0xdd});
   EXPECT_EQ(data().focus, 0xbbaa);
   EXPECT_EQ(data().dzoom, 0x4433ddccU);
 }
 
 TEST_F(ResultStore, SharesTheModuleNameAmongEngines) {
-  store(31, {'V', 'L', 'M', '-', 'Z', '3', '0', '!', 4, 3, 2, 1});
+  store(UDP_CTRL_CAM_GET_CAMERA_VERSION, {'V', 'L', 'M', '-', 'Z', '3', '0', '!', 4, 3, 2, 1});
   EXPECT_EQ(std::string(Data::module_name, 8), "VLM-Z30!");
   EXPECT_EQ(data().camera_version, 0x01020304U);
 }
 
 TEST_F(ResultStore, KeepsAFullText) {
   const std::vector<u8> payload(128, 'x');
-  store(34, payload);
-  store(84, payload);
+  store(UDP_CTRL_CAM_GET_MEDIA_FOLDER, payload);
+  store(UDP_CTRL_CAM_GET_PROPERTY, payload);
   EXPECT_EQ(std::string(data().folder, 64), std::string(64, 'x'));
   EXPECT_EQ(std::string(data().property_str, 128), std::string(128, 'x'));
 }
@@ -407,7 +323,8 @@ TEST_F(ResultStore, TakesSuccessfulRepliesOnly) {
   EXPECT_EQ(difference(before, data()), "");
   bus().answer(distinct_payload());
   request(UDP_CTRL_CAM_GET_IRIS);
-  EXPECT_EQ(difference(expected_after(208, before, distinct_payload()), data()), "");
+  EXPECT_EQ(difference(expected_after(UDP_CTRL_CAM_GET_IRIS, before, distinct_payload()), data()),
+            "");
 }
 
 }  // namespace

@@ -5,7 +5,9 @@
 #include <functional>
 #include <regex>
 #include <set>
+#include <thread>
 
+#include "command_contract.h"
 #include "operation_matrix.h"
 #include "velmar_log.h"
 
@@ -28,12 +30,9 @@ TEST(CameraOperations, SendNothingWhileAnotherRequestIsPending) {
 }
 
 TEST(TheCatalogues, HoldEveryCommandThatIsSent) {
-  const std::vector<std::pair<int, int>> sent{
-      {0, 62},    {65, 73},   {78, 85},   {87, 87},   {90, 97},   {100, 118}, {121, 122},
-      {125, 141}, {200, 203}, {205, 210}, {216, 220}, {231, 241}, {901, 905}};
   std::set<int> expected;
-  for (const auto& [first, last] : sent) {
-    for (int code = first; code <= last; ++code) expected.insert(code);
+  for (const CommandContract& row : command_contract()) {
+    if (row.sender == kSent) expected.insert(row.code);
   }
   std::set<int> rows;
   for (const auto* operations : {&camera_operations(), &thermal_operations()}) {
@@ -42,6 +41,49 @@ TEST(TheCatalogues, HoldEveryCommandThatIsSent) {
     }
   }
   EXPECT_EQ(rows, expected);
+}
+
+// --- Callers side by side ---
+
+namespace {
+
+/// One thread's call of get_sdcard_storage for the slot `id`.
+struct SlotQuery {
+  explicit SlotQuery(u8 slot) : id(slot) {}
+
+  bool run(LcmRequest& engine) { return engine.get_sdcard_storage(id, storage); }
+  bool answered() const { return storage.storage_id == id; }
+
+  u8 id;
+  udp_ctrl_cam_sdcard_storage_t storage{};
+};
+
+}  // namespace
+
+// The camera tells the slot that it was asked for. When a request is published the one before it has
+// ended, and its caller must hold the answer already: from here on the store is another's.
+TEST(SimultaneousCallers, HoldTheirAnswerBeforeTheNextRequestIsPublished) {
+  EngineOnBus camera;
+  for (int round = 0; round < 300; ++round) {
+    SlotQuery first(1);
+    SlotQuery second(2);
+    int published = 0;
+    bool held = false;
+    camera.bus.answer([&](const udp_ctrl_cam_t& request) {
+      if (++published == 2)
+        held = request.cmd_params[0] == 2 ? first.answered() : second.answered();
+      return camera_record(request.cmd_type, {request.cmd_params[0]});
+    });
+    quietly([&] {
+      std::thread other([&] { second.run(camera.engine); });
+      const bool success = first.run(camera.engine);
+      other.join();
+      return success;
+    });
+    EXPECT_EQ(published, 2);
+    ASSERT_TRUE(held) << "round " << round;
+    ASSERT_TRUE(first.answered() && second.answered()) << "round " << round;
+  }
 }
 
 // --- Result codes and notifications ---
@@ -306,9 +348,10 @@ TEST_F(Texts, OfAMediaFolderFillTheirFieldWithoutATerminator) {
   for (const std::size_t size : {0U, 3U, 63U, 64U, 65U, 200U}) {
     const std::size_t before = bus.published().size();
     quietly([&] { return engine.set_media_folder(2, letters(size).c_str()); });
-    EXPECT_EQ(bytes_of(bus.published().at(before).record()),
-              request_bytes(
-                  35, joined({2}, bytes_of_text(letters(std::min<std::size_t>(size, 64)), 64))));
+    EXPECT_EQ(
+        bytes_of(bus.published().at(before).record()),
+        request_bytes(UDP_CTRL_CAM_SET_MEDIA_FOLDER,
+                      joined({2}, bytes_of_text(letters(std::min<std::size_t>(size, 64)), 64))));
   }
 }
 
@@ -397,7 +440,7 @@ TEST_F(Properties, AreSetWithUpTo127Characters) {
     const std::size_t before = requests().size();
     const Result result = set(text);
     EXPECT_TRUE(result.success);
-    EXPECT_EQ(requests().at(before), request_bytes(85, bytes_of_text(text)));
+    EXPECT_EQ(requests().at(before), request_bytes(UDP_CTRL_CAM_SET_PROPERTY, bytes_of_text(text)));
     EXPECT_EQ(result.buffer, bytes_of_text("previous", 128));
     EXPECT_EQ(result.shown,
               camera_operation("set_property")
@@ -429,7 +472,7 @@ TEST_F(Properties, AreReadByTheFirst128CharactersOfAName) {
     const Result result = get(letters(size));
     const std::string name = letters(std::min<std::size_t>(size, 128));
     EXPECT_TRUE(result.success);
-    EXPECT_EQ(requests().at(before), request_bytes(84, bytes_of_text(name)));
+    EXPECT_EQ(requests().at(before), request_bytes(UDP_CTRL_CAM_GET_PROPERTY, bytes_of_text(name)));
     EXPECT_EQ(result.buffer, bytes_of_text("value", 128));
     EXPECT_EQ(result.shown, camera_operation("get_property")
                                 .traces("get property:" + name + "\n")

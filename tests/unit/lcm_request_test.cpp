@@ -171,7 +171,7 @@ TEST_F(RequestEngine, PublishesTheRecordInItsEnvelope) {
 
 TEST_F(RequestEngine, PublishesWithoutWaiting) {
   bus().stay_silent();
-  EXPECT_EQ(prints([&] { _engine.send_ctrl_cam(camera_record(kGetIris)); }), "");
+  EXPECT_EQ(prints([&] { Peer::publish(_engine, camera_record(kGetIris)); }), "");
   EXPECT_EQ(bus().only_record().cmd_type, kGetIris);
   EXPECT_EQ(Peer::last_sent(_engine), kGetIris);
 }

@@ -1,0 +1,29 @@
+// Tables of rows that a code finds. A row has a member `code`; the rows stand ascending by it, which
+// the table's own source asserts:
+//
+//   static_assert(is_ascending_by_code(kRows));
+#ifndef VELMAR_TABLE_H
+#define VELMAR_TABLE_H
+
+#include <algorithm>
+#include <cstddef>
+
+/// True when each row's code is above that of the row before it.
+template <typename Row, std::size_t size>
+constexpr bool is_ascending_by_code(const Row (&rows)[size]) {
+  for (std::size_t i = 1; i < size; ++i) {
+    if (rows[i - 1].code >= rows[i].code) return false;
+  }
+  return true;
+}
+
+/// The row of `code`, null without one. The rows must be ascending.
+template <typename Row, std::size_t size>
+const Row* find_by_code(const Row (&rows)[size], int code) {
+  const Row* const row =
+      std::lower_bound(rows, rows + size, code,
+                       [](const Row& candidate, int wanted) { return candidate.code < wanted; });
+  return row != rows + size && row->code == code ? row : nullptr;
+}
+
+#endif  // VELMAR_TABLE_H
