@@ -7,16 +7,21 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "lcm_request.h"
 #include "vlm_test.h"
+
+namespace {
+std::vector<std::thread> replies;
+}
 
 // The bus, with a camera on it that refuses everything, at once.
 int send_msg_to_lcm(const userlcm_packet_t* packet, unsigned /*length*/, const char* /*to*/) {
   udp_ctrl_cam_t reply;
   std::memcpy(&reply, packet->msg_buf + offsetof(msg_from_rep_t, msg_data), sizeof reply);
   reply.err_code = VLM_ERR_UNSUPPORTED_COMMAND;
-  std::thread([reply] { lcm_request.receive_msg(reply); }).detach();
+  replies.emplace_back([reply] { lcm_request.receive_msg(reply); });
   return 0;
 }
 
@@ -32,6 +37,8 @@ std::string answer_to(std::string line) {
   const int terminal = dup(STDOUT_FILENO);
   dup2(fileno(file), STDOUT_FILENO);
   send_cmd_to_lcm(line.data());
+  for (auto& reply : replies) reply.join();
+  replies.clear();
   std::fflush(stdout);
   dup2(terminal, STDOUT_FILENO);
   close(terminal);
