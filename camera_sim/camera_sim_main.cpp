@@ -17,6 +17,7 @@
 #include "bus_readiness.h"
 #include "camera_peer.h"
 #include "sim_options.h"
+#include "standard_output.h"
 #include "vlm_userlcm_control_camera.h"
 
 namespace {
@@ -138,14 +139,8 @@ int main(int argc, char** argv) {
   const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
   const std::string fault = parse_options(arguments, options);
   if (!fault.empty()) return complain(fault + "; see --help", kUsageFault);
-  if (options.help) {
-    std::fputs(options_help().c_str(), stdout);
-    return 0;
-  }
-  if (options.version) {
-    std::puts("camera_sim " VLM_VERSION);
-    return 0;
-  }
+  if (options.help) return host::show("camera_sim", options_help());
+  if (options.version) return host::show("camera_sim", "camera_sim " VLM_VERSION "\n");
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   ensure_standard_input();
   return simulate(options);
