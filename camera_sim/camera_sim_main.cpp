@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "bus_readiness.h"
+#include "bus_role.h"
 #include "camera_peer.h"
 #include "sim_options.h"
 #include "standard_output.h"
@@ -37,7 +38,8 @@ void on_end_signal(int) { g_end = 1; }
 // On the bus threads.
 
 extern "C" void on_camera_packet(void* packet, unsigned int length, char* channel, void*) {
-  if (!g_readiness->is_probe(packet, length, channel)) g_peer->receive(packet, length);
+  if (g_readiness->is_probe(packet, length, channel) || is_role_packet(packet, length)) return;
+  g_peer->receive(packet, length);
 }
 
 extern "C" void on_rtsp_packet(void* packet, unsigned int length, char* channel, void*) {
@@ -77,6 +79,13 @@ void subscribe(const char* channel, ReceiveBufCallBack callback) {
     register_lcm_message(subscription);
     g_readiness->give_up();
   }).detach();
+}
+
+/// Subscribes the channels of both processes; false when the bus does not deliver.
+bool subscribe_all() {
+  subscribe(kRequestChannel, on_camera_packet);
+  subscribe(kRtspRequestChannel, on_rtsp_packet);
+  return g_readiness->wait(kReadinessLimit);
 }
 
 void print_line(const std::string& line) { std::puts(line.c_str()); }
@@ -121,11 +130,9 @@ int simulate(const SimOptions& options) {
   g_readiness = new BusReadiness("camera_sim", {kRequestChannel, kRtspRequestChannel});
   g_peer = new CameraPeer(options.thermal, options.faults, seed, send_msg_to_lcm,
                           options.verbose ? CameraPeer::Trace(print_line) : nullptr);
-  subscribe(kRequestChannel, on_camera_packet);
-  subscribe(kRtspRequestChannel, on_rtsp_packet);
-  if (!g_readiness->wait(kReadinessLimit)) {
-    return complain("the bus does not deliver", kFailure);
-  }
+  const std::string objection =
+      serve_in_role("camera_sim", kRequestChannel, options.force, subscribe_all);
+  if (!objection.empty()) return complain(objection, kFailure);
   std::printf("camera_sim: ready, seed %llu\n", static_cast<unsigned long long>(seed));
   serve_operator(waiting_mask);
   g_peer->stop();

@@ -93,6 +93,8 @@ const Option kOptions[] = {
     {"--fail", "CODE=ERR", "answer command CODE with result ERR; may be repeated", parse_fail},
     {"--mute", "CODE", "neither carry out nor answer command CODE; may be repeated", parse_mute},
     {"--seed", "N", "start of the random numbers; a fresh one otherwise", parse_seed},
+    {"--force", nullptr, "serve although another simulated camera serves the bus",
+     [](const std::string&, SimOptions& o) { return o.force = true; }},
     {"--verbose", nullptr, "print one line for each request, reply and notification",
      [](const std::string&, SimOptions& o) { return o.verbose = true; }},
     {"--help", nullptr, "print this and exit",

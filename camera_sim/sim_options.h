@@ -11,6 +11,7 @@
 struct SimOptions {
   bool thermal = false;
   bool verbose = false;
+  bool force = false;
   bool help = false;
   bool version = false;
   std::optional<u64> seed;

@@ -19,7 +19,8 @@ std::string fault_of(const Arguments& arguments) {
 
 TEST(Options, AreAllOffWithoutArguments) {
   const SimOptions options = parsed({});
-  EXPECT_FALSE(options.thermal || options.verbose || options.help || options.version);
+  EXPECT_FALSE(options.thermal || options.force || options.verbose || options.help ||
+               options.version);
   EXPECT_FALSE(options.seed);
   EXPECT_EQ(options.faults.latency_high_us, 0U);
   EXPECT_EQ(options.faults.drop + options.faults.duplicate + options.faults.reorder, 0);
@@ -28,9 +29,10 @@ TEST(Options, AreAllOffWithoutArguments) {
 
 TEST(Options, AreReadTogether) {
   const SimOptions options =
-      parsed({"--thermal", "--verbose", "--latency", "20ms..80ms", "--drop", "0.25", "--duplicate",
-              "1", "--reorder", ".5", "--seed", "18446744073709551615"});
+      parsed({"--thermal", "--force", "--verbose", "--latency", "20ms..80ms", "--drop", "0.25",
+              "--duplicate", "1", "--reorder", ".5", "--seed", "18446744073709551615"});
   EXPECT_TRUE(options.thermal);
+  EXPECT_TRUE(options.force);
   EXPECT_TRUE(options.verbose);
   EXPECT_EQ(options.faults.latency_low_us, 20000U);
   EXPECT_EQ(options.faults.latency_high_us, 80000U);
@@ -106,9 +108,9 @@ TEST(Options, SayWhatTheyNeed) {
 
 TEST(Options, HelpNamesEachOfThem) {
   const std::string help = options_help();
-  for (const char* usage :
-       {"--thermal ", "--latency TIME[..TIME] ", "--drop P ", "--duplicate P ", "--reorder P ",
-        "--fail CODE=ERR ", "--mute CODE ", "--seed N ", "--verbose ", "--help ", "--version "}) {
+  for (const char* usage : {"--thermal ", "--latency TIME[..TIME] ", "--drop P ", "--duplicate P ",
+                            "--reorder P ", "--fail CODE=ERR ", "--mute CODE ", "--seed N ",
+                            "--force ", "--verbose ", "--help ", "--version "}) {
     EXPECT_NE(help.find(std::string("\n  ") + usage), std::string::npos) << usage;
   }
 }

@@ -1,0 +1,95 @@
+// The simulated camera as a program.
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <memory>
+#include <utility>
+
+#include "process.h"
+
+namespace {
+
+class CameraSimProgram : public testing::Test {
+ protected:
+  std::unique_ptr<Process> start(std::vector<std::string> options = {},
+                                 Process::Terminal terminal = Process::kPipe) const {
+    options.insert(options.begin(), program("camera_sim"));
+    return std::make_unique<Process>(options, std::vector<std::string>{"VLM_BUS_DIR=" + bus},
+                                     terminal);
+  }
+  std::unique_ptr<Process> start_ready(std::vector<std::string> options = {}) const {
+    auto camera = start(std::move(options));
+    camera->read_until("camera_sim: ready");
+    camera->read_until("\n");
+    return camera;
+  }
+  std::string refusal_because_of(const Process& camera) const {
+    return "camera_sim: process " + std::to_string(camera.pid()) + " serves the bus " + bus +
+           " already; --force goes on\n";
+  }
+
+  TemporaryDirectory directory;
+  const std::string bus = directory / "bus";
+};
+
+TEST_F(CameraSimProgram, RefusesABusThatAnotherOneServes) {
+  const auto first = start_ready();
+  const auto second = start();
+  EXPECT_EQ(second->wait(), 1);
+  EXPECT_EQ(second->read_all(), "");
+  EXPECT_EQ(second->errors(), refusal_because_of(*first));
+}
+
+TEST_F(CameraSimProgram, GoesOnBesideAnotherOneByForce) {
+  const auto first = start_ready();
+  const auto second = start_ready({"--force"});
+  EXPECT_EQ(second->errors(), "");
+}
+
+TEST_F(CameraSimProgram, RefusesABusWhoseCameraIsStopped) {
+  const auto first = start_ready();
+  first->signal(SIGSTOP);
+  const auto second = start();
+  EXPECT_EQ(second->wait(), 1);
+  EXPECT_EQ(second->errors(), refusal_because_of(*first));
+}
+
+TEST_F(CameraSimProgram, TakesOverFromOneThatWasKilled) {
+  const auto first = start_ready();
+  first->signal(SIGKILL);
+  first->wait();
+  const auto second = start_ready();
+  EXPECT_EQ(second->errors(), "");
+}
+
+TEST_F(CameraSimProgram, OfManyThatStartAtOnceOneServes) {
+  std::vector<std::unique_ptr<Process>> all;
+  for (int i = 0; i < 8; ++i) all.push_back(start());
+  int serving = 0;
+  for (const auto& camera : all) {
+    // Each says that it is ready, or ends: its output then.
+    camera->close_input();
+    try {
+      camera->read_until("camera_sim: ready");
+      ++serving;
+    } catch (const std::runtime_error&) {
+      EXPECT_EQ(camera->wait(), 1);
+      EXPECT_NE(camera->errors().find(" already; --force goes on\n"), std::string::npos);
+    }
+  }
+  EXPECT_EQ(serving, 1);
+}
+
+TEST_F(CameraSimProgram, CannotLockWhatIsNoFile) {
+  std::filesystem::create_directories(bus);
+  std::filesystem::permissions(bus, std::filesystem::perms::owner_all);
+  std::filesystem::create_symlink(directory / "elsewhere", bus + "/camera_sim.lock");
+  const auto camera = start();
+  EXPECT_EQ(camera->wait(), 1);
+  EXPECT_EQ(camera->errors(), "camera_sim: cannot lock " + bus +
+                                  "/camera_sim.lock: Too many levels of symbolic links\n");
+  EXPECT_FALSE(std::filesystem::exists(directory / "elsewhere"));
+}
+
+}  // namespace
