@@ -11,12 +11,14 @@
 #include <cstdio>
 #include <random>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
 #include "bus_readiness.h"
 #include "bus_role.h"
 #include "camera_peer.h"
+#include "media_folder.h"
 #include "sim_options.h"
 #include "standard_output.h"
 #include "vlm_userlcm_control_camera.h"
@@ -100,16 +102,26 @@ bool run(const std::vector<std::string>& lines) {
   return true;
 }
 
+/// Shows the operator at a terminal, and nobody else, that a line may be entered.
+void prompt() {
+  if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0) return;
+  std::fputs("camera_sim> ", stdout);
+  std::fflush(stdout);
+}
+
 /// Serves the operator until a signal, or the operator, ends the program.
 void serve_operator(const sigset_t& waiting_mask) {
   LineBuffer buffer;
   pollfd input{STDIN_FILENO, POLLIN, 0};
+  prompt();
   while (g_end == 0) {
     if (ppoll(&input, 1, nullptr, &waiting_mask) <= 0) continue;
     char bytes[512];
     const ssize_t size = read(STDIN_FILENO, bytes, sizeof bytes);
     if (size > 0) {
-      if (!run(buffer.feed(bytes, static_cast<std::size_t>(size)))) return;
+      const std::vector<std::string> lines = buffer.feed(bytes, static_cast<std::size_t>(size));
+      if (!run(lines)) return;
+      if (!lines.empty()) prompt();
     } else if (size == 0 || (errno != EINTR && errno != EAGAIN)) {
       if (!run({buffer.rest()})) return;
       input.fd = -1;  // no more input: wait for a signal alone
@@ -117,10 +129,30 @@ void serve_operator(const sigset_t& waiting_mask) {
   }
 }
 
+void print_complaint(const std::string& line) {
+  std::fprintf(stderr, "camera_sim: %s\n", line.c_str());
+}
+
 /// Says what is wrong on standard error; returns `status`.
 int complain(const std::string& message, int status) {
-  std::fprintf(stderr, "camera_sim: %s\n", message.c_str());
+  print_complaint(message);
   return status;
+}
+
+/// Keeps pictures in `folder`; what goes wrong over and over is told once.
+CameraPeer::KeepPicture keep_in(const std::string& folder) {
+  return [media = MediaFolder(folder), last = std::string()](const auto& picture) mutable {
+    const std::string trouble = media.keep(picture);
+    if (!trouble.empty() && trouble != last) print_complaint("a picture is not kept: " + trouble);
+    last = trouble;
+  };
+}
+
+CameraPeer::Outlets outlets_of(const SimOptions& options) {
+  CameraPeer::Outlets outlets{send_msg_to_lcm, {}, print_complaint, {}};
+  if (options.verbose) outlets.trace = print_line;
+  if (!options.media.empty()) outlets.keep_picture = keep_in(options.media);
+  return outlets;
 }
 
 /// Serves until it is told to end; returns the exit status.
@@ -128,8 +160,8 @@ int simulate(const SimOptions& options) {
   const u64 seed = options.seed ? *options.seed : std::random_device()();
   const sigset_t waiting_mask = hold_end_signals();
   g_readiness = new BusReadiness("camera_sim", {kRequestChannel, kRtspRequestChannel});
-  g_peer = new CameraPeer(options.thermal, options.faults, seed, send_msg_to_lcm,
-                          options.verbose ? CameraPeer::Trace(print_line) : nullptr);
+  g_peer = new CameraPeer({options.thermal, options.live, options.card_kib, seed}, options.faults,
+                          outlets_of(options));
   const std::string objection =
       serve_in_role("camera_sim", kRequestChannel, options.force, subscribe_all);
   if (!objection.empty()) return complain(objection, kFailure);
@@ -150,5 +182,9 @@ int main(int argc, char** argv) {
   if (options.version) return host::show("camera_sim", "camera_sim " VLM_VERSION "\n");
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   ensure_standard_input();
-  return simulate(options);
+  try {
+    return simulate(options);
+  } catch (const std::system_error& error) {
+    return complain("a thread cannot be made: " + error.code().message(), kFailure);
+  }
 }

@@ -6,6 +6,8 @@
 #include <sstream>
 #include <utility>
 
+#include "sim_describe.h"
+#include "sim_values.h"
 #include "velmar_err.h"
 
 namespace {
@@ -20,6 +22,13 @@ __attribute__((format(printf, 1, 2))) std::string line_of(const char* format, ..
   return line;
 }
 
+/// Without blanks at either end; a carriage return is one.
+std::string without_ends(const std::string& line) {
+  const auto first = line.find_first_not_of(" \t\r");
+  if (first == std::string::npos) return "";
+  return line.substr(first, line.find_last_not_of(" \t\r") - first + 1);
+}
+
 // One function a command; `rest` is what follows its word, without blanks at either end.
 
 OperatorAnswer card(const SimulatedBoard& board, const std::string& rest) {
@@ -30,7 +39,13 @@ OperatorAnswer card(const SimulatedBoard& board, const std::string& rest) {
     return {board.camera.insert_card(board.now_ms) ? "card inserted\n"
                                                    : "a card is inserted already\n"};
   }
-  return {"card needs \"remove\" or \"insert\"\n"};
+  u64 kib = 0;
+  if (rest.compare(0, 5, "free ") == 0 && parse_size(without_ends(rest.substr(5)), kib)) {
+    return {board.camera.leave_free(kib, board.now_ms)
+                ? line_of("%llu KiB of the card are free\n", static_cast<unsigned long long>(kib))
+                : "no card is inserted, or it is smaller\n"};
+  }
+  return {"card needs \"remove\", \"insert\" or \"free SIZE\"\n"};
 }
 
 /// The value is the rest of the line; without one the property is unset.
@@ -63,9 +78,10 @@ OperatorAnswer state(const SimulatedBoard& board, const std::string&) {
   const u32 version = camera.version();
   const u8 status = list.camera_status;
   const auto& storage = list.sdcard_storage_t[0];
-  std::string text =
-      line_of("camera      %s, version %u.%u.%u%c\n", text_of(camera.phase()), version & 0xFF,
-              version >> 8 & 0xFF, version >> 16 & 0xFF, static_cast<char>(version >> 24));
+  std::string text = line_of(
+      "camera      %s%s%s, version %u.%u.%u%c\n", text_of(camera.phase()),
+      camera.traits().living ? ", live" : "", camera.traits().thermal ? ", thermal" : "",
+      version & 0xFF, version >> 8 & 0xFF, version >> 16 & 0xFF, static_cast<char>(version >> 24));
   text += line_of("mode        %s, %s\n", list.cam_mode == kVideoMode ? "video" : "photo",
                   text_of_status(status));
   text += line_of("recording   %u s\n", list.recording_time_s);
@@ -76,12 +92,16 @@ OperatorAnswer state(const SimulatedBoard& board, const std::string&) {
   text += line_of("video       %u x %u, %u fps\n", list.video_res.res.w, list.video_res.res.h,
                   list.video_res.fps);
   text += line_of("zoom        %.1f, digital %u\n", static_cast<double>(list.zoom), list.dzoom);
+  text += line_of("focus       0x%04X\n", camera.lens().focus());
   text += line_of("exposure    ae %u, ev %u, shutter %u, iso %u, iris %u\n", list.ae_mode, list.ev,
                   list.shutter, list.iso, list.iris);
   text += line_of("streaming   %u fps, flow control %u, debug %u\n", board.rtsp.fps(),
                   board.rtsp.flow_control(), board.rtsp.flow_control_debug());
   for (const auto& [name, value] : camera.properties().all()) {
     text += line_of("property    %s = %s\n", name.c_str(), value.c_str());
+  }
+  for (const udp_ctrl_cam_t& request : camera.settings().as_requests()) {
+    text += "setting     " + describe_request(request) + "\n";
   }
   return {text};
 }
@@ -99,7 +119,8 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"card", "card remove|insert", "take the card out, put it in", card},
+    {"card", "card remove|insert|free SIZE",
+     "take the card out, put it in, leave SIZE (K, M, G) free", card},
     {"set", "set NAME VALUE", "set a property; without a value, unset it", set},
     {"state", "state", "print the state of the camera", state},
     {"help", "help", "print this", help},
@@ -109,16 +130,9 @@ constexpr Command kCommands[] = {
 OperatorAnswer help(const SimulatedBoard&, const std::string&) {
   std::string text;
   for (const Command& command : kCommands) {
-    text += line_of("%-19s %s\n", command.usage, command.help);
+    text += line_of("%-28s  %s\n", command.usage, command.help);
   }
   return {text};
-}
-
-/// Without blanks at either end; a carriage return is one.
-std::string without_ends(const std::string& line) {
-  const auto first = line.find_first_not_of(" \t\r");
-  if (first == std::string::npos) return "";
-  return line.substr(first, line.find_last_not_of(" \t\r") - first + 1);
 }
 
 }  // namespace

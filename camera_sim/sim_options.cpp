@@ -1,42 +1,12 @@
 #include "sim_options.h"
 
-#include <charconv>
 #include <cstdio>
-#include <cstdlib>
+
+#include "sim_values.h"
 
 namespace {
 
 // Each reads the whole of `text`; false when it is anything else.
-
-/// A whole decimal number that T holds.
-template <typename T>
-bool parse_number(const std::string& text, T& number) {
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  return error == std::errc() && stop == end;
-}
-
-/// A whole number of us, ms or s, at most an hour.
-bool parse_duration(const std::string& text, u64& us) {
-  constexpr u64 kHourUs = u64{3600} * 1000000;
-  const auto unit_at = text.find_first_not_of("0123456789");
-  if (unit_at == std::string::npos) return false;
-  const std::string unit = text.substr(unit_at);
-  const u64 unit_us = unit == "us" ? 1 : unit == "ms" ? 1000 : unit == "s" ? 1000000 : 0;
-  u64 count = 0;
-  if (unit_us == 0 || !parse_number(text.substr(0, unit_at), count)) return false;
-  if (count > kHourUs / unit_us) return false;
-  us = count * unit_us;
-  return true;
-}
-
-bool parse_probability(const std::string& text, double& probability) {
-  // The decimal form alone: no sign, no exponent, no name of a number.
-  if (text.empty() || text.find_first_not_of("0123456789.") != std::string::npos) return false;
-  char* end = nullptr;
-  probability = std::strtod(text.c_str(), &end);
-  return *end == '\0' && end != text.c_str() && probability <= 1;
-}
 
 /// One duration, or two with ".." between them.
 bool parse_latency(const std::string& text, SimOptions& options) {
@@ -67,6 +37,14 @@ bool parse_mute(const std::string& text, SimOptions& options) {
   return true;
 }
 
+/// A card that exists: not of size 0.
+bool parse_card(const std::string& text, SimOptions& options) {
+  u64 kib = 0;
+  if (!parse_size(text, kib) || kib == 0) return false;
+  options.card_kib = static_cast<u32>(kib);
+  return true;
+}
+
 bool parse_seed(const std::string& text, SimOptions& options) {
   return parse_number(text, options.seed.emplace());
 }
@@ -82,6 +60,14 @@ struct Option {
 const Option kOptions[] = {
     {"--thermal", nullptr, "a camera with a thermal sensor",
      [](const std::string&, SimOptions& o) { return o.thermal = true; }},
+    {"--live", nullptr, "a camera that moves in time and sees a scene that changes",
+     [](const std::string&, SimOptions& o) { return o.live = true; }},
+    {"--card", "SIZE", "a card of SIZE instead of 62G (K, M, G)", parse_card},
+    {"--media", "DIR", "keep pictures as files in the folder DIR, which must exist",
+     [](const std::string& v, SimOptions& o) {
+       o.media = v;
+       return !v.empty();
+     }},
     {"--latency", "TIME[..TIME]", "delay each reply, e.g. 20ms or 20ms..80ms (us, ms, s)",
      parse_latency},
     {"--drop", "P", "lose a reply with probability P (0 to 1)",

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <utility>
 
 #include "process.h"
@@ -90,6 +92,40 @@ TEST_F(CameraSimProgram, CannotLockWhatIsNoFile) {
   EXPECT_EQ(camera->errors(), "camera_sim: cannot lock " + bus +
                                   "/camera_sim.lock: Too many levels of symbolic links\n");
   EXPECT_FALSE(std::filesystem::exists(directory / "elsewhere"));
+}
+
+#ifdef NO_THREADS
+TEST_F(CameraSimProgram, EndsWithStatus1WhereAThreadCannotBeMade) {
+  for (int made = 0; made < 3; ++made) {
+    Process camera({program("camera_sim")}, {"VLM_BUS_DIR=" + bus, "LD_PRELOAD=" NO_THREADS,
+                                             "NO_THREADS_AFTER=" + std::to_string(made)});
+    EXPECT_EQ(camera.wait(), 1);
+    EXPECT_EQ(camera.errors(),
+              "camera_sim: a thread cannot be made: Resource temporarily unavailable\n");
+  }
+}
+#endif
+
+TEST_F(CameraSimProgram, PromptsAtATerminalAlone) {
+  const auto camera = start({"--seed", "1"}, Process::kPty);
+  EXPECT_EQ(camera->read_until("camera_sim> "), "camera_sim: ready, seed 1\ncamera_sim> ");
+  camera->write("card remove\n");
+  EXPECT_EQ(camera->read_until("camera_sim> "), "card removed\ncamera_sim> ");
+  camera->write("quit\n");
+  EXPECT_EQ(camera->wait(), 0);
+
+  const auto piped = start({"--seed", "1"});
+  piped->write("card remove\nquit\n");
+  EXPECT_EQ(piped->read_all(), "camera_sim: ready, seed 1\ncard removed\n");
+}
+
+TEST_F(CameraSimProgram, KeepsPicturesInAFolder) {
+  const auto camera = start_ready({"--media", directory / ""});
+  Process console({program("vlm_test")}, {"VLM_BUS_DIR=" + bus});
+  console.write("2 2\n3\n");
+  console.read_until("received imageCaptured ack");
+  console.read_until("IMG_0001.JPG");
+  EXPECT_TRUE(std::filesystem::exists(directory / "DCIM/100MEDIA/IMG_0001.JPG"));
 }
 
 }  // namespace

@@ -70,6 +70,9 @@ class Peer : public testing::Test {
   Outbox outbox;
   std::mutex lines_mutex;
   std::vector<std::string> lines;
+  std::vector<std::string> complaints;
+  std::vector<udp_ctrl_cam_misc_image_info_t> pictures;
+  std::size_t published_before_picture = 0;
   std::unique_ptr<CameraPeer> peer;
 
   void start(FaultPlan plan = {}, u64 seed = 1, bool verbose = false) {
@@ -77,14 +80,26 @@ class Peer : public testing::Test {
                                 const char* channel) {
       return outbox.take(packet, length, channel);
     };
-    CameraPeer::Trace trace;
+    CameraPeer::TakeLine trace;
     if (verbose) {
       trace = [this](const std::string& line) {
         const std::lock_guard<std::mutex> guard(lines_mutex);
         lines.push_back(line);
       };
     }
-    peer = std::make_unique<CameraPeer>(false, std::move(plan), seed, publish, trace);
+    CameraTraits traits;
+    traits.seed = seed;
+    const auto complain = [this](const std::string& line) {
+      const std::lock_guard<std::mutex> guard(lines_mutex);
+      complaints.push_back(line);
+    };
+    const auto keep_picture = [this](const udp_ctrl_cam_misc_image_info_t& picture) {
+      const std::lock_guard<std::mutex> guard(lines_mutex);
+      pictures.push_back(picture);
+      published_before_picture = published();
+    };
+    peer = std::make_unique<CameraPeer>(
+        traits, std::move(plan), CameraPeer::Outlets{publish, trace, complain, keep_picture});
   }
   void start_verbose(FaultPlan plan = {}) { start(std::move(plan), 1, true); }
 
@@ -126,8 +141,9 @@ TEST_F(Peer, AnswersAtOnceOnTheThreadThatBroughtTheRequest) {
 
 TEST_F(Peer, AnswersWithoutAllocating) {
   std::atomic<int> replies{0};
-  CameraPeer quiet(true, {}, 1,
-                   [&](const userlcm_packet_t*, unsigned int, const char*) { return ++replies; });
+  CameraPeer quiet(
+      {true}, {},
+      {[&](const userlcm_packet_t*, unsigned int, const char*) { return ++replies; }, {}, {}, {}});
   const userlcm_packet_t packet = request_packet(82);
   const int before = g_allocations;
   for (int i = 0; i < 10; ++i) quiet.receive(&packet, kRequestSize);
@@ -213,6 +229,49 @@ TEST_F(Peer, LetsNoNotificationOvertakeItsReply) {
   ask(2, {2});
   EXPECT_EQ(type(0), LCM_CONTROL_CAMERA);
   EXPECT_EQ(type(1), LCM_UPDATE_CAMERA_MODE);
+}
+
+TEST_F(Peer, LosesWhatFindsNoRoomAndTellsHowMuch) {
+  start(latency(u64{3600} * 1000000));
+  constexpr std::size_t kMost = PacketSchedule::kMostPackets;
+  for (std::size_t i = 0; i < kMost; ++i) ask(1);
+  EXPECT_TRUE(complaints.empty());
+  for (int i = 0; i < 3; ++i) ask(1);
+  EXPECT_EQ(complaints,
+            (std::vector<std::string>{"4096 packets wait, no more fit; dropped so far: 1"}));
+}
+
+TEST_F(Peer, TellsHowMuchItLostOnceThereIsRoomAgain) {
+  // A machine that takes longer to fill the schedule than the replies are late proves nothing: again
+  // then.
+  constexpr std::size_t kMost = PacketSchedule::kMostPackets;
+  steady_clock::time_point asked;
+  std::size_t replies = 0;
+  do {
+    peer.reset();
+    complaints.clear();
+    replies = published() + kMost;
+    start(latency(1000000));
+    asked = steady_clock::now();
+    for (std::size_t i = 0; i < kMost + 5; ++i) ask(1);
+  } while (steady_clock::now() - asked >= std::chrono::seconds(1));
+  outbox.wait_for(replies);
+  ask(1);
+  EXPECT_EQ(complaints,
+            (std::vector<std::string>{"4096 packets wait, no more fit; dropped so far: 1",
+                                      "packets fit again; dropped in all: 5"}));
+}
+
+TEST_F(Peer, KeepsAPictureBeforeItsNotification) {
+  start();
+  ask(2, {2});
+  outbox.wait_for(2);
+  ask(3);
+  outbox.wait_for(5);
+  const std::lock_guard<std::mutex> guard(lines_mutex);
+  ASSERT_EQ(pictures.size(), 1U);
+  EXPECT_STREQ(pictures[0].url, "/sdcard/DCIM/100MEDIA/IMG_0001.JPG");
+  EXPECT_EQ(published_before_picture, 4U);
 }
 
 TEST_F(Peer, EndsWhileRepliesAreWaiting) {

@@ -27,8 +27,19 @@ TEST_F(Operator, TakesTheCardOutAndPutsItIn) {
 }
 
 TEST_F(Operator, IsToldHowToHandleTheCard) {
-  EXPECT_EQ(answer("card"), "card needs \"remove\" or \"insert\"\n");
-  EXPECT_EQ(answer("card eject"), "card needs \"remove\" or \"insert\"\n");
+  const std::string needs = "card needs \"remove\", \"insert\" or \"free SIZE\"\n";
+  for (const char* line : {"card", "card eject", "card free", "card free 10", "card free x"}) {
+    EXPECT_EQ(answer(line), needs) << line;
+  }
+}
+
+TEST_F(Operator, LeavesAsMuchOfTheCardFreeAsHeLikes) {
+  EXPECT_EQ(answer("card free 10M"), "10240 KiB of the card are free\n");
+  EXPECT_EQ(camera.ask(30).as<u32>(3), 10240U);
+  EXPECT_EQ(answer("card free  62G"), "65011712 KiB of the card are free\n");
+  EXPECT_EQ(answer("card free 63G"), "no card is inserted, or it is smaller\n");
+  answer("card remove");
+  EXPECT_EQ(answer("card free 10M"), "no card is inserted, or it is smaller\n");
 }
 
 TEST_F(Operator, SetsAndUnsetsProperties) {
@@ -49,7 +60,8 @@ TEST_F(Operator, SeesTheState) {
   camera.ask(83, bytes_of<float>(2.5F));
   camera.ask(4);
   camera.pass(12000);
-  EXPECT_EQ(answer("state"),
+  const std::string state = answer("state");
+  EXPECT_EQ(state.substr(0, state.find("setting ")),
             "camera      running, version 1.4.0R\n"
             "mode        video, recording\n"
             "recording   12 s\n"
@@ -57,10 +69,29 @@ TEST_F(Operator, SeesTheState) {
             "card        inserted, 64919552 of 65011712 KiB free\n"
             "video       1920 x 1080, 30 fps\n"
             "zoom        2.5, digital 10\n"
+            "focus       0x4000\n"
             "exposure    ae 0, ev 0, shutter 0, iso 100, iris 10\n"
             "streaming   30 fps, flow control 0, debug 0\n"
             "property    fan = off\n"
             "property    serial = VLMSIM0001\n");
+}
+
+TEST_F(Operator, SeesEverySettingAsTheRequestThatWouldSetIt) {
+  camera.ask(18, {1});
+  camera.ask(54, text_bytes("field"));
+  const std::string state = answer("state");
+  for (const char* line : {"setting     18 SET_METER_MODE 01\n", "setting     8 SET_AE\n",
+                           "setting     54 SET_WIFI_SSID \"field\"\n",
+                           "setting     12 SET_SHUTTER_ISO 00 01 00 64 00 64\n"}) {
+    EXPECT_NE(state.find(line), std::string::npos) << line << state;
+  }
+}
+
+TEST(OperatorOfALivingCamera, SeesWhatItIs) {
+  SimulatedCamera camera(CameraTraits{true, true});
+  const RtspModel rtsp;
+  const std::string state = operate({camera.model(), rtsp, camera.now_ms()}, "state").text;
+  EXPECT_EQ(state.find("camera      running, live, thermal, version "), 0U);
 }
 
 TEST_F(Operator, SeesACameraThatReboots) {
@@ -72,12 +103,13 @@ TEST_F(Operator, SeesACameraThatReboots) {
 }
 
 TEST_F(Operator, SeesAllCommandsInHelp) {
-  EXPECT_EQ(answer("help"),
-            "card remove|insert  take the card out, put it in\n"
-            "set NAME VALUE      set a property; without a value, unset it\n"
-            "state               print the state of the camera\n"
-            "help                print this\n"
-            "quit                end the simulator\n");
+  EXPECT_EQ(
+      answer("help"),
+      "card remove|insert|free SIZE  take the card out, put it in, leave SIZE (K, M, G) free\n"
+      "set NAME VALUE                set a property; without a value, unset it\n"
+      "state                         print the state of the camera\n"
+      "help                          print this\n"
+      "quit                          end the simulator\n");
 }
 
 TEST_F(Operator, EndsTheSimulatorWithQuitAlone) {
