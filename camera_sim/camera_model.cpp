@@ -95,6 +95,11 @@ bool CameraModel::leave_free(u64 kib, u64 now_ms) {
   return _storage.leave_free(kib);
 }
 
+void CameraModel::power_cycle(u64 now_ms) {
+  advance(now_ms);
+  restart(_now_ms);
+}
+
 vlm_err_t CameraModel::put_property(const std::string& name, const std::string& value) {
   return _properties.put(name, value);
 }

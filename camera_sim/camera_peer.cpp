@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "faulty_packets.h"
 #include "payload_bytes.h"
 #include "sim_describe.h"
 
@@ -64,7 +65,7 @@ void CameraPeer::receive_rtsp(const void* packet, unsigned int length) {
 
 OperatorAnswer CameraPeer::operate(const std::string& line) {
   const std::lock_guard<std::mutex> guard(_mutex);
-  OperatorAnswer answer = ::operate({_camera, _rtsp, now_ms()}, line);
+  OperatorAnswer answer = ::operate(board(), line);
   wake_sender();
   return answer;
 }
@@ -84,13 +85,19 @@ void CameraPeer::answer(const udp_ctrl_cam_t& request) {
   std::unique_lock<std::mutex> lock(_mutex);
   const Fate fate = _faults.next(request.cmd_type);
   if (fate.muted) return ignore("muted");
+  if (fate.restart) {
+    _camera.power_cycle(now_ms());
+    return ignore("the camera restarts");
+  }
   const udp_ctrl_cam_t reply = reply_to(request, fate);
   const bool at_once = may_answer_at_once(fate);
   if (!at_once) schedule(reply, fate);
   wake_sender();
   lock.unlock();
   if (fate.copies == 0 && _outlets.trace) _outlets.trace("<- lost: " + describe_reply(reply));
-  for (int copy = 0; at_once && copy < fate.copies; ++copy) publish(outgoing(reply));
+  if (at_once) {
+    send_all(reply, fate, [this](const OutgoingPacket& packet) { publish(packet); });
+  }
 }
 
 /// The camera's reply, or the error that the faults ask for. Under the lock.
@@ -111,13 +118,30 @@ OutgoingPacket CameraPeer::outgoing(const udp_ctrl_cam_t& reply) const {
   return made;
 }
 
+/// Likewise, with the damage of its fate.
+OutgoingPacket CameraPeer::outgoing(const udp_ctrl_cam_t& reply, const Fate& fate) const {
+  OutgoingPacket made = outgoing(reply);
+  damage(made, fate);
+  if (_outlets.trace && fate.length)
+    made.trace += ", of " + std::to_string(*fate.length) + " bytes";
+  if (_outlets.trace && fate.bit) made.trace += ", bit " + std::to_string(*fate.bit) + " flipped";
+  return made;
+}
+
+/// Hands the copies of a reply to `send`, and right behind them the one that nobody asked for.
+template <typename Send>
+void CameraPeer::send_all(const udp_ctrl_cam_t& reply, const Fate& fate, Send send) const {
+  for (int copy = 0; copy < fate.copies; ++copy) send(outgoing(reply, fate));
+  if (fate.stray) send(outgoing(stray_reply(reply.cmd_type, *fate.stray)));
+}
+
 /// Lines up the copies of a reply that is not prompt. Under the lock.
 void CameraPeer::schedule(const udp_ctrl_cam_t& reply, const Fate& fate) {
   const u64 due_us = now_us() + fate.delay_us;
-  for (int copy = 0; copy < fate.copies; ++copy) {
-    account_for(fate.held ? _schedule.add(due_us, outgoing(reply))
-                          : _schedule.add_in_order(due_us, outgoing(reply)));
-  }
+  send_all(reply, fate, [&](OutgoingPacket packet) {
+    account_for(fate.held ? _schedule.add(due_us, std::move(packet))
+                          : _schedule.add_in_order(due_us, std::move(packet)));
+  });
 }
 
 /// Whether the reply is due now and overtakes nothing. Under the lock.
@@ -152,6 +176,7 @@ void CameraPeer::publish(const OutgoingPacket& outgoing) const {
 void CameraPeer::serve() {
   std::unique_lock<std::mutex> lock(_mutex);
   while (!_stopping) {
+    carry_out_agenda();
     collect_notifications();
     if (const auto due = _schedule.take(now_us())) {
       _sender_publishes = true;
@@ -183,6 +208,14 @@ void CameraPeer::collect_notifications() {
   }
 }
 
+/// What the operator let wait. Under the lock.
+void CameraPeer::carry_out_agenda() {
+  while (const auto line = _agenda.take(now_ms())) {
+    const OperatorAnswer answer = ::operate(board(), *line);
+    if (_outlets.tell) _outlets.tell(answer.text);
+  }
+}
+
 /// To be called under the lock after each change; needed only when something is due sooner.
 void CameraPeer::wake_sender() {
   if (next_due_us() < _sender_wakes_us) _changed.notify_one();
@@ -190,9 +223,9 @@ void CameraPeer::wake_sender() {
 
 /// When a packet or a notification is due next. Under the lock.
 u64 CameraPeer::next_due_us() const {
-  const auto notification_ms = _camera.next_due_ms();
-  return std::min(_schedule.next_due_us().value_or(kNever),
-                  notification_ms ? *notification_ms * 1000 : kNever);
+  const auto in_us = [](std::optional<u64> ms) { return ms ? *ms * 1000 : kNever; };
+  return std::min({_schedule.next_due_us().value_or(kNever), in_us(_camera.next_due_ms()),
+                   in_us(_agenda.next_due_ms())});
 }
 
 /// Microseconds since the peer was made.

@@ -33,6 +33,7 @@ class CameraPeer {
     Publish publish;
     TakeLine trace;     // what passes
     TakeLine complain;  // what goes wrong
+    TakeLine tell;      // answers to commands that the operator let wait
     KeepPicture keep_picture;
   };
 
@@ -62,12 +63,17 @@ class CameraPeer {
   void answer(const udp_ctrl_cam_t& request);
   udp_ctrl_cam_t reply_to(const udp_ctrl_cam_t& request, const Fate& fate);
   OutgoingPacket outgoing(const udp_ctrl_cam_t& reply) const;
+  OutgoingPacket outgoing(const udp_ctrl_cam_t& reply, const Fate& fate) const;
+  template <typename Send>
+  void send_all(const udp_ctrl_cam_t& reply, const Fate& fate, Send send) const;
   void schedule(const udp_ctrl_cam_t& reply, const Fate& fate);
   bool may_answer_at_once(const Fate& fate) const;
   void account_for(bool scheduled);
   void publish(const OutgoingPacket& outgoing) const;
   void serve();
   void collect_notifications();
+  void carry_out_agenda();
+  SimulatedBoard board() { return {_camera, _rtsp, _faults.plan(), _agenda, now_ms()}; }
   void wake_sender();
   u64 next_due_us() const;
   u64 now_us() const;
@@ -82,6 +88,7 @@ class CameraPeer {
   CameraModel _camera;
   RtspModel _rtsp;
   Faults _faults;
+  OperatorAgenda _agenda;
   PacketSchedule _schedule;
   u64 _sender_wakes_us = kNever;  // what the sender thread waits for
   bool _sender_publishes = false;

@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
 #include <random>
 #include <string>
 #include <system_error>
@@ -129,6 +131,8 @@ void serve_operator(const sigset_t& waiting_mask) {
   }
 }
 
+void print_text(const std::string& text) { std::fputs(text.c_str(), stdout); }
+
 void print_complaint(const std::string& line) {
   std::fprintf(stderr, "camera_sim: %s\n", line.c_str());
 }
@@ -149,10 +153,32 @@ CameraPeer::KeepPicture keep_in(const std::string& folder) {
 }
 
 CameraPeer::Outlets outlets_of(const SimOptions& options) {
-  CameraPeer::Outlets outlets{send_msg_to_lcm, {}, print_complaint, {}};
+  CameraPeer::Outlets outlets{send_msg_to_lcm, {}, print_complaint, print_text, {}};
   if (options.verbose) outlets.trace = print_line;
   if (!options.media.empty()) outlets.keep_picture = keep_in(options.media);
   return outlets;
+}
+
+/// Runs the commands in the file `script`, if any; empty lines and those that begin with # are none.
+/// Returns -1, or the exit status when it cannot be run, or says "quit".
+int run_script(const std::string& script) {
+  if (script.empty()) return -1;
+  std::ifstream file(script);
+  if (!file) return complain(script + ": " + std::strerror(errno), kFailure);
+  int number = 0;
+  for (std::string line; std::getline(file, line);) {
+    ++number;
+    if (line[0] == '#') continue;
+    const OperatorAnswer answer = g_peer->operate(line);
+    if (answer.wrong) {
+      return complain(script + ":" + std::to_string(number) + ": " +
+                          answer.text.substr(0, answer.text.find('\n')),
+                      kUsageFault);
+    }
+    print_text(answer.text);
+    if (answer.quit) return 0;
+  }
+  return -1;
 }
 
 /// Serves until it is told to end; returns the exit status.
@@ -165,6 +191,7 @@ int simulate(const SimOptions& options) {
   const std::string objection =
       serve_in_role("camera_sim", kRequestChannel, options.force, subscribe_all);
   if (!objection.empty()) return complain(objection, kFailure);
+  if (const int status = run_script(options.script); status >= 0) return status;
   std::printf("camera_sim: ready, seed %llu\n", static_cast<unsigned long long>(seed));
   serve_operator(waiting_mask);
   g_peer->stop();

@@ -1,11 +1,14 @@
 #include "sim_console.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <iterator>
 #include <sstream>
 #include <utility>
 
+#include "fault_switches.h"
 #include "sim_describe.h"
 #include "sim_values.h"
 #include "velmar_err.h"
@@ -29,6 +32,8 @@ std::string without_ends(const std::string& line) {
   return line.substr(first, line.find_last_not_of(" \t\r") - first + 1);
 }
 
+OperatorAnswer wrong(const std::string& text) { return {text + "\n", false, true}; }
+
 // One function a command; `rest` is what follows its word, without blanks at either end.
 
 OperatorAnswer card(const SimulatedBoard& board, const std::string& rest) {
@@ -45,7 +50,7 @@ OperatorAnswer card(const SimulatedBoard& board, const std::string& rest) {
                 ? line_of("%llu KiB of the card are free\n", static_cast<unsigned long long>(kib))
                 : "no card is inserted, or it is smaller\n"};
   }
-  return {"card needs \"remove\", \"insert\" or \"free SIZE\"\n"};
+  return wrong("card needs \"remove\", \"insert\" or \"free SIZE\"");
 }
 
 /// The value is the rest of the line; without one the property is unset.
@@ -106,6 +111,28 @@ OperatorAnswer state(const SimulatedBoard& board, const std::string&) {
   return {text};
 }
 
+/// A number of type 5 to 8, and the first bytes of the data in hexadecimal.
+OperatorAnswer notify(const SimulatedBoard& board, const std::string& rest) {
+  std::istringstream words(rest);
+  int type = 0;
+  Notification made{LCM_SDCARD_STATUS, board.now_ms, {}};
+  bool valid = (words >> type) && type >= LCM_SDCARD_STATUS && type <= LCM_CAPTURE_IMAGE_RESULT;
+  std::size_t size = 0;
+  for (std::string word; words >> word; ++size) {
+    const char* end = word.data() + word.size();
+    unsigned byte = 0;
+    const auto [stop, error] = std::from_chars(word.data(), end, byte, 16);
+    valid = valid && error == std::errc() && stop == end && byte <= 0xFF && size < made.data.size();
+    if (valid) made.data[size] = static_cast<u8>(byte);
+  }
+  if (!valid) return wrong("notify needs TYPE (5 to 8) and up to 101 bytes in hexadecimal");
+  made.type = static_cast<lcm_msg_type>(type);
+  board.camera.notify(made);
+  return {"notified: " + describe_notification(made) + "\n"};
+}
+
+OperatorAnswer after(const SimulatedBoard& board, const std::string& rest);
+
 OperatorAnswer help(const SimulatedBoard&, const std::string&);
 
 OperatorAnswer quit(const SimulatedBoard&, const std::string&) { return {"", true}; }
@@ -119,8 +146,11 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
+    {"after", "after TIME COMMAND", "carry COMMAND out when TIME (us, ms, s) has passed", after},
     {"card", "card remove|insert|free SIZE",
      "take the card out, put it in, leave SIZE (K, M, G) free", card},
+    {"notify", "notify TYPE [BYTE]...", "send a notification (5 to 8) with BYTEs (hexadecimal)",
+     notify},
     {"set", "set NAME VALUE", "set a property; without a value, unset it", set},
     {"state", "state", "print the state of the camera", state},
     {"help", "help", "print this", help},
@@ -132,23 +162,68 @@ OperatorAnswer help(const SimulatedBoard&, const std::string&) {
   for (const Command& command : kCommands) {
     text += line_of("%-28s  %s\n", command.usage, command.help);
   }
+  for (const FaultSwitch& fault : fault_switches()) {
+    const std::string usage = std::string(fault.name) + " " + fault.value;
+    text += line_of("%-28s  %s\n", usage.c_str(), fault.help);
+  }
   return {text};
+}
+
+/// A line, cut behind its first word.
+struct Words {
+  std::string first;
+  std::string rest;
+};
+
+Words cut(const std::string& line) {
+  const std::string command = without_ends(line);
+  const auto space = command.find_first_of(" \t");
+  if (space == std::string::npos) return {command, ""};
+  return {command.substr(0, space), without_ends(command.substr(space + 1))};
+}
+
+const Command* find_command(const std::string& word) {
+  const auto* found = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                   [&](const Command& known) { return word == known.word; });
+  return found == std::end(kCommands) ? nullptr : found;
+}
+
+const FaultSwitch* find_fault(const std::string& word) {
+  for (const FaultSwitch& fault : fault_switches()) {
+    if (word == fault.name) return &fault;
+  }
+  return nullptr;
+}
+
+OperatorAnswer apply(const FaultSwitch& fault, const std::string& value, FaultPlan& plan) {
+  const std::string name = fault.name;
+  if (fault.apply(value, plan)) return {name + " " + value + "\n"};
+  return wrong(name + " needs " + fault.value + ", not \"" + value + "\"");
+}
+
+/// Only what can be carried out without the operator: the program does not end by itself.
+OperatorAnswer after(const SimulatedBoard& board, const std::string& rest) {
+  const auto [time, line] = cut(rest);
+  u64 us = 0;
+  if (!parse_duration(time, us)) return wrong("after needs TIME COMMAND");
+  const std::string word = cut(line).first;
+  const Command* command = find_command(word);
+  const bool possible = command != nullptr ? command->run != quit && command->run != after
+                                           : find_fault(word) != nullptr;
+  if (!possible) return wrong("after carries no \"" + word + "\" out");
+  if (!board.agenda.add(board.now_ms + us / 1000, line)) return wrong("too many commands wait");
+  return {"after " + time + ": " + line + "\n"};
 }
 
 }  // namespace
 
 OperatorAnswer operate(const SimulatedBoard& board, const std::string& line) {
-  if (line.size() > kLongestLine) return {"the line is too long\n"};
-  const std::string command = without_ends(line);
-  if (command.empty()) return {""};
-  const auto space = command.find_first_of(" \t");
-  const std::string word = command.substr(0, space);
-  const std::string rest =
-      space == std::string::npos ? "" : without_ends(command.substr(space + 1));
-  for (const Command& known : kCommands) {
-    if (word == known.word) return known.run(board, rest);
-  }
-  return {"unknown command \"" + word + "\"; \"help\" lists them\n"};
+  if (line.size() > kLongestLine) return wrong("the line is too long");
+  const auto [word, rest] = cut(line);
+  if (word.empty()) return {""};
+  if (const Command* command = find_command(word)) return command->run(board, rest);
+  if (const FaultSwitch* fault = find_fault(word)) return apply(*fault, rest, board.faults);
+  return wrong("unknown command \"" + word + "\"; \"help\" lists them");
 }
 
 std::vector<std::string> LineBuffer::feed(const char* bytes, std::size_t size) {

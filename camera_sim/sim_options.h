@@ -13,7 +13,8 @@ struct SimOptions {
   bool thermal = false;
   bool live = false;
   u32 card_kib = kCardKib;
-  std::string media;  // empty: pictures are not kept
+  std::string script;  // empty: none
+  std::string media;   // empty: pictures are not kept
   bool verbose = false;
   bool force = false;
   bool help = false;

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -126,6 +127,26 @@ TEST_F(CameraSimProgram, KeepsPicturesInAFolder) {
   console.read_until("received imageCaptured ack");
   console.read_until("IMG_0001.JPG");
   EXPECT_TRUE(std::filesystem::exists(directory / "DCIM/100MEDIA/IMG_0001.JPG"));
+}
+
+TEST_F(CameraSimProgram, RunsAScript) {
+  const std::string script = directory / "script";
+  std::ofstream(script) << "# a scenario\n\nset fan full\ncard free 10M\nafter 1ms card remove\n";
+  const auto camera = start({"--script", script});
+  EXPECT_EQ(camera->read_until("free\n"), "fan = full\n10240 KiB of the card are free\n");
+  camera->read_until("card removed\n");
+}
+
+TEST_F(CameraSimProgram, RefusesAScriptThatIsWrong) {
+  const std::string script = directory / "script";
+  std::ofstream(script) << "state\neject\n";
+  const auto camera = start({"--script", script});
+  EXPECT_EQ(camera->wait(), 2);
+  EXPECT_EQ(camera->errors(),
+            "camera_sim: " + script + ":2: unknown command \"eject\"; \"help\" lists them\n");
+  const auto without = start({"--script", script + "x"});
+  EXPECT_EQ(without->wait(), 1);
+  EXPECT_EQ(without->errors(), "camera_sim: " + script + "x: No such file or directory\n");
 }
 
 }  // namespace

@@ -10,9 +10,11 @@ class Operator : public testing::Test {
  protected:
   SimulatedCamera camera;
   RtspModel rtsp;
+  FaultPlan faults;
+  OperatorAgenda agenda;
 
   OperatorAnswer enter(const std::string& line) {
-    return operate({camera.model(), rtsp, camera.now_ms()}, line);
+    return operate({camera.model(), rtsp, faults, agenda, camera.now_ms()}, line);
   }
   std::string answer(const std::string& line) { return enter(line).text; }
 };
@@ -90,7 +92,10 @@ TEST_F(Operator, SeesEverySettingAsTheRequestThatWouldSetIt) {
 TEST(OperatorOfALivingCamera, SeesWhatItIs) {
   SimulatedCamera camera(CameraTraits{true, true});
   const RtspModel rtsp;
-  const std::string state = operate({camera.model(), rtsp, camera.now_ms()}, "state").text;
+  FaultPlan faults;
+  OperatorAgenda agenda;
+  const std::string state =
+      operate({camera.model(), rtsp, faults, agenda, camera.now_ms()}, "state").text;
   EXPECT_EQ(state.find("camera      running, live, thermal, version "), 0U);
 }
 
@@ -103,13 +108,14 @@ TEST_F(Operator, SeesACameraThatReboots) {
 }
 
 TEST_F(Operator, SeesAllCommandsInHelp) {
-  EXPECT_EQ(
-      answer("help"),
-      "card remove|insert|free SIZE  take the card out, put it in, leave SIZE (K, M, G) free\n"
-      "set NAME VALUE                set a property; without a value, unset it\n"
-      "state                         print the state of the camera\n"
-      "help                          print this\n"
-      "quit                          end the simulator\n");
+  const std::string help = answer("help");
+  for (const char* usage :
+       {"after TIME COMMAND ", "card remove|insert|free SIZE ", "notify TYPE [BYTE]... ",
+        "set NAME VALUE ", "state ", "help ", "quit ", "latency TIME[..TIME] ", "drop P ",
+        "duplicate P ", "reorder P ", "truncate P ", "extend P ", "corrupt P ", "stray P ",
+        "fail CODE=ERR ", "mute CODE ", "restart-every N "}) {
+    EXPECT_NE(("\n" + help).find(std::string("\n") + usage), std::string::npos) << usage;
+  }
 }
 
 TEST_F(Operator, EndsTheSimulatorWithQuitAlone) {
@@ -129,6 +135,87 @@ TEST_F(Operator, MayEnterBlanksAnywhereAndEmptyLines) {
   EXPECT_EQ(answer(""), "");
   EXPECT_EQ(answer(" \t\r"), "");
   EXPECT_EQ(answer("  card \t remove \r"), "card removed\n");
+}
+
+TEST_F(Operator, SwitchesFaultsWhileTheCameraRuns) {
+  EXPECT_EQ(answer("fail 3=9 once"), "fail 3=9 once\n");
+  EXPECT_EQ(faults.fail_once, (std::map<u16, u16>{{3, 9}}));
+  answer("fail 4=76");
+  EXPECT_EQ(faults.fail, (std::map<u16, u16>{{4, 76}}));
+  answer("fail 4 off");
+  answer("fail 3 off");
+  EXPECT_TRUE(faults.fail.empty() && faults.fail_once.empty());
+  answer("drop next 2");
+  answer("drop 0.5");
+  EXPECT_EQ(faults.drop_next, 2U);
+  EXPECT_EQ(faults.drop, 0.5);
+  answer("mute 6");
+  EXPECT_EQ(faults.mute, (std::set<u16>{6}));
+  answer("mute 6 off");
+  EXPECT_TRUE(faults.mute.empty());
+  answer("latency 500ms");
+  EXPECT_EQ(faults.latency_low_us, 500000U);
+  EXPECT_EQ(faults.latency_high_us, 500000U);
+  answer("latency 3=1ms..2ms");
+  EXPECT_EQ(faults.latency_of.at(3).low_us, 1000U);
+  EXPECT_EQ(faults.latency_of.at(3).high_us, 2000U);
+  answer("restart-every 7");
+  EXPECT_EQ(faults.restart_every, 7U);
+  const std::pair<const char*, double FaultPlan::*> kProbabilities[] = {
+      {"duplicate", &FaultPlan::duplicate}, {"reorder", &FaultPlan::reorder},
+      {"truncate", &FaultPlan::truncate},   {"extend", &FaultPlan::extend},
+      {"corrupt", &FaultPlan::corrupt},     {"stray", &FaultPlan::stray}};
+  for (const auto& [name, member] : kProbabilities) {
+    EXPECT_EQ(answer(std::string(name) + " 0.25"), std::string(name) + " 0.25\n");
+    EXPECT_EQ(faults.*member, 0.25) << name;
+  }
+}
+
+TEST_F(Operator, IsToldWhatAFaultNeeds) {
+  EXPECT_EQ(answer("drop two"), "drop needs P, not \"two\"\n");
+  for (const char* line : {"drop", "drop next", "drop next x", "fail 3", "fail 3=9 twice", "mute",
+                           "mute 6 on", "latency 3=", "latency 20", "restart-every -1"}) {
+    const OperatorAnswer refused = enter(line);
+    EXPECT_TRUE(refused.wrong) << line;
+    EXPECT_NE(refused.text.find(" needs "), std::string::npos) << refused.text;
+  }
+}
+
+TEST_F(Operator, SendsNotifications) {
+  EXPECT_EQ(answer("notify 5 42"), "notified: card inserted, slot 0\n");
+  EXPECT_EQ(answer("notify 8"), "notified: image captured\n");
+  const auto sent = camera.notifications();
+  ASSERT_EQ(sent.size(), 2U);
+  EXPECT_EQ(sent[0].type, LCM_SDCARD_STATUS);
+  EXPECT_EQ(sent[0].data[0], 0x42);
+  EXPECT_EQ(sent[1].type, LCM_CAPTURE_IMAGE_RESULT);
+  std::string too_long = "notify 6";
+  for (int i = 0; i < 102; ++i) too_long += " 0";
+  for (const std::string& line :
+       {std::string("notify"), std::string("notify 3"), std::string("notify 9"),
+        std::string("notify 5 100"), std::string("notify 5 x"), too_long}) {
+    EXPECT_TRUE(enter(line).wrong) << line;
+  }
+  EXPECT_TRUE(camera.notifications().empty());
+}
+
+TEST_F(Operator, LetsCommandsWait) {
+  EXPECT_EQ(answer("after 10s card  remove"), "after 10s: card  remove\n");
+  EXPECT_EQ(answer("after 5s drop next 2"), "after 5s: drop next 2\n");
+  EXPECT_EQ(agenda.next_due_ms(), camera.now_ms() + 5000);
+  EXPECT_FALSE(agenda.take(camera.now_ms() + 4999));
+  EXPECT_EQ(agenda.take(camera.now_ms() + 10000), "drop next 2");
+  EXPECT_EQ(agenda.take(camera.now_ms() + 10000), "card  remove");
+  for (const char* line : {"after", "after 10s", "after 10 state", "after 10s quit",
+                           "after 1s after 1s state", "after 1s eject"}) {
+    EXPECT_TRUE(enter(line).wrong) << line;
+  }
+  EXPECT_FALSE(agenda.next_due_ms());
+}
+
+TEST_F(Operator, LetsOnlySoManyCommandsWait) {
+  for (std::size_t i = 0; i < OperatorAgenda::kMostLines; ++i) answer("after 1s state");
+  EXPECT_EQ(answer("after 1s state"), "too many commands wait\n");
 }
 
 class Lines : public testing::Test {

@@ -141,12 +141,43 @@ TEST(Options, SayWhatTheyNeed) {
 
 TEST(Options, HelpNamesEachOfThem) {
   const std::string help = options_help();
-  for (const char* usage :
-       {"--thermal ", "--live ", "--card SIZE ", "--media DIR ", "--latency TIME[..TIME] ",
-        "--drop P ", "--duplicate P ", "--reorder P ", "--fail CODE=ERR ", "--mute CODE ",
-        "--seed N ", "--force ", "--verbose ", "--help ", "--version "}) {
+  for (const char* usage : {"--thermal ",
+                            "--live ",
+                            "--card SIZE ",
+                            "--media DIR ",
+                            "--latency TIME[..TIME] ",
+                            "--drop P ",
+                            "--duplicate P ",
+                            "--reorder P ",
+                            "--truncate P ",
+                            "--extend P ",
+                            "--corrupt P ",
+                            "--stray P ",
+                            "--restart-every N ",
+                            "--script FILE ",
+                            "--fail CODE=ERR ",
+                            "--mute CODE ",
+                            "--seed N ",
+                            "--force ",
+                            "--verbose ",
+                            "--help ",
+                            "--version "}) {
     EXPECT_NE(help.find(std::string("\n  ") + usage), std::string::npos) << usage;
   }
+}
+
+TEST(Options, FaultsByNameAreOptionsToo) {
+  const SimOptions options =
+      parsed({"--stray", "0.1", "--truncate", "0.2", "--extend", "0.3", "--corrupt", "0.4",
+              "--restart-every", "50", "--latency", "3=500ms", "--script", "scenario"});
+  EXPECT_EQ(options.faults.stray, 0.1);
+  EXPECT_EQ(options.faults.truncate, 0.2);
+  EXPECT_EQ(options.faults.extend, 0.3);
+  EXPECT_EQ(options.faults.corrupt, 0.4);
+  EXPECT_EQ(options.faults.restart_every, 50U);
+  EXPECT_EQ(options.faults.latency_of.at(3).low_us, 500000U);
+  EXPECT_EQ(options.faults.latency_high_us, 0U);
+  EXPECT_EQ(options.script, "scenario");
 }
 
 }  // namespace
