@@ -23,14 +23,6 @@ constexpr std::size_t kMaxChannelLength = 63;
 constexpr int kLookAgainMs = 1000;
 constexpr int kLookAgainBlindMs = 10;
 
-std::string configured_path() {
-  if (const char* path = std::getenv("VLM_BUS_DIR"); path && *path) return path;
-  if (const char* run = std::getenv("XDG_RUNTIME_DIR"); run && *run) {
-    return std::string(run) + "/vlm_bus";
-  }
-  return "/tmp/vlm_bus-" + std::to_string(geteuid());
-}
-
 // With a slash at its end a path leads through a symbolic link even where links are refused.
 std::string without_trailing_slashes(std::string path) {
   while (path.size() > 1 && path.back() == '/') path.pop_back();
@@ -95,8 +87,18 @@ bool is_channel_name(std::string_view channel) {
          channel.find('/') == channel.npos;
 }
 
+std::string BusDirectory::configured_path() {
+  if (const char* path = std::getenv("VLM_BUS_DIR"); path && *path) {
+    return without_trailing_slashes(path);
+  }
+  if (const char* run = std::getenv("XDG_RUNTIME_DIR"); run && *run) {
+    return std::string(run) + "/vlm_bus";
+  }
+  return "/tmp/vlm_bus-" + std::to_string(geteuid());
+}
+
 std::optional<BusDirectory> BusDirectory::open(std::string& error) {
-  const std::string path = without_trailing_slashes(configured_path());
+  const std::string path = configured_path();
   DirectoryStream stream = open_or_create(path);
   const std::string objection = objection_to(stream);
   if (objection.empty()) return BusDirectory(std::move(stream));

@@ -33,6 +33,9 @@ class BusDirectory {
   /// when it cannot be used: `error` says why.
   static std::optional<BusDirectory> open(std::string& error);
 
+  /// The path that the environment gives.
+  static std::string configured_path();
+
   /// Names of the sockets of `channel`, live and stale.
   std::vector<std::string> sockets_of(std::string_view channel) const;
 

@@ -32,12 +32,13 @@ Publisher& Publisher::instance() {
   return publisher;
 }
 
-bool Publisher::publish(std::string_view name, const void* bytes, std::size_t size) {
+std::optional<std::size_t> Publisher::publish(std::string_view name, const void* bytes,
+                                              std::size_t size) {
   const std::lock_guard<std::mutex> guard(_mutex);
   if (_watch.changed()) ++_state;
   Channel& channel = channel_named(name);
   const bool current = channel.seen == _state && !channel.subscribers.empty();
-  if (!current && !refresh(name, channel)) return false;
+  if (!current && !refresh(name, channel)) return std::nullopt;
 
   const Packet packet{bytes, size};
   bool all_served = true;
@@ -47,13 +48,25 @@ bool Publisher::publish(std::string_view name, const void* bytes, std::size_t si
   }
   if (!all_served) offer_again(channel, packet);
   forget_gone(channel);
-  return true;
+  return channel.subscribers.size();
 }
 
 Publisher::Channel& Publisher::channel_named(std::string_view name) {
   auto channel = _channels.find(name);
-  if (channel == _channels.end()) channel = _channels.emplace(name, Channel{}).first;
+  if (channel == _channels.end()) {
+    if (_channels.size() == kMostChannels) forget_oldest_channel();
+    channel = _channels.emplace(name, Channel{}).first;
+  }
+  channel->second.used = ++_publishes;
   return channel->second;
+}
+
+/// Whoever publishes on ever new channels must not fill the memory, nor use up the descriptors.
+void Publisher::forget_oldest_channel() {
+  const auto used_before = [](const auto& a, const auto& b) {
+    return a.second.used < b.second.used;
+  };
+  _channels.erase(std::min_element(_channels.begin(), _channels.end(), used_before));
 }
 
 /// Brings the subscribers of the channel `name` up to date. False when the bus cannot be used.
@@ -110,7 +123,11 @@ void Publisher::offer(Subscriber& subscriber, Packet packet) {
     if (subscriber.connection) error = try_send(subscriber, packet);
   }
   subscriber.waiting = error != 0 && subscriber.connection;
-  if (error == 0) subscriber.stalled = false;
+  if (error == 0 && subscriber.stalled) {
+    subscriber.stalled = false;
+    report(subscriber.name +
+           " takes its packets again; dropped in all: " + std::to_string(subscriber.drops));
+  }
 }
 
 /// Gives those that had no room for the packet some time, all of them together.

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,15 +21,20 @@
 /// is known to listen.
 ///
 /// A subscriber that takes no packet for 50 ms is stalled until it takes one again: its copies are
-/// dropped at once.
+/// dropped at once. A line says when it stalls, another when it takes packets again.
+///
+/// The subscribers of the kMostChannels channels used last are remembered. What else is published
+/// on costs a look at the directory each time it comes back.
 class Publisher {
  public:
   /// The publisher of this process.
   static Publisher& instance();
 
-  /// Sends the packet of `size` bytes to every subscriber of `channel`. False when the bus cannot
-  /// be used.
-  bool publish(std::string_view channel, const void* bytes, std::size_t size);
+  static constexpr std::size_t kMostChannels = 64;
+
+  /// Sends the packet of `size` bytes to every subscriber of `channel`, and returns how many there
+  /// are; those that are stalled count. No value when the bus cannot be used.
+  std::optional<std::size_t> publish(std::string_view channel, const void* bytes, std::size_t size);
 
  private:
   struct Packet {
@@ -44,11 +50,13 @@ class Publisher {
   };
   struct Channel {
     unsigned long seen = 0;  // the state of the directory that `subscribers` shows, 0 for none
+    unsigned long used = 0;  // the number of the publish that used it last
     std::vector<Subscriber> subscribers;
   };
   using Clock = std::chrono::steady_clock;
 
   Channel& channel_named(std::string_view name);
+  void forget_oldest_channel();
   bool refresh(std::string_view name, Channel& channel);
   void connect_new(const BusDirectory& directory, const std::vector<std::string>& names,
                    Channel& channel);
@@ -62,7 +70,8 @@ class Publisher {
 
   std::mutex _mutex;  // guards all members below
   DirectoryWatch _watch;
-  unsigned long _state = 1;  // numbers the states of the directory
+  unsigned long _state = 1;      // numbers the states of the directory
+  unsigned long _publishes = 0;  // so far
   std::map<std::string, Channel, std::less<>> _channels;
   Complaint _complaint;
 };

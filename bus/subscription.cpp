@@ -41,9 +41,10 @@ void withdraw_all() {
   for (Subscription* subscription : announced().subscriptions) subscription->withdraw();
 }
 
+/// None with errno set when the process can open no more.
 UniqueFd open_socket() {
   UniqueFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &kInspection, sizeof kInspection);
+  if (socket) setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &kInspection, sizeof kInspection);
   return socket;
 }
 
@@ -66,7 +67,7 @@ bool Subscription::announce() {
     return false;
   }
   UniqueFd socket = open_socket();
-  std::string name = directory->bind(socket, _channel);
+  std::string name = socket ? directory->bind(socket, _channel) : "";
   if (name.empty()) {
     _complaint.about("cannot subscribe " + _channel + ": " + std::system_category().message(errno));
     return false;

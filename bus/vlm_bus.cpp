@@ -1,11 +1,12 @@
 #include "vlm_bus.h"
 
-#include <algorithm>
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <cstring>
 #include <string>
-#include <vector>
+#include <system_error>
 
 #include "bus_directory.h"
 #include "publisher.h"
@@ -28,11 +29,40 @@ bool is_servable(const Receive_msg_t* subscription) {
          is_channel_name(subscription->channel);
 }
 
-bool any_live(const BusDirectory& directory, const char* channel) {
-  const std::vector<std::string> names = directory.sockets_of(channel);
-  return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
-    return static_cast<bool>(directory.connect(name));
-  });
+/// Whom a client misses when nobody subscribes the channel of its requests.
+struct Server {
+  const char* channel;  // of the requests
+  const char* from;     // the channel that a request names as its sender's
+  const char* name;
+  std::atomic<bool> told;  // that it is missing: once a program
+};
+
+Server g_servers[] = {
+    {kRequestChannel, kReplyChannel, "camera", {false}},
+    {kRtspRequestChannel, kRtspReplyChannel, "streaming process", {false}},
+};
+
+/// To be called when nobody got `packet`. Says so when it is a client's request: whatever else the
+/// operator reads then is a time-out. The probes of a server that starts are no requests.
+void tell_missing_server(const userlcm_packet_t& packet, const char* channel) {
+  for (Server& server : g_servers) {
+    const bool request = std::strcmp(channel, server.channel) == 0 &&
+                         std::strncmp(packet.channel, server.from, sizeof packet.channel) == 0;
+    if (!request || server.told.exchange(true)) continue;
+    report(std::string("no ") + server.name + " on bus " + BusDirectory::configured_path() +
+           ": nobody subscribes " + channel);
+  }
+}
+
+/// Whether a live process has a socket of `channel`. False with an `error` when that cannot be told.
+bool any_live(const BusDirectory& directory, const char* channel, std::string& error) {
+  for (const std::string& name : directory.sockets_of(channel)) {
+    if (directory.connect(name)) return true;
+    if (errno != ECONNREFUSED && errno != ENOENT) {
+      error = "cannot reach " + name + ": " + std::system_category().message(errno);
+    }
+  }
+  return false;
 }
 
 }  // namespace
@@ -41,7 +71,9 @@ int send_msg_to_lcm(const userlcm_packet_t* packet, unsigned int length, const c
   if (!packet) return refuse_to_publish("no packet");
   if (length > sizeof packet->msg_buf) return refuse_to_publish("the message is too long");
   if (!channel || !is_channel_name(channel)) return refuse_to_publish("no channel has this name");
-  return Publisher::instance().publish(channel, packet, kHeaderSize + length) ? 0 : -1;
+  const auto subscribers = Publisher::instance().publish(channel, packet, kHeaderSize + length);
+  if (subscribers == std::size_t{0}) tell_missing_server(*packet, channel);
+  return subscribers ? 0 : -1;
 }
 
 void* register_lcm_message(Receive_msg_t* subscription) {
@@ -61,12 +93,14 @@ bool bus_has_subscriber(const char* channel, int timeout_ms) {
   for (;;) {
     std::string error;
     const auto directory = BusDirectory::open(error);
-    if (!directory) {
+    if (directory) {
+      watch.watch(*directory);  // before it is read: no later change is missed
+      if (any_live(*directory, channel, error)) return true;
+    }
+    if (!error.empty()) {
       report(error);
       return false;
     }
-    watch.watch(*directory);  // before it is read: no later change is missed
-    if (any_live(*directory, channel)) return true;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     if (left.count() <= 0) return false;
     watch.wait(static_cast<int>(left.count()));

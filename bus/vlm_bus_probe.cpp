@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "bus_directory.h"
+#include "standard_output.h"
 #include "vlm_bus.h"
 
 namespace {
@@ -58,8 +59,10 @@ std::optional<Request> request_from(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   const std::string_view only = argc == 2 ? argv[1] : "";
-  if (only == "--help") return std::fputs(kUsage, stdout) < 0;
-  if (only == "--version") return std::puts("vlm_bus_probe " VLM_VERSION) < 0;
+  if (only == "--help") return host::show("vlm_bus_probe", kUsage);
+  if (only == "--version") {
+    return host::show("vlm_bus_probe", "vlm_bus_probe " VLM_VERSION "\n");
+  }
   const auto request = request_from(argc, argv);
   if (!request) {
     std::fprintf(stderr, "vlm_bus_probe: wrong usage\n%s", kUsage);

@@ -8,9 +8,6 @@
 
 namespace {
 
-/// Where the scene of the simulated camera is sharp.
-constexpr u32 kSharpFocus = 0x4000;
-
 /// The result of a position that was `accepted` or not.
 vlm_err_t done(bool accepted) { return accepted ? VLM_ERR_NONE : VLM_ERR_IS_INVALID_PARAM; }
 
@@ -33,18 +30,35 @@ bool DrivenAxis::go_to(double position) {
   // Written so that what is no number is refused too.
   if (!(_low <= position && position <= _high)) return false;
   _position = position;
-  _direction = 0;
+  drive(0);
+  return true;
+}
+
+bool DrivenAxis::head_for(double position) {
+  if (!(_low <= position && position <= _high)) return false;
+  drive(0);
+  _target = position;
   return true;
 }
 
 void DrivenAxis::limit(double high) {
   _high = high;
   _position = std::min(_position, high);
+  if (_target) _target = std::min(*_target, high);
+}
+
+void DrivenAxis::drive(int direction) {
+  _direction = direction;
+  _target.reset();
 }
 
 void DrivenAxis::advance(u64 elapsed_ms) {
-  if (_direction == 0) return;
   const double way = _per_second * static_cast<double>(elapsed_ms) / 1000;
+  if (_target) {
+    _position = std::clamp(*_target, _position - way, _position + way);
+    return;
+  }
+  if (_direction == 0) return;
   _position = std::clamp(_position + _direction * way, _low, _high);
 }
 
@@ -53,9 +67,9 @@ std::optional<vlm_err_t> CameraLens::answer(int code, const u8* in, u8* out) {
     case UDP_CTRL_CAM_GET_DIGITAL_ZOOM: store(out, digital_zoom()); return VLM_ERR_NONE;
     case UDP_CTRL_CAM_SET_DIGITAL_ZOOM: return done(_digital_zoom.go_to(load<u32>(in)));
     case UDP_CTRL_CAM_GET_ZOOM: store(out, zoom()); return VLM_ERR_NONE;
-    case UDP_CTRL_CAM_SET_ZOOM: return done(_zoom.go_to(static_cast<double>(load<float>(in))));
+    case UDP_CTRL_CAM_SET_ZOOM: return done(place(_zoom, static_cast<double>(load<float>(in))));
     case UDP_CTRL_CAM_GET_FOCUS: store(out, focus()); return VLM_ERR_NONE;
-    case UDP_CTRL_CAM_SET_FOCUS: return done(_focus.go_to(load<u32>(in)));
+    case UDP_CTRL_CAM_SET_FOCUS: return done(place(_focus, load<u32>(in)));
     case UDP_CTRL_CAM_ZOOM_TELE_WIDE_STOP: return drive(_zoom, load<u32>(in), 1);
     case UDP_CTRL_CAM_DZOOM_TELE_WIDE_STOP: return drive(_digital_zoom, load<u32>(in), 1);
     case UDP_CTRL_CAM_FOCUS_FAR_NEAR_STOP: return drive(_focus, load<u32>(in), -1);
@@ -77,6 +91,23 @@ void CameraLens::halt() {
   _focus.drive(0);
 }
 
+/// The focus limit is the widest again, so that the focus can go home.
+void CameraLens::reset() {
+  _focus.limit(VLM_FOCUS_NEAR_END);
+  place(_zoom, kInitialZoom);
+  _digital_zoom.go_to(kInitialDigitalZoom);
+  place(_focus, kInitialFocus);
+}
+
+void CameraLens::follow(double sharp_focus) {
+  look_at(sharp_focus);
+  if (!_focus.driven()) focus_automatically();
+}
+
+bool CameraLens::place(DrivenAxis& axis, double position) const {
+  return _living ? axis.head_for(position) : axis.go_to(position);
+}
+
 /// The nearest position that the focus may take.
 vlm_err_t CameraLens::limit_focus(u32 limit) {
   if (limit < VLM_FOCUS_FAR_END || limit > VLM_FOCUS_NEAR_END) return VLM_ERR_IS_INVALID_PARAM;
@@ -86,6 +117,6 @@ vlm_err_t CameraLens::limit_focus(u32 limit) {
 
 /// Finds the scene, or the limit where that is farther.
 vlm_err_t CameraLens::focus_automatically() {
-  _focus.go_to(std::min<double>(kSharpFocus, _focus.high()));
+  place(_focus, std::min(_sharp_focus, _focus.high()));
   return VLM_ERR_NONE;
 }

@@ -1,5 +1,6 @@
 // Zoom, digital zoom and focus of the simulated camera: positions that are set at once, or driven
-// at a steady speed until they are told to stop or reach their end.
+// at a steady speed until they are told to stop or reach their end. The lens of a living camera takes
+// its time for a position that is set, too; the digital zoom never does.
 #ifndef CAMERA_SIM_CAMERA_LENS_H
 #define CAMERA_SIM_CAMERA_LENS_H
 
@@ -19,10 +20,13 @@ class DrivenAxis {
 
   /// Goes to `position` at once and stops there; false when that is beyond an end or no number.
   bool go_to(double position);
+  /// Likewise, but moves there at its speed.
+  bool head_for(double position);
+  bool driven() const { return _direction != 0; }
   /// Moves the upper end; the position follows it when it would lie beyond.
   void limit(double high);
   /// `direction` 1 drives to the upper end, -1 to the lower one, 0 stops.
-  void drive(int direction) { _direction = direction; }
+  void drive(int direction);
   void advance(u64 elapsed_ms);
 
  private:
@@ -31,29 +35,46 @@ class DrivenAxis {
   double _position;
   double _per_second;
   int _direction = 0;
+  std::optional<double> _target;  // of the way under way; none when driven
 };
 
 class CameraLens {
  public:
+  /// `living`: one that takes its time.
+  explicit CameraLens(bool living = false) : _living(living) {}
+
   /// Carries out the lens command `code` as CameraSettings::answer does; no value: none of its
   /// codes.
   std::optional<vlm_err_t> answer(int code, const u8* in, u8* out);
   void advance(u64 elapsed_ms);
-  /// Stops every drive; positions stay.
+  /// Stops every movement; positions stay.
   void halt();
+  /// Brings the defaults back.
+  void reset();
+  /// Keeps the focus where the scene is sharp, as far as its limit lets it, unless it is driven.
+  void follow(double sharp_focus);
+  /// Where the scene is sharp, for auto focus.
+  void look_at(double sharp_focus) { _sharp_focus = sharp_focus; }
 
   float zoom() const { return static_cast<float>(_zoom.position()); }
   u32 digital_zoom() const { return static_cast<u32>(_digital_zoom.position()); }
   u32 focus() const { return static_cast<u32>(_focus.position()); }
 
  private:
+  bool place(DrivenAxis& axis, double position) const;
   vlm_err_t limit_focus(u32 limit);
   vlm_err_t focus_automatically();
 
-  DrivenAxis _zoom{VLM_ZOOM_LEAST, VLM_ZOOM_MOST, 1.0, 5.0};
-  DrivenAxis _digital_zoom{VLM_DIGITAL_ZOOM_LEAST, VLM_DIGITAL_ZOOM_MOST, 10, 10};
+  static constexpr double kInitialZoom = VLM_ZOOM_LEAST;
+  static constexpr double kInitialDigitalZoom = VLM_DIGITAL_ZOOM_LEAST;
+  static constexpr double kInitialFocus = 0x4000;
+
+  bool _living;
+  double _sharp_focus = kInitialFocus;
+  DrivenAxis _zoom{VLM_ZOOM_LEAST, VLM_ZOOM_MOST, kInitialZoom, 5.0};
+  DrivenAxis _digital_zoom{VLM_DIGITAL_ZOOM_LEAST, VLM_DIGITAL_ZOOM_MOST, kInitialDigitalZoom, 10};
   // The lower end is the far one.
-  DrivenAxis _focus{VLM_FOCUS_FAR_END, VLM_FOCUS_NEAR_END, 0x4000, 0x2000};
+  DrivenAxis _focus{VLM_FOCUS_FAR_END, VLM_FOCUS_NEAR_END, kInitialFocus, 0x2000};
 };
 
 #endif  // CAMERA_SIM_CAMERA_LENS_H

@@ -3,6 +3,8 @@
 #include "camera_model.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstring>
 #include <iterator>
 
@@ -43,8 +45,11 @@ bool contains(const int (&codes)[kSize], int code) {
 
 }  // namespace
 
-CameraModel::CameraModel(bool thermal)
-    : _thermal_sensor(thermal),
+CameraModel::CameraModel(const CameraTraits& traits)
+    : _traits(traits),
+      _scene(traits.seed),
+      _storage(traits.card_kib),
+      _lens(traits.living),
       _capture(_settings, _storage, _notifications),
       _thermal(_settings) {}
 
@@ -85,6 +90,16 @@ bool CameraModel::remove_card(u64 now_ms) {
   return announce_card(changed);
 }
 
+bool CameraModel::leave_free(u64 kib, u64 now_ms) {
+  advance(now_ms);
+  return _storage.leave_free(kib);
+}
+
+void CameraModel::power_cycle(u64 now_ms) {
+  advance(now_ms);
+  restart(_now_ms);
+}
+
 vlm_err_t CameraModel::put_property(const std::string& name, const std::string& value) {
   return _properties.put(name, value);
 }
@@ -104,6 +119,7 @@ u32 CameraModel::version() const {
 void CameraModel::advance(u64 now_ms) {
   const u64 now = std::min(std::max(now_ms, _now_ms), kLatestMs);
   _capture.advance(now);
+  if (_traits.living) live(now);
   _lens.advance(now - _now_ms);
   _now_ms = now;
   if (_phase == CameraPhase::kUpgrading && now >= _phase_ends_ms) {
@@ -113,11 +129,40 @@ void CameraModel::advance(u64 now_ms) {
   if (_phase == CameraPhase::kBooting && now >= _phase_ends_ms) _phase = CameraPhase::kRunning;
 }
 
+/// What the scene of `now_ms` makes a living camera do by itself.
+void CameraModel::live(u64 now_ms) {
+  const double sharp_focus = _scene.sharp_focus(now_ms);
+  if (_settings[Setting::kFocusMode] == kFocusAuto) {
+    _lens.follow(sharp_focus);
+  } else {
+    _lens.look_at(sharp_focus);
+  }
+  if (_settings[Setting::kAeMode] == kExposureAuto) expose(_scene.light_ev(now_ms));
+  _thermal.warm_up_by(_scene.warmth_x10(now_ms));
+}
+
+/// Auto exposure: 1/125 s at the lowest sensitivity in usual light; where it is too dark for 1/30 s,
+/// the sensitivity makes up for it.
+void CameraModel::expose(double light_ev) {
+  constexpr double kUsualPerSecond = 125;
+  constexpr double kSlowestPerSecond = 30;
+  constexpr double kLowestIso = 100;
+  const double per_second = kUsualPerSecond * std::exp2(light_ev);
+  udp_ctrl_cam_shutter_iso_t exposure{};
+  exposure.sht_num = 1;
+  exposure.sht_dem = static_cast<u16>(std::max(per_second, kSlowestPerSecond));
+  exposure.iso = static_cast<u32>(kLowestIso * std::max(1.0, kSlowestPerSecond / per_second));
+  std::array<u8, kPayloadSize> in{};
+  std::array<u8, kPayloadSize> out{};
+  store(in.data(), exposure);
+  _settings.answer(UDP_CTRL_CAM_SET_PARAMS_SHUTTER_ISO, in.data(), out.data());
+}
+
 /// The result of a command; payload is left in `out` on success alone.
 vlm_err_t CameraModel::answer(int code, const u8* in, u8* out) {
   if (_phase == CameraPhase::kUpgrading) return VLM_ERR_IS_UPGRADING_QUORIN_CAMERA;
   if (_phase == CameraPhase::kBooting) return VLM_ERR_CAMERA_NOT_INITIAL;
-  if (is_thermal_code(code) && !_thermal_sensor) return VLM_ERR_UNSUPPORTED_COMMAND;
+  if (is_thermal_code(code) && !_traits.thermal) return VLM_ERR_UNSUPPORTED_COMMAND;
   if (_capture.recording() && contains(kRefusedWhileRecording, code)) return VLM_ERR_IS_RECORDING;
   if (_capture.capturing() && contains(kRefusedWhileCapturing, code)) return VLM_ERR_IS_CAPTURING;
   if (auto result = answer_own(code, in, out)) return *result;
@@ -137,7 +182,7 @@ std::optional<vlm_err_t> CameraModel::answer_own(int code, const u8* in, u8* out
   switch (code) {
     case UDP_CTRL_CAM_GET_ALL_REQUEST: store(out, request_list()); return VLM_ERR_NONE;
     case UDP_CTRL_CAM_FORMAT_SDCARD: return format(in[0]);
-    case UDP_CTRL_CAM_RESET_CAMERA_SETTINGS: _settings = CameraSettings(); return VLM_ERR_NONE;
+    case UDP_CTRL_CAM_RESET_CAMERA_SETTINGS: reset(); return VLM_ERR_NONE;
     case UDP_CTRL_CAM_GET_CAMERA_VERSION: report_version(out); return VLM_ERR_NONE;
     // The camera's clock shows in no answer.
     case UDP_CTRL_CAM_SET_SYS_TIME: return VLM_ERR_NONE;
@@ -186,9 +231,15 @@ udp_ctrl_cam_request_list_t CameraModel::request_list() const {
 
 /// Module name, then the version word.
 void CameraModel::report_version(u8* out) const {
-  const char* name = _thermal_sensor ? kThermalModuleName : kModuleName;
+  const char* name = _traits.thermal ? kThermalModuleName : kModuleName;
   std::memcpy(out, name, strnlen(name, kModuleNameSize));
   store(out + kModuleNameSize, version());
+}
+
+/// The lens belongs to the settings, as far as its positions are set.
+void CameraModel::reset() {
+  _settings = CameraSettings();
+  _lens.reset();
 }
 
 vlm_err_t CameraModel::format(u8 slot) {

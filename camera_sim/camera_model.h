@@ -10,6 +10,7 @@
 #include "camera_lens.h"
 #include "camera_notifications.h"
 #include "camera_properties.h"
+#include "camera_scene.h"
 #include "camera_settings.h"
 #include "camera_storage.h"
 #include "camera_thermal.h"
@@ -21,12 +22,19 @@ enum class CameraPhase { kRunning, kUpgrading, kBooting };
 constexpr u64 kUpgradeMs = 3000;
 constexpr u64 kBootMs = 1000;
 
+/// What a camera is like.
+struct CameraTraits {
+  bool thermal = false;  // has a thermal sensor
+  bool living = false;   // moves in time, and sees a scene that changes
+  u32 card_kib = kCardKib;
+  u64 seed = 0;  // of what changes by chance
+};
+
 /// Not synchronised. A time before the latest one handed in counts as that one.
 class CameraModel {
  public:
-  /// A camera that has just started in video mode, with a card; `thermal`: one with a thermal
-  /// sensor.
-  explicit CameraModel(bool thermal = false);
+  /// A camera that has just started in video mode, with a card.
+  explicit CameraModel(const CameraTraits& traits = {});
   CameraModel(const CameraModel&) = delete;
   CameraModel& operator=(const CameraModel&) = delete;
 
@@ -44,6 +52,12 @@ class CameraModel {
   /// The operator's hand: puts the card in or takes it out; false when there is nothing to change.
   bool insert_card(u64 now_ms);
   bool remove_card(u64 now_ms);
+  /// Leaves `kib` of the card free; false when there is no card or it is smaller.
+  bool leave_free(u64 kib, u64 now_ms);
+  /// Sends a notification when it is due, whatever has happened.
+  void notify(const Notification& notification) { _notifications.add(notification); }
+  /// Takes the camera's power away and gives it back: what runs ends, settings stay.
+  void power_cycle(u64 now_ms);
   /// Sets or unsets a property as CameraProperties::put does.
   vlm_err_t put_property(const std::string& name, const std::string& value);
 
@@ -54,19 +68,26 @@ class CameraModel {
   u32 version() const;
   u32 pictures_taken() const { return _capture.pictures_taken(); }
   const CameraProperties& properties() const { return _properties; }
+  const CameraSettings& settings() const { return _settings; }
+  const CameraLens& lens() const { return _lens; }
+  const CameraTraits& traits() const { return _traits; }
 
  private:
   void advance(u64 now_ms);
+  void live(u64 now_ms);
+  void expose(double light_ev);
   vlm_err_t answer(int code, const u8* in, u8* out);
   std::optional<vlm_err_t> answer_own(int code, const u8* in, u8* out);
   udp_ctrl_cam_request_list_t request_list() const;
   void report_version(u8* out) const;
+  void reset();
   vlm_err_t format(u8 slot);
   vlm_err_t upgrade();
   void restart(u64 now_ms);
   bool announce_card(bool changed);
 
-  const bool _thermal_sensor;
+  const CameraTraits _traits;
+  const CameraScene _scene;
   u64 _now_ms = 0;
   CameraPhase _phase = CameraPhase::kRunning;
   u64 _phase_ends_ms = 0;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "faulty_packets.h"
 #include "payload_bytes.h"
 #include "sim_describe.h"
 
@@ -28,12 +29,10 @@ userlcm_packet_t packet_from(const char* sender) {
 
 }  // namespace
 
-CameraPeer::CameraPeer(bool thermal, FaultPlan faults, u64 seed, Publish publish, Trace trace)
-    : _publish(std::move(publish)),
-      _trace(std::move(trace)),
-      _prompt(faults.latency_high_us == 0),
-      _camera(thermal),
-      _faults(std::move(faults), seed),
+CameraPeer::CameraPeer(const CameraTraits& traits, FaultPlan faults, Outlets outlets)
+    : _outlets(std::move(outlets)),
+      _camera(traits),
+      _faults(std::move(faults), traits.seed),
       _sender([this] { serve(); }) {}
 
 void CameraPeer::receive(const void* packet, unsigned int length) {
@@ -51,22 +50,22 @@ void CameraPeer::receive_rtsp(const void* packet, unsigned int length) {
   const std::string reply_channel = load_text(bytes, sizeof(userlcm_packet_t::channel));
   if (reply_channel.empty()) return ignore("names no channel for the answer");
   const auto request = load<lcm_udp_rtsp_msg_t>(bytes + kEnvelopeSize);
-  if (_trace) _trace("-> " + describe_rtsp(request));
+  if (_outlets.trace) _outlets.trace("-> " + describe_rtsp(request));
   std::optional<lcm_udp_rtsp_msg_t> reply;
   {
     const std::lock_guard<std::mutex> guard(_mutex);
     reply = _rtsp.handle(request);
   }
   if (!reply) return ignore("no command of the streaming process");
-  if (_trace) _trace("<- " + describe_rtsp(*reply));
+  if (_outlets.trace) _outlets.trace("<- " + describe_rtsp(*reply));
   userlcm_packet_t answer = packet_from(kRtspRequestChannel);
   store(answer.msg_buf, *reply);
-  _publish(&answer, sizeof *reply, reply_channel.c_str());
+  _outlets.publish(&answer, sizeof *reply, reply_channel.c_str());
 }
 
 OperatorAnswer CameraPeer::operate(const std::string& line) {
   const std::lock_guard<std::mutex> guard(_mutex);
-  OperatorAnswer answer = ::operate({_camera, _rtsp, now_ms()}, line);
+  OperatorAnswer answer = ::operate(board(), line);
   wake_sender();
   return answer;
 }
@@ -82,17 +81,23 @@ void CameraPeer::stop() {
 
 /// Decides, carries out and schedules under the lock; publishes a prompt reply without it.
 void CameraPeer::answer(const udp_ctrl_cam_t& request) {
-  if (_trace) _trace("-> " + describe_request(request));
+  if (_outlets.trace) _outlets.trace("-> " + describe_request(request));
   std::unique_lock<std::mutex> lock(_mutex);
   const Fate fate = _faults.next(request.cmd_type);
   if (fate.muted) return ignore("muted");
+  if (fate.restart) {
+    _camera.power_cycle(now_ms());
+    return ignore("the camera restarts");
+  }
   const udp_ctrl_cam_t reply = reply_to(request, fate);
-  const bool at_once = _prompt && !fate.held;
+  const bool at_once = may_answer_at_once(fate);
   if (!at_once) schedule(reply, fate);
   wake_sender();
   lock.unlock();
-  if (fate.copies == 0 && _trace) _trace("<- lost: " + describe_reply(reply));
-  for (int copy = 0; at_once && copy < fate.copies; ++copy) publish(outgoing(reply));
+  if (fate.copies == 0 && _outlets.trace) _outlets.trace("<- lost: " + describe_reply(reply));
+  if (at_once) {
+    send_all(reply, fate, [this](const OutgoingPacket& packet) { publish(packet); });
+  }
 }
 
 /// The camera's reply, or the error that the faults ask for. Under the lock.
@@ -109,37 +114,76 @@ OutgoingPacket CameraPeer::outgoing(const udp_ctrl_cam_t& reply) const {
   OutgoingPacket made{packet_from(kRequestChannel), sizeof(msg_from_rep_t), {}};
   made.packet.msg_buf[0] = LCM_CONTROL_CAMERA;
   store(made.packet.msg_buf + 1, reply);
-  if (_trace) made.trace = "<- " + describe_reply(reply);
+  if (_outlets.trace) made.trace = "<- " + describe_reply(reply);
   return made;
+}
+
+/// Likewise, with the damage of its fate.
+OutgoingPacket CameraPeer::outgoing(const udp_ctrl_cam_t& reply, const Fate& fate) const {
+  OutgoingPacket made = outgoing(reply);
+  damage(made, fate);
+  if (_outlets.trace && fate.length)
+    made.trace += ", of " + std::to_string(*fate.length) + " bytes";
+  if (_outlets.trace && fate.bit) made.trace += ", bit " + std::to_string(*fate.bit) + " flipped";
+  return made;
+}
+
+/// Hands the copies of a reply to `send`, and right behind them the one that nobody asked for.
+template <typename Send>
+void CameraPeer::send_all(const udp_ctrl_cam_t& reply, const Fate& fate, Send send) const {
+  for (int copy = 0; copy < fate.copies; ++copy) send(outgoing(reply, fate));
+  if (fate.stray) send(outgoing(stray_reply(reply.cmd_type, *fate.stray)));
 }
 
 /// Lines up the copies of a reply that is not prompt. Under the lock.
 void CameraPeer::schedule(const udp_ctrl_cam_t& reply, const Fate& fate) {
   const u64 due_us = now_us() + fate.delay_us;
-  for (int copy = 0; copy < fate.copies; ++copy) {
-    if (fate.held) {
-      _schedule.add(due_us, outgoing(reply));
-    } else {
-      _schedule.add_in_order(due_us, outgoing(reply));
-    }
-  }
+  send_all(reply, fate, [&](OutgoingPacket packet) {
+    account_for(fate.held ? _schedule.add(due_us, std::move(packet))
+                          : _schedule.add_in_order(due_us, std::move(packet)));
+  });
 }
 
-/// Tells before it publishes: whoever has the packet finds its line too. Not under the lock.
+/// Whether the reply is due now and overtakes nothing. Under the lock.
+bool CameraPeer::may_answer_at_once(const Fate& fate) const {
+  return fate.delay_us == 0 && !_schedule.holds_ordered() && !_sender_publishes;
+}
+
+/// Tells when packets begin to find no room, and when they find room again. Under the lock.
+void CameraPeer::account_for(bool scheduled) {
+  if (!scheduled) ++_drops;
+  if (scheduled != _dropping) return;
+  _dropping = !scheduled;
+  if (!_outlets.complain) return;
+  const std::string most = std::to_string(PacketSchedule::kMostPackets);
+  _outlets.complain((_dropping ? most + " packets wait, no more fit; dropped so far: "
+                               : "packets fit again; dropped in all: ") +
+                    std::to_string(_drops));
+}
+
+/// Tells, and keeps a picture, before it publishes: whoever has the packet finds both. Not under the
+/// lock.
 void CameraPeer::publish(const OutgoingPacket& outgoing) const {
-  if (_trace) _trace(outgoing.trace);
-  _publish(&outgoing.packet, outgoing.length, kReplyChannel);
+  const u8* message = outgoing.packet.msg_buf;
+  if (_outlets.keep_picture && message[0] == LCM_MISC_IMAGE_INFO) {
+    _outlets.keep_picture(load<udp_ctrl_cam_misc_image_info_t>(message + 1));
+  }
+  if (_outlets.trace) _outlets.trace(outgoing.trace);
+  _outlets.publish(&outgoing.packet, outgoing.length, kReplyChannel);
 }
 
 /// Body of the sender thread: publishes what is due, and sleeps until more will be.
 void CameraPeer::serve() {
   std::unique_lock<std::mutex> lock(_mutex);
   while (!_stopping) {
+    carry_out_agenda();
     collect_notifications();
     if (const auto due = _schedule.take(now_us())) {
+      _sender_publishes = true;
       lock.unlock();
       publish(*due);
       lock.lock();
+      _sender_publishes = false;
       continue;
     }
     _sender_wakes_us = next_due_us();
@@ -159,8 +203,16 @@ void CameraPeer::collect_notifications() {
     OutgoingPacket made{packet_from(kRequestChannel), sizeof(msg_from_rep_t), {}};
     made.packet.msg_buf[0] = static_cast<u8>(due.type);
     store(made.packet.msg_buf + 1, due.data);
-    if (_trace) made.trace = "<- " + describe_notification(due);
-    _schedule.add_in_order(now_us(), std::move(made));
+    if (_outlets.trace) made.trace = "<- " + describe_notification(due);
+    account_for(_schedule.add_in_order(now_us(), std::move(made)));
+  }
+}
+
+/// What the operator let wait. Under the lock.
+void CameraPeer::carry_out_agenda() {
+  while (const auto line = _agenda.take(now_ms())) {
+    const OperatorAnswer answer = ::operate(board(), *line);
+    if (_outlets.tell) _outlets.tell(answer.text);
   }
 }
 
@@ -171,9 +223,9 @@ void CameraPeer::wake_sender() {
 
 /// When a packet or a notification is due next. Under the lock.
 u64 CameraPeer::next_due_us() const {
-  const auto notification_ms = _camera.next_due_ms();
-  return std::min(_schedule.next_due_us().value_or(kNever),
-                  notification_ms ? *notification_ms * 1000 : kNever);
+  const auto in_us = [](std::optional<u64> ms) { return ms ? *ms * 1000 : kNever; };
+  return std::min({_schedule.next_due_us().value_or(kNever), in_us(_camera.next_due_ms()),
+                   in_us(_agenda.next_due_ms())});
 }
 
 /// Microseconds since the peer was made.
@@ -183,5 +235,5 @@ u64 CameraPeer::now_us() const {
 }
 
 void CameraPeer::ignore(const char* why) const {
-  if (_trace) _trace(std::string("ignored: ") + why);
+  if (_outlets.trace) _outlets.trace(std::string("ignored: ") + why);
 }

@@ -23,10 +23,21 @@ class CameraPeer {
  public:
   /// Publishes as send_msg_to_lcm does; called from any thread.
   using Publish = std::function<int(const userlcm_packet_t*, unsigned int, const char*)>;
-  /// Takes one line about what passed, without its end; called from any thread. May be empty.
-  using Trace = std::function<void(const std::string&)>;
+  /// Takes one line of text, without its end; called from any thread.
+  using TakeLine = std::function<void(const std::string&)>;
+  /// Takes the data of a picture, before its notification goes out; called on the sender thread.
+  using KeepPicture = std::function<void(const udp_ctrl_cam_misc_image_info_t&)>;
 
-  CameraPeer(bool thermal, FaultPlan faults, u64 seed, Publish publish, Trace trace = {});
+  /// Where the peer's doings go. All but the first may be empty.
+  struct Outlets {
+    Publish publish;
+    TakeLine trace;     // what passes
+    TakeLine complain;  // what goes wrong
+    TakeLine tell;      // answers to commands that the operator let wait
+    KeepPicture keep_picture;
+  };
+
+  CameraPeer(const CameraTraits& traits, FaultPlan faults, Outlets outlets);
   /// No other call may be under way.
   ~CameraPeer() { stop(); }
   CameraPeer(const CameraPeer&) = delete;
@@ -52,19 +63,24 @@ class CameraPeer {
   void answer(const udp_ctrl_cam_t& request);
   udp_ctrl_cam_t reply_to(const udp_ctrl_cam_t& request, const Fate& fate);
   OutgoingPacket outgoing(const udp_ctrl_cam_t& reply) const;
+  OutgoingPacket outgoing(const udp_ctrl_cam_t& reply, const Fate& fate) const;
+  template <typename Send>
+  void send_all(const udp_ctrl_cam_t& reply, const Fate& fate, Send send) const;
   void schedule(const udp_ctrl_cam_t& reply, const Fate& fate);
+  bool may_answer_at_once(const Fate& fate) const;
+  void account_for(bool scheduled);
   void publish(const OutgoingPacket& outgoing) const;
   void serve();
   void collect_notifications();
+  void carry_out_agenda();
+  SimulatedBoard board() { return {_camera, _rtsp, _faults.plan(), _agenda, now_ms()}; }
   void wake_sender();
   u64 next_due_us() const;
   u64 now_us() const;
   u64 now_ms() const { return now_us() / 1000; }
   void ignore(const char* why) const;
 
-  const Publish _publish;
-  const Trace _trace;
-  const bool _prompt;  // replies are due at once, unless they are held back
+  const Outlets _outlets;
   const Clock::time_point _start = Clock::now();
 
   std::mutex _mutex;  // guards all members below
@@ -72,8 +88,12 @@ class CameraPeer {
   CameraModel _camera;
   RtspModel _rtsp;
   Faults _faults;
+  OperatorAgenda _agenda;
   PacketSchedule _schedule;
   u64 _sender_wakes_us = kNever;  // what the sender thread waits for
+  bool _sender_publishes = false;
+  bool _dropping = false;  // the last packet found no room
+  u64 _drops = 0;          // packets that found none
   bool _stopping = false;
   std::thread _sender;  // last: runs serve() as long as the object lives
 };

@@ -301,6 +301,29 @@ std::optional<vlm_err_t> CameraSettings::answer(int code, const u8* in, u8* out)
   return answer_special(code, in, out);
 }
 
+std::vector<udp_ctrl_cam_t> CameraSettings::as_requests() const {
+  std::vector<udp_ctrl_cam_t> requests;
+  const auto add = [&requests](int code, const void* payload, std::size_t size) {
+    udp_ctrl_cam_t request{};
+    request.cmd_type = static_cast<u16>(code);
+    std::memcpy(request.cmd_params, payload, size);
+    requests.push_back(request);
+  };
+  for (const PlainRow& row : kPlain) {
+    add(row.set_code, &_values[static_cast<std::size_t>(row.setting)], row.width);
+  }
+  const u8* const records = reinterpret_cast<const u8*>(&_records);
+  for (const RecordRow& row : kRecords) add(row.set_code, records + row.offset, row.size);
+  const u32 iso = (*this)[Setting::kIso];
+  const udp_ctrl_cam_shutter_iso_t exposure{0, _records.shutter.sht_num, _records.shutter.sht_dem,
+                                            iso};
+  add(UDP_CTRL_CAM_SET_PARAMS_SHUTTER_ISO, &exposure, sizeof exposure);
+  for (const vlm_stream_prop_t& stream : _records.streams) {
+    add(UDP_CTRL_CAM_SET_STREAM_PROP, &stream, sizeof stream);
+  }
+  return requests;
+}
+
 /// Two formats are known not to work: fast ultra-high definition in H.265, 100 frames in PAL.
 vlm_err_t CameraSettings::check_video(const udp_ctrl_video_t& video, u32 encode_mode,
                                       u32 system_mode) {

@@ -6,9 +6,11 @@
 
 #include <array>
 #include <optional>
+#include <vector>
 
 #include "vlm_camera_codes.h"
 #include "vlm_camera_payloads.h"
+#include "vlm_userlcm_control_camera.h"
 
 /// The plain values, in the order of their table.
 enum class Setting : u8 {
@@ -65,6 +67,8 @@ constexpr u32 kMeterSpot = 2;
 constexpr u32 kEncodeH265 = 3;
 constexpr u32 kSystemPal = 1;
 constexpr u32 kFilenumSequential = 1;
+constexpr u32 kExposureAuto = 0;
+constexpr u32 kFocusAuto = 2;
 
 /// Streams by `vlm_stream_prop_t::stream_id`: the main one and the second one.
 constexpr u32 kStreamCount = 2;
@@ -105,6 +109,9 @@ class CameraSettings {
 
   u32 operator[](Setting setting) const { return _values[static_cast<std::size_t>(setting)]; }
   const CameraRecords& records() const { return _records; }
+
+  /// Every setting as it is: the requests that would set them so.
+  std::vector<udp_ctrl_cam_t> as_requests() const;
 
   /// Whether recorded video may have this format under `encode_mode` and `system_mode`.
   static vlm_err_t check_video(const udp_ctrl_video_t& video, u32 encode_mode, u32 system_mode);

@@ -9,14 +9,20 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
 #include <random>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
 #include "bus_readiness.h"
+#include "bus_role.h"
 #include "camera_peer.h"
+#include "media_folder.h"
 #include "sim_options.h"
+#include "standard_output.h"
 #include "vlm_userlcm_control_camera.h"
 
 namespace {
@@ -36,7 +42,8 @@ void on_end_signal(int) { g_end = 1; }
 // On the bus threads.
 
 extern "C" void on_camera_packet(void* packet, unsigned int length, char* channel, void*) {
-  if (!g_readiness->is_probe(packet, length, channel)) g_peer->receive(packet, length);
+  if (g_readiness->is_probe(packet, length, channel) || is_role_packet(packet, length)) return;
+  g_peer->receive(packet, length);
 }
 
 extern "C" void on_rtsp_packet(void* packet, unsigned int length, char* channel, void*) {
@@ -78,6 +85,13 @@ void subscribe(const char* channel, ReceiveBufCallBack callback) {
   }).detach();
 }
 
+/// Subscribes the channels of both processes; false when the bus does not deliver.
+bool subscribe_all() {
+  subscribe(kRequestChannel, on_camera_packet);
+  subscribe(kRtspRequestChannel, on_rtsp_packet);
+  return g_readiness->wait(kReadinessLimit);
+}
+
 void print_line(const std::string& line) { std::puts(line.c_str()); }
 
 /// Runs the operator's lines; false when one of them ends the program.
@@ -90,16 +104,26 @@ bool run(const std::vector<std::string>& lines) {
   return true;
 }
 
+/// Shows the operator at a terminal, and nobody else, that a line may be entered.
+void prompt() {
+  if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0) return;
+  std::fputs("camera_sim> ", stdout);
+  std::fflush(stdout);
+}
+
 /// Serves the operator until a signal, or the operator, ends the program.
 void serve_operator(const sigset_t& waiting_mask) {
   LineBuffer buffer;
   pollfd input{STDIN_FILENO, POLLIN, 0};
+  prompt();
   while (g_end == 0) {
     if (ppoll(&input, 1, nullptr, &waiting_mask) <= 0) continue;
     char bytes[512];
     const ssize_t size = read(STDIN_FILENO, bytes, sizeof bytes);
     if (size > 0) {
-      if (!run(buffer.feed(bytes, static_cast<std::size_t>(size)))) return;
+      const std::vector<std::string> lines = buffer.feed(bytes, static_cast<std::size_t>(size));
+      if (!run(lines)) return;
+      if (!lines.empty()) prompt();
     } else if (size == 0 || (errno != EINTR && errno != EAGAIN)) {
       if (!run({buffer.rest()})) return;
       input.fd = -1;  // no more input: wait for a signal alone
@@ -107,10 +131,54 @@ void serve_operator(const sigset_t& waiting_mask) {
   }
 }
 
+void print_text(const std::string& text) { std::fputs(text.c_str(), stdout); }
+
+void print_complaint(const std::string& line) {
+  std::fprintf(stderr, "camera_sim: %s\n", line.c_str());
+}
+
 /// Says what is wrong on standard error; returns `status`.
 int complain(const std::string& message, int status) {
-  std::fprintf(stderr, "camera_sim: %s\n", message.c_str());
+  print_complaint(message);
   return status;
+}
+
+/// Keeps pictures in `folder`; what goes wrong over and over is told once.
+CameraPeer::KeepPicture keep_in(const std::string& folder) {
+  return [media = MediaFolder(folder), last = std::string()](const auto& picture) mutable {
+    const std::string trouble = media.keep(picture);
+    if (!trouble.empty() && trouble != last) print_complaint("a picture is not kept: " + trouble);
+    last = trouble;
+  };
+}
+
+CameraPeer::Outlets outlets_of(const SimOptions& options) {
+  CameraPeer::Outlets outlets{send_msg_to_lcm, {}, print_complaint, print_text, {}};
+  if (options.verbose) outlets.trace = print_line;
+  if (!options.media.empty()) outlets.keep_picture = keep_in(options.media);
+  return outlets;
+}
+
+/// Runs the commands in the file `script`, if any; empty lines and those that begin with # are none.
+/// Returns -1, or the exit status when it cannot be run, or says "quit".
+int run_script(const std::string& script) {
+  if (script.empty()) return -1;
+  std::ifstream file(script);
+  if (!file) return complain(script + ": " + std::strerror(errno), kFailure);
+  int number = 0;
+  for (std::string line; std::getline(file, line);) {
+    ++number;
+    if (line[0] == '#') continue;
+    const OperatorAnswer answer = g_peer->operate(line);
+    if (answer.wrong) {
+      return complain(script + ":" + std::to_string(number) + ": " +
+                          answer.text.substr(0, answer.text.find('\n')),
+                      kUsageFault);
+    }
+    print_text(answer.text);
+    if (answer.quit) return 0;
+  }
+  return -1;
 }
 
 /// Serves until it is told to end; returns the exit status.
@@ -118,13 +186,12 @@ int simulate(const SimOptions& options) {
   const u64 seed = options.seed ? *options.seed : std::random_device()();
   const sigset_t waiting_mask = hold_end_signals();
   g_readiness = new BusReadiness("camera_sim", {kRequestChannel, kRtspRequestChannel});
-  g_peer = new CameraPeer(options.thermal, options.faults, seed, send_msg_to_lcm,
-                          options.verbose ? CameraPeer::Trace(print_line) : nullptr);
-  subscribe(kRequestChannel, on_camera_packet);
-  subscribe(kRtspRequestChannel, on_rtsp_packet);
-  if (!g_readiness->wait(kReadinessLimit)) {
-    return complain("the bus does not deliver", kFailure);
-  }
+  g_peer = new CameraPeer({options.thermal, options.live, options.card_kib, seed}, options.faults,
+                          outlets_of(options));
+  const std::string objection =
+      serve_in_role("camera_sim", kRequestChannel, options.force, subscribe_all);
+  if (!objection.empty()) return complain(objection, kFailure);
+  if (const int status = run_script(options.script); status >= 0) return status;
   std::printf("camera_sim: ready, seed %llu\n", static_cast<unsigned long long>(seed));
   serve_operator(waiting_mask);
   g_peer->stop();
@@ -138,15 +205,13 @@ int main(int argc, char** argv) {
   const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
   const std::string fault = parse_options(arguments, options);
   if (!fault.empty()) return complain(fault + "; see --help", kUsageFault);
-  if (options.help) {
-    std::fputs(options_help().c_str(), stdout);
-    return 0;
-  }
-  if (options.version) {
-    std::puts("camera_sim " VLM_VERSION);
-    return 0;
-  }
+  if (options.help) return host::show("camera_sim", options_help());
+  if (options.version) return host::show("camera_sim", "camera_sim " VLM_VERSION "\n");
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   ensure_standard_input();
-  return simulate(options);
+  try {
+    return simulate(options);
+  } catch (const std::system_error& error) {
+    return complain("a thread cannot be made: " + error.code().message(), kFailure);
+  }
 }

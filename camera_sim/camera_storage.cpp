@@ -48,8 +48,14 @@ vlm_err_t CameraStorage::format(u8 slot) {
   if (slot == kInternalSlot) return VLM_ERR_SDCARD_NOT_READY;
   if (slot != kExternalSlot && slot != kAllSlots) return VLM_ERR_IS_INVALID_PARAM;
   if (!_inserted) return VLM_ERR_SDCARD_NOT_READY;
-  _available_kib = kCardKib;
+  _available_kib = _card_kib;
   return VLM_ERR_NONE;
+}
+
+bool CameraStorage::leave_free(u64 kib) {
+  if (!_inserted || kib > _card_kib) return false;
+  _available_kib = static_cast<u32>(kib);
+  return true;
 }
 
 bool CameraStorage::insert() {
@@ -73,7 +79,7 @@ udp_ctrl_cam_sdcard_storage_t CameraStorage::record(int index) const {
   if (record.storage_id == kExternalSlot && _inserted) {
     record.status = VLM_STORAGE_OK;
     record.available_capacity = _available_kib;
-    record.total_capacity = kCardKib;
+    record.total_capacity = _card_kib;
   }
   return record;
 }

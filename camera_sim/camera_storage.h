@@ -8,13 +8,16 @@
 #include "vlm_camera_codes.h"
 #include "vlm_camera_payloads.h"
 
-/// Size of the card.
+/// Size of the card, unless another is asked for.
 constexpr u32 kCardKib = 62 * 1024 * 1024;
 /// A card with less space than this takes no file at all.
 constexpr u32 kSmallestFileKib = 6 * 1024;
 
 class CameraStorage {
  public:
+  /// With a card of `card_kib`.
+  explicit CameraStorage(u32 card_kib = kCardKib) : _card_kib(card_kib), _available_kib(card_kib) {}
+
   /// Carries out the card command `code` as CameraSettings::answer does; no value: none of its
   /// codes.
   std::optional<vlm_err_t> answer(int code, const u8* in, u8* out) const;
@@ -25,6 +28,9 @@ class CameraStorage {
   void write(u64 kib);
   /// Empties the card of `slot`: 0 external, 3 internal, 7 all of them.
   vlm_err_t format(u8 slot);
+
+  /// Fills or empties the card until `kib` are free; false when there is no card or it is smaller.
+  bool leave_free(u64 kib);
 
   /// Put the card in, or take it out; false when it is there already, or gone.
   bool insert();
@@ -43,7 +49,8 @@ class CameraStorage {
   void report_attributes(u8* out) const;
 
   bool _inserted = true;
-  u32 _available_kib = kCardKib;
+  u32 _card_kib;
+  u32 _available_kib;
 };
 
 #endif  // CAMERA_SIM_CAMERA_STORAGE_H

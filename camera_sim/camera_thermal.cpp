@@ -1,4 +1,5 @@
-// Temperatures are tenths of a degree and depend on the settings alone, so that tests know them.
+// Temperatures are tenths of a degree. They depend on the settings alone, so that tests know them,
+// and on how much warmer it is for a living camera.
 #include "camera_thermal.h"
 
 #include "payload_bytes.h"
@@ -24,7 +25,8 @@ std::optional<vlm_err_t> CameraThermal::answer(int code, u8* out) {
 /// the temperature bar, whose ends are degrees.
 udp_ctrl_cam_lepton_area_temp_t CameraThermal::temperatures() const {
   const CameraRecords& records = _settings.records();
-  const s32 scene = records.env_temp.enable != 0 ? records.env_temp.env_temp_x10 : 250;
+  const s32 usual = records.env_temp.enable != 0 ? records.env_temp.env_temp_x10 : 250;
+  const s32 scene = usual + _warmth_x10;
   udp_ctrl_cam_lepton_area_temp_t status{};
   status.all_area = {scene + 12, scene + 87, scene - 31, scene};
   if (records.area.enable != 0) status.custom_area = {scene + 12, scene + 20, scene, scene + 10};
@@ -46,7 +48,7 @@ vlm_camera_pn_info_t CameraThermal::sensor_data() const {
   info.frameRate = 30;
   info.grade = 1;
   info.HFOV = 32;
-  info.fpa_temp_x10 = 315;
+  info.fpa_temp_x10 = static_cast<s16>(315 + _warmth_x10);
   info.focalLength = 190;
   info.aperture = 10;
   info.DFOV = 40;

@@ -6,18 +6,23 @@
 #include <vector>
 
 #include "camera_model.h"
+#include "operator_agenda.h"
 #include "rtsp_model.h"
+#include "sim_faults.h"
 
 /// What the operator handles.
 struct SimulatedBoard {
   CameraModel& camera;
   const RtspModel& rtsp;
+  FaultPlan& faults;
+  OperatorAgenda& agenda;
   u64 now_ms;
 };
 
 struct OperatorAnswer {
   std::string text;  // whole lines, or empty
   bool quit = false;
+  bool wrong = false;  // the line is no command, and nothing has been done
 };
 
 /// A longer line is no command.

@@ -1,69 +1,21 @@
 #include "sim_options.h"
 
-#include <charconv>
 #include <cstdio>
-#include <cstdlib>
+#include <functional>
+#include <iterator>
+
+#include "fault_switches.h"
+#include "sim_values.h"
 
 namespace {
 
 // Each reads the whole of `text`; false when it is anything else.
 
-/// A whole decimal number that T holds.
-template <typename T>
-bool parse_number(const std::string& text, T& number) {
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  return error == std::errc() && stop == end;
-}
-
-/// A whole number of us, ms or s, at most an hour.
-bool parse_duration(const std::string& text, u64& us) {
-  constexpr u64 kHourUs = u64{3600} * 1000000;
-  const auto unit_at = text.find_first_not_of("0123456789");
-  if (unit_at == std::string::npos) return false;
-  const std::string unit = text.substr(unit_at);
-  const u64 unit_us = unit == "us" ? 1 : unit == "ms" ? 1000 : unit == "s" ? 1000000 : 0;
-  u64 count = 0;
-  if (unit_us == 0 || !parse_number(text.substr(0, unit_at), count)) return false;
-  if (count > kHourUs / unit_us) return false;
-  us = count * unit_us;
-  return true;
-}
-
-bool parse_probability(const std::string& text, double& probability) {
-  // The decimal form alone: no sign, no exponent, no name of a number.
-  if (text.empty() || text.find_first_not_of("0123456789.") != std::string::npos) return false;
-  char* end = nullptr;
-  probability = std::strtod(text.c_str(), &end);
-  return *end == '\0' && end != text.c_str() && probability <= 1;
-}
-
-/// One duration, or two with ".." between them.
-bool parse_latency(const std::string& text, SimOptions& options) {
-  const auto dots = text.find("..");
-  const std::string high = dots == std::string::npos ? text : text.substr(dots + 2);
-  FaultPlan& plan = options.faults;
-  return parse_duration(text.substr(0, dots), plan.latency_low_us) &&
-         parse_duration(high, plan.latency_high_us) && plan.latency_low_us <= plan.latency_high_us;
-}
-
-/// Two numbers with "=" between them.
-bool parse_fail(const std::string& text, SimOptions& options) {
-  const auto equals = text.find('=');
-  u16 code = 0;
-  u16 error = 0;
-  if (equals == std::string::npos || !parse_number(text.substr(0, equals), code) ||
-      !parse_number(text.substr(equals + 1), error)) {
-    return false;
-  }
-  options.faults.fail[code] = error;
-  return true;
-}
-
-bool parse_mute(const std::string& text, SimOptions& options) {
-  u16 code = 0;
-  if (!parse_number(text, code)) return false;
-  options.faults.mute.insert(code);
+/// A card that exists: not of size 0.
+bool parse_card(const std::string& text, SimOptions& options) {
+  u64 kib = 0;
+  if (!parse_size(text, kib) || kib == 0) return false;
+  options.card_kib = static_cast<u32>(kib);
   return true;
 }
 
@@ -73,26 +25,34 @@ bool parse_seed(const std::string& text, SimOptions& options) {
 
 /// A row of the option table.
 struct Option {
-  const char* name;
+  std::string name;
   const char* value;  // what it takes, null for a switch
   const char* help;
-  bool (*apply)(const std::string& value, SimOptions& options);  // false: not such a value
+  std::function<bool(const std::string& value, SimOptions& options)> apply;  // false: no such value
 };
 
-const Option kOptions[] = {
+const Option kCameraOptions[] = {
     {"--thermal", nullptr, "a camera with a thermal sensor",
      [](const std::string&, SimOptions& o) { return o.thermal = true; }},
-    {"--latency", "TIME[..TIME]", "delay each reply, e.g. 20ms or 20ms..80ms (us, ms, s)",
-     parse_latency},
-    {"--drop", "P", "lose a reply with probability P (0 to 1)",
-     [](const std::string& v, SimOptions& o) { return parse_probability(v, o.faults.drop); }},
-    {"--duplicate", "P", "send a reply twice with probability P",
-     [](const std::string& v, SimOptions& o) { return parse_probability(v, o.faults.duplicate); }},
-    {"--reorder", "P", "hold a reply back by 50 ms, past later ones, with probability P",
-     [](const std::string& v, SimOptions& o) { return parse_probability(v, o.faults.reorder); }},
-    {"--fail", "CODE=ERR", "answer command CODE with result ERR; may be repeated", parse_fail},
-    {"--mute", "CODE", "neither carry out nor answer command CODE; may be repeated", parse_mute},
+    {"--live", nullptr, "a camera that moves in time and sees a scene that changes",
+     [](const std::string&, SimOptions& o) { return o.live = true; }},
+    {"--card", "SIZE", "a card of SIZE instead of 62G (K, M, G)", parse_card},
+    {"--media", "DIR", "keep pictures as files in the folder DIR, which must exist",
+     [](const std::string& v, SimOptions& o) {
+       o.media = v;
+       return !v.empty();
+     }},
+};
+
+const Option kRunOptions[] = {
+    {"--script", "FILE", "run the commands in FILE first",
+     [](const std::string& v, SimOptions& o) {
+       o.script = v;
+       return !v.empty();
+     }},
     {"--seed", "N", "start of the random numbers; a fresh one otherwise", parse_seed},
+    {"--force", nullptr, "serve although another simulated camera serves the bus",
+     [](const std::string&, SimOptions& o) { return o.force = true; }},
     {"--verbose", nullptr, "print one line for each request, reply and notification",
      [](const std::string&, SimOptions& o) { return o.verbose = true; }},
     {"--help", nullptr, "print this and exit",
@@ -101,8 +61,24 @@ const Option kOptions[] = {
      [](const std::string&, SimOptions& o) { return o.version = true; }},
 };
 
+/// Those of the camera, of its faults and of the run.
+const std::vector<Option>& all_options() {
+  static const std::vector<Option> all = [] {
+    std::vector<Option> options(std::begin(kCameraOptions), std::end(kCameraOptions));
+    for (const FaultSwitch& fault : fault_switches()) {
+      options.push_back({"--" + std::string(fault.name), fault.value, fault.help,
+                         [&fault](const std::string& value, SimOptions& o) {
+                           return fault.apply(value, o.faults);
+                         }});
+    }
+    options.insert(options.end(), std::begin(kRunOptions), std::end(kRunOptions));
+    return options;
+  }();
+  return all;
+}
+
 const Option* find_option(const std::string& name) {
-  for (const Option& option : kOptions) {
+  for (const Option& option : all_options()) {
     if (name == option.name) return &option;
   }
   return nullptr;
@@ -134,11 +110,11 @@ std::string options_help() {
   std::string help =
       "Usage: camera_sim [OPTION]...\n"
       "Plays the camera and its streaming process on the message bus.\n\n";
-  for (const Option& option : kOptions) {
+  for (const Option& option : all_options()) {
     const std::string usage =
-        std::string(option.name) + (option.value != nullptr ? std::string(" ") + option.value : "");
-    char line[160];
-    std::snprintf(line, sizeof line, "  %-23s %s\n", usage.c_str(), option.help);
+        option.name + (option.value != nullptr ? std::string(" ") + option.value : "");
+    char line[200];
+    std::snprintf(line, sizeof line, "  %-29s  %s\n", usage.c_str(), option.help);
     help += line;
   }
   return help + "\nCommands on standard input: see \"help\" there.\n";

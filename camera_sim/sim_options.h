@@ -6,11 +6,17 @@
 #include <string>
 #include <vector>
 
+#include "camera_storage.h"
 #include "sim_faults.h"
 
 struct SimOptions {
   bool thermal = false;
+  bool live = false;
+  u32 card_kib = kCardKib;
+  std::string script;  // empty: none
+  std::string media;   // empty: pictures are not kept
   bool verbose = false;
+  bool force = false;
   bool help = false;
   bool version = false;
   std::optional<u64> seed;

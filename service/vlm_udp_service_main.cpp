@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "bus_listeners.h"
+#include "standard_output.h"
 #include "velmar_log.h"
 #include "velmar_udp_master_k720.h"
 
@@ -66,8 +67,8 @@ int parse_arguments(int argc, char** argv, Settings& settings) {
         break;
       case 's': settings.sdcard = optarg; break;
       case 't': settings.log_time = true; break;
-      case 'h': std::fputs(kHelp, stdout); return 0;
-      case 'v': std::puts("vlm_udp_service " VLM_VERSION); return 0;
+      case 'h': return host::show("vlm_udp_service", kHelp);
+      case 'v': return host::show("vlm_udp_service", "vlm_udp_service " VLM_VERSION "\n");
       case ':':
         return complain(std::string("a value is missing: ") + argv[optind - 1], kUsageFault);
       default: return complain(std::string("not an option: ") + argv[optind - 1], kUsageFault);

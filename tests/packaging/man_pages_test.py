@@ -69,7 +69,7 @@ class InStepWithThePrograms(unittest.TestCase):
                                  sorted(name for name, _ in listed))
 
     def test_commands_of_the_simulator(self):
-        usage = re.compile(r"^(?: {5})?([a-z]+(?: \S+)*?)(?:  |$)", re.M)
+        usage = re.compile(r"^(?: {5})?([a-z-]+(?: \S+)*?)(?:  |$)", re.M)
         listed = output_of("camera_sim", stdin="help\nquit\n").split("\n", 1)[1]
         self.assertIn("state", usage.findall(listed))
         commands = section("camera_sim", "DESCRIPTION").split("\n   Commands\n")[1]

@@ -42,7 +42,8 @@ struct CameraReply {
 
 class SimulatedCamera {
  public:
-  explicit SimulatedCamera(bool thermal = false) : _model(thermal) {}
+  explicit SimulatedCamera(bool thermal = false) : _model({thermal}) {}
+  explicit SimulatedCamera(const CameraTraits& traits) : _model(traits) {}
 
   CameraReply ask(int code, const Bytes& payload = {}) {
     udp_ctrl_cam_t request{};

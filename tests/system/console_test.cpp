@@ -228,6 +228,8 @@ TEST_F(ConsoleTest, TimesOutWithoutACameraAndIsUsableAgain) {
   console->write("6\n");
   EXPECT_EQ(console->read_until(kPrompt),
             timeout("get_camera_status", "GET_CAMERA_STATUS") + "\n" + kPrompt);
+  EXPECT_EQ(console->errors(),
+            "vlm_bus: no camera on bus " + bus + ": nobody subscribes velmar_repeater_udp\n");
   start_camera();
   console->write("1\n");
   EXPECT_EQ(without_durations(console->read_until(kPrompt)), kModeTranscript + kPrompt);

@@ -177,6 +177,15 @@ class BusFixture : public ::testing::Test {
     return _children.emplace_back(runnable(std::move(command)));
   }
 
+  /// Another process that may have no more than `files` descriptors. Not for a build that runs
+  /// under an emulator, which has some of its own.
+  ChildProcess& start_short_of_files(int files, const std::vector<std::string>& command) {
+    std::string line = "ulimit -n " + std::to_string(files) + "; exec";
+    for (const std::string& word : command) line += " '" + word + "'";
+    return start({"/bin/sh", "-c", line});
+  }
+  static bool emulated() { return runnable({BUS_PEER}).size() > 1; }
+
   static void make_file(const std::filesystem::path& path) { const std::ofstream file(path); }
 
   std::string fresh_channel() const {

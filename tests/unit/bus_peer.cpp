@@ -3,6 +3,8 @@
 //   bus_peer listen CHANNEL                 prints a line for each packet; a packet from "exit"
 //                                           makes it exit
 //   bus_peer flood CHANNEL SENDER COUNT     publishes the packets 0 to COUNT - 1
+//   bus_peer ask                            twice publishes what is no request, and the requests of a
+//                                           client, to the camera and to the streaming process
 #include <signal.h>
 
 #include <cstdint>
@@ -42,6 +44,16 @@ int flood(const char* channel, const char* sender, std::uint32_t count) {
   return 0;
 }
 
+int ask() {
+  for (std::uint32_t number = 0; number < 2; ++number) {
+    publish(kRequestChannel, "a_server_that_starts", number);
+    publish(kRequestChannel, kReplyChannel, number);
+    publish(kRtspRequestChannel, kRtspReplyChannel, number);
+    publish(kReplyChannel, kRequestChannel, number);
+  }
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -51,5 +63,6 @@ int main(int argc, char** argv) {
   if (action == "flood" && argc == 5) {
     return flood(argv[2], argv[3], static_cast<std::uint32_t>(std::stoul(argv[4])));
   }
+  if (action == "ask" && argc == 2) return ask();
   return 2;
 }

@@ -112,4 +112,71 @@ TEST_F(Lens, FindsTheSharpPositionWithinItsLimit) {
   EXPECT_EQ(focus(), 0x2000U);
 }
 
+TEST_F(Lens, GoesHomeWhenTheSettingsAreReset) {
+  set_zoom(7.0F);
+  camera.ask(81, bytes_of<u32>(40));
+  set_focus(0x9000);
+  camera.ask(217, bytes_of<u32>(0x3000));
+  drive(200, kTele);
+  EXPECT_EQ(camera.result(28), VLM_ERR_NONE);
+  camera.pass(1000);
+  EXPECT_EQ(zoom(), 1.0F);
+  EXPECT_EQ(digital_zoom(), 10U);
+  EXPECT_EQ(focus(), 0x4000U);
+  EXPECT_EQ(set_focus(0xF000), VLM_ERR_NONE);  // the limit is gone, too
+}
+
+class LivingLens : public Lens {
+ protected:
+  LivingLens() : living(CameraTraits{false, true}) {}
+
+  SimulatedCamera living;
+
+  float zoom() { return living.get<float>(82); }
+  u32 focus() { return living.get<u32>(206); }
+};
+
+TEST_F(LivingLens, TakesItsTimeForAZoomThatIsSet) {
+  EXPECT_EQ(living.result(83, bytes_of(11.0F)), VLM_ERR_NONE);
+  EXPECT_EQ(zoom(), 1.0F);
+  living.pass(1000);
+  EXPECT_EQ(zoom(), 6.0F);
+  living.pass(5000);
+  EXPECT_EQ(zoom(), 11.0F);
+  living.ask(83, bytes_of(8.0F));
+  living.pass(300);
+  EXPECT_EQ(zoom(), 9.5F);
+  EXPECT_EQ(living.result(83, bytes_of(31.0F)), VLM_ERR_IS_INVALID_PARAM);
+  living.pass(300);
+  EXPECT_EQ(zoom(), 8.0F);
+}
+
+TEST_F(LivingLens, LeavesItsWayWhenItIsDrivenOrStopped) {
+  living.ask(83, bytes_of(11.0F));
+  living.pass(1000);
+  living.ask(200, bytes_of(kStop));
+  living.pass(1000);
+  EXPECT_EQ(zoom(), 6.0F);
+  living.ask(83, bytes_of(11.0F));
+  living.ask(200, bytes_of(kWide));
+  living.pass(200);
+  EXPECT_EQ(zoom(), 5.0F);
+}
+
+TEST_F(LivingLens, ZoomsDigitallyAtOnce) {
+  living.ask(81, bytes_of<u32>(80));
+  EXPECT_EQ(living.get<u32>(80), 80U);
+}
+
+TEST_F(LivingLens, TakesItsTimeForAFocusThatIsSetByHand) {
+  living.ask(216, {3});  // manual
+  living.pass(1);
+  const u32 from = focus();
+  living.ask(205, bytes_of<u32>(from + 0x2000));
+  living.pass(500);
+  EXPECT_EQ(focus(), from + 0x1000);
+  living.pass(1000);
+  EXPECT_EQ(focus(), from + 0x2000);
+}
+
 }  // namespace

@@ -70,6 +70,9 @@ class Peer : public testing::Test {
   Outbox outbox;
   std::mutex lines_mutex;
   std::vector<std::string> lines;
+  std::vector<std::string> complaints;
+  std::vector<udp_ctrl_cam_misc_image_info_t> pictures;
+  std::size_t published_before_picture = 0;
   std::unique_ptr<CameraPeer> peer;
 
   void start(FaultPlan plan = {}, u64 seed = 1, bool verbose = false) {
@@ -77,14 +80,30 @@ class Peer : public testing::Test {
                                 const char* channel) {
       return outbox.take(packet, length, channel);
     };
-    CameraPeer::Trace trace;
+    CameraPeer::TakeLine trace;
     if (verbose) {
       trace = [this](const std::string& line) {
         const std::lock_guard<std::mutex> guard(lines_mutex);
         lines.push_back(line);
       };
     }
-    peer = std::make_unique<CameraPeer>(false, std::move(plan), seed, publish, trace);
+    CameraTraits traits;
+    traits.seed = seed;
+    const auto complain = [this](const std::string& line) {
+      const std::lock_guard<std::mutex> guard(lines_mutex);
+      complaints.push_back(line);
+    };
+    const auto tell = [this](const std::string& text) {
+      const std::lock_guard<std::mutex> guard(lines_mutex);
+      lines.push_back(text);
+    };
+    const auto keep_picture = [this](const udp_ctrl_cam_misc_image_info_t& picture) {
+      const std::lock_guard<std::mutex> guard(lines_mutex);
+      pictures.push_back(picture);
+      published_before_picture = published();
+    };
+    peer = std::make_unique<CameraPeer>(
+        traits, std::move(plan), CameraPeer::Outlets{publish, trace, complain, tell, keep_picture});
   }
   void start_verbose(FaultPlan plan = {}) { start(std::move(plan), 1, true); }
 
@@ -126,8 +145,12 @@ TEST_F(Peer, AnswersAtOnceOnTheThreadThatBroughtTheRequest) {
 
 TEST_F(Peer, AnswersWithoutAllocating) {
   std::atomic<int> replies{0};
-  CameraPeer quiet(true, {}, 1,
-                   [&](const userlcm_packet_t*, unsigned int, const char*) { return ++replies; });
+  CameraPeer quiet({true}, {},
+                   {[&](const userlcm_packet_t*, unsigned int, const char*) { return ++replies; },
+                    {},
+                    {},
+                    {},
+                    {}});
   const userlcm_packet_t packet = request_packet(82);
   const int before = g_allocations;
   for (int i = 0; i < 10; ++i) quiet.receive(&packet, kRequestSize);
@@ -213,6 +236,49 @@ TEST_F(Peer, LetsNoNotificationOvertakeItsReply) {
   ask(2, {2});
   EXPECT_EQ(type(0), LCM_CONTROL_CAMERA);
   EXPECT_EQ(type(1), LCM_UPDATE_CAMERA_MODE);
+}
+
+TEST_F(Peer, LosesWhatFindsNoRoomAndTellsHowMuch) {
+  start(latency(u64{3600} * 1000000));
+  constexpr std::size_t kMost = PacketSchedule::kMostPackets;
+  for (std::size_t i = 0; i < kMost; ++i) ask(1);
+  EXPECT_TRUE(complaints.empty());
+  for (int i = 0; i < 3; ++i) ask(1);
+  EXPECT_EQ(complaints,
+            (std::vector<std::string>{"4096 packets wait, no more fit; dropped so far: 1"}));
+}
+
+TEST_F(Peer, TellsHowMuchItLostOnceThereIsRoomAgain) {
+  // A machine that takes longer to fill the schedule than the replies are late proves nothing: again
+  // then.
+  constexpr std::size_t kMost = PacketSchedule::kMostPackets;
+  steady_clock::time_point asked;
+  std::size_t replies = 0;
+  do {
+    peer.reset();
+    complaints.clear();
+    replies = published() + kMost;
+    start(latency(1000000));
+    asked = steady_clock::now();
+    for (std::size_t i = 0; i < kMost + 5; ++i) ask(1);
+  } while (steady_clock::now() - asked >= std::chrono::seconds(1));
+  outbox.wait_for(replies);
+  ask(1);
+  EXPECT_EQ(complaints,
+            (std::vector<std::string>{"4096 packets wait, no more fit; dropped so far: 1",
+                                      "packets fit again; dropped in all: 5"}));
+}
+
+TEST_F(Peer, KeepsAPictureBeforeItsNotification) {
+  start();
+  ask(2, {2});
+  outbox.wait_for(2);
+  ask(3);
+  outbox.wait_for(5);
+  const std::lock_guard<std::mutex> guard(lines_mutex);
+  ASSERT_EQ(pictures.size(), 1U);
+  EXPECT_STREQ(pictures[0].url, "/sdcard/DCIM/100MEDIA/IMG_0001.JPG");
+  EXPECT_EQ(published_before_picture, 4U);
 }
 
 TEST_F(Peer, EndsWhileRepliesAreWaiting) {
@@ -320,6 +386,95 @@ TEST_F(Peer, SaysWhatPassesWhenItIsVerbose) {
                 "-> 2 SET_CAMERA_MODE 02", "<- 2 SET_CAMERA_MODE [0 VLM success]",
                 "<- camera mode 2", "-> 4 START_RECORD",
                 "<- 4 START_RECORD [11 VLM is not video mode]", "<- card removed, slot 0"}));
+}
+
+TEST_F(Peer, SendsAReplyThatNobodyAskedForRightBehindAGoodOne) {
+  FaultPlan plan;
+  plan.stray = 1;
+  start(plan);
+  ask(1);
+  const auto all = outbox.wait_for(2);
+  ASSERT_EQ(all.size(), 2U);
+  EXPECT_EQ(all[0].record().cmd_type, 1);
+  EXPECT_NE(all[1].record().cmd_type, 1);
+  EXPECT_EQ(all[1].length, 257U);
+  EXPECT_EQ(all[1].record().err_code, 0);
+}
+
+TEST_F(Peer, CutsAndLengthensReplies) {
+  FaultPlan plan;
+  plan.truncate = 1;
+  start(plan);
+  for (int i = 0; i < 100; ++i) ask(1);
+  for (const auto& reply : outbox.wait_for(100)) EXPECT_LT(reply.length, 257U);
+  plan.truncate = 0;
+  plan.extend = 1;
+  start(plan);
+  for (int i = 0; i < 100; ++i) ask(1);
+  const auto all = outbox.wait_for(200);
+  for (std::size_t i = 100; i < 200; ++i) {
+    ASSERT_GT(all[i].length, 257U);
+    ASSERT_LE(all[i].length, 1024U);
+    ASSERT_EQ(all[i].packet.msg_buf[all[i].length - 1], 0xFF);
+    ASSERT_EQ(all[i].record().cmd_params[0], 1);
+  }
+}
+
+TEST_F(Peer, FlipsOneBitOfAReply) {
+  FaultPlan plan;
+  plan.corrupt = 1;
+  start(plan);
+  for (int i = 0; i < 100; ++i) ask(1);
+  const userlcm_packet_t good = camera_packet(camera_record(1, {1}));
+  for (const auto& reply : outbox.wait_for(100)) {
+    int flipped = 0;
+    for (std::size_t i = 0; i < sizeof good.msg_buf; ++i) {
+      flipped += __builtin_popcount(good.msg_buf[i] ^ reply.packet.msg_buf[i]);
+    }
+    ASSERT_EQ(flipped, 1);
+  }
+}
+
+TEST_F(Peer, RestartsTheCameraAtARequest) {
+  FaultPlan plan;
+  plan.restart_every = 2;
+  start(plan);
+  ask(4);
+  ask(1);  // gets no answer
+  ask(1);
+  EXPECT_EQ(published(), 2U);
+  EXPECT_EQ(reply(0).err_code, VLM_ERR_NONE);
+  EXPECT_EQ(reply(1).err_code, VLM_ERR_CAMERA_NOT_INITIAL);
+}
+
+TEST_F(Peer, LetsNoPromptReplyOvertakeALateOne) {
+  FaultPlan plan;
+  plan.latency_of[1] = {50000, 50000};
+  start(plan);
+  ask(1);
+  ask(2, {2});
+  EXPECT_EQ(reply(0).cmd_type, 1);
+  EXPECT_EQ(reply(1).cmd_type, 2);
+}
+
+TEST_F(Peer, CarriesOutWhatTheOperatorLetWait) {
+  start();
+  peer->operate("after 10ms card remove");
+  EXPECT_EQ(type(0), LCM_SDCARD_STATUS);
+  EXPECT_EQ(said(), (std::vector<std::string>{"card removed\n"}));
+}
+
+TEST_F(Peer, TakesFaultsWhileItRuns) {
+  start();
+  peer->operate("fail 1=76 once");
+  ask(1);
+  ask(1);
+  EXPECT_EQ(reply(0).err_code, 76);
+  EXPECT_EQ(reply(1).err_code, 0);
+  peer->operate("drop next 1");
+  ask(1);
+  ask(1);
+  EXPECT_EQ(published(), 3U);
 }
 
 class RtspPeer : public Peer {

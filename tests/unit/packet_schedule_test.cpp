@@ -55,4 +55,26 @@ TEST_F(Schedule, LetsOrderedPacketsPassTheOthers) {
   for (const int mark : {2, 3, 1}) EXPECT_EQ(take(500), mark);
 }
 
+TEST_F(Schedule, HoldsNoMoreThanItHasRoomFor) {
+  for (std::size_t i = 0; i < PacketSchedule::kMostPackets; ++i) {
+    ASSERT_TRUE(schedule.add_in_order(i, marked(1)));
+  }
+  EXPECT_FALSE(schedule.add_in_order(0, marked(2)));
+  EXPECT_FALSE(schedule.add(0, marked(2)));
+  EXPECT_EQ(take(0), 1);
+  EXPECT_TRUE(schedule.add(0, marked(3)));
+  EXPECT_EQ(take(0), 3);
+}
+
+TEST_F(Schedule, KnowsWhetherAnOrderedPacketWaits) {
+  add(100, 1);
+  EXPECT_FALSE(schedule.holds_ordered());
+  add_in_order(200, 2);
+  EXPECT_TRUE(schedule.holds_ordered());
+  take(100);
+  EXPECT_TRUE(schedule.holds_ordered());
+  take(200);
+  EXPECT_FALSE(schedule.holds_ordered());
+}
+
 }  // namespace

@@ -125,4 +125,63 @@ TEST(Faults, ByCodeConcernThatCodeAlone) {
   EXPECT_FALSE(faults.next(4).muted);
 }
 
+TEST(Faults, OnceConcernTheNextRequestAlone) {
+  FaultPlan plan;
+  plan.fail[3] = 9;
+  plan.fail_once[3] = 76;
+  plan.drop_next = 2;
+  Faults faults(plan, 1);
+  EXPECT_EQ(faults.next(3).error, 76);
+  const Fate second = faults.next(3);
+  EXPECT_EQ(second.error, 9);
+  EXPECT_EQ(second.copies, 0);
+  EXPECT_EQ(faults.next(3).copies, 1);
+}
+
+TEST(Faults, RestartAtEachRequestOfANumber) {
+  FaultPlan plan;
+  plan.restart_every = 3;
+  plan.mute.insert(6);  // counts all the same
+  Faults faults(plan, 1);
+  for (int i = 1; i <= 30; ++i) EXPECT_EQ(faults.next(6).restart, i % 3 == 0) << i;
+}
+
+TEST(Faults, MayGiveACommandALatencyOfItsOwn) {
+  FaultPlan plan;
+  plan.latency_low_us = plan.latency_high_us = 20;
+  plan.latency_of[3] = {500, 500};
+  Faults faults(plan, 1);
+  EXPECT_EQ(faults.next(3).delay_us, 500U);
+  EXPECT_EQ(faults.next(4).delay_us, 20U);
+}
+
+TEST(Faults, DamageWithinTheirBounds) {
+  FaultPlan plan;
+  plan.truncate = 0.5;
+  plan.extend = 1;
+  plan.corrupt = 1;
+  plan.stray = 1;
+  Faults faults(plan, 1);
+  int cut = 0;
+  std::set<u64> strays;
+  for (int i = 0; i < kRounds; ++i) {
+    const Fate fate = faults.next(1);
+    ASSERT_TRUE(fate.length && fate.bit && fate.stray);
+    ASSERT_NE(*fate.length, 257U);
+    ASSERT_LE(*fate.length, 1024U);
+    ASSERT_LT(*fate.bit, 133U * 8);
+    cut += *fate.length < 257 ? 1 : 0;
+    strays.insert(*fate.stray);
+  }
+  EXPECT_NEAR(cut, kRounds / 2, kRounds * 0.02);
+  EXPECT_EQ(strays.size(), static_cast<std::size_t>(kRounds));
+}
+
+TEST(Faults, MayBeChangedWhileTheyAct) {
+  Faults faults({}, 1);
+  EXPECT_EQ(faults.next(1).copies, 1);
+  faults.plan().drop = 1;
+  EXPECT_EQ(faults.next(1).copies, 0);
+}
+
 }  // namespace

@@ -19,8 +19,11 @@ std::string fault_of(const Arguments& arguments) {
 
 TEST(Options, AreAllOffWithoutArguments) {
   const SimOptions options = parsed({});
-  EXPECT_FALSE(options.thermal || options.verbose || options.help || options.version);
+  EXPECT_FALSE(options.thermal || options.live || options.force || options.verbose ||
+               options.help || options.version);
   EXPECT_FALSE(options.seed);
+  EXPECT_EQ(options.card_kib, 62U * 1024 * 1024);
+  EXPECT_EQ(options.media, "");
   EXPECT_EQ(options.faults.latency_high_us, 0U);
   EXPECT_EQ(options.faults.drop + options.faults.duplicate + options.faults.reorder, 0);
   EXPECT_TRUE(options.faults.fail.empty() && options.faults.mute.empty());
@@ -28,9 +31,10 @@ TEST(Options, AreAllOffWithoutArguments) {
 
 TEST(Options, AreReadTogether) {
   const SimOptions options =
-      parsed({"--thermal", "--verbose", "--latency", "20ms..80ms", "--drop", "0.25", "--duplicate",
-              "1", "--reorder", ".5", "--seed", "18446744073709551615"});
+      parsed({"--thermal", "--force", "--verbose", "--latency", "20ms..80ms", "--drop", "0.25",
+              "--duplicate", "1", "--reorder", ".5", "--seed", "18446744073709551615"});
   EXPECT_TRUE(options.thermal);
+  EXPECT_TRUE(options.force);
   EXPECT_TRUE(options.verbose);
   EXPECT_EQ(options.faults.latency_low_us, 20000U);
   EXPECT_EQ(options.faults.latency_high_us, 80000U);
@@ -38,6 +42,15 @@ TEST(Options, AreReadTogether) {
   EXPECT_EQ(options.faults.duplicate, 1);
   EXPECT_EQ(options.faults.reorder, 0.5);
   EXPECT_EQ(options.seed, 18446744073709551615U);
+}
+
+TEST(Options, GiveTheCameraLifeACardAndAFolder) {
+  const SimOptions options = parsed({"--live", "--card", "64M", "--media", "pictures"});
+  EXPECT_TRUE(options.live);
+  EXPECT_EQ(options.card_kib, 65536U);
+  EXPECT_EQ(options.media, "pictures");
+  EXPECT_EQ(parsed({"--card", "1K"}).card_kib, 1U);
+  EXPECT_EQ(parsed({"--card", "4095G"}).card_kib, 4095U * 1024 * 1024);
 }
 
 TEST(Options, HelpAndVersionAreSwitches) {
@@ -72,21 +85,43 @@ TEST(Options, LatencyHasAUnitAndMayBeARange) {
 }
 
 TEST(Options, RefuseValuesThatAreNone) {
-  const Arguments kFaults[] = {{"--latency", ""},       {"--latency", "20"},
-                               {"--latency", "ms"},     {"--latency", "20min"},
-                               {"--latency", "-1ms"},   {"--latency", "80ms..20ms"},
-                               {"--latency", "20ms.."}, {"--latency", "..20ms"},
-                               {"--latency", "3601s"},  {"--latency", "99999999999999999999s"},
-                               {"--drop", ""},          {"--drop", "1.1"},
-                               {"--drop", "-0.1"},      {"--drop", "nan"},
-                               {"--drop", "0.5x"},      {"--drop", "1e-1"},
-                               {"--drop", "."},         {"--duplicate", "2"},
-                               {"--reorder", "x"},      {"--fail", "3"},
-                               {"--fail", "=3"},        {"--fail", "3="},
-                               {"--fail", "65536=1"},   {"--fail", "3=65536"},
-                               {"--fail", "a=b"},       {"--mute", ""},
-                               {"--mute", "65536"},     {"--mute", "-1"},
-                               {"--seed", "-1"},        {"--seed", "18446744073709551616"},
+  const Arguments kFaults[] = {{"--latency", ""},
+                               {"--latency", "20"},
+                               {"--card", ""},
+                               {"--card", "0M"},
+                               {"--card", "64"},
+                               {"--card", "64MB"},
+                               {"--card", "4096G"},
+                               {"--card", "-1M"},
+                               {"--media", ""},
+                               {"--latency", "ms"},
+                               {"--latency", "20min"},
+                               {"--latency", "-1ms"},
+                               {"--latency", "80ms..20ms"},
+                               {"--latency", "20ms.."},
+                               {"--latency", "..20ms"},
+                               {"--latency", "3601s"},
+                               {"--latency", "99999999999999999999s"},
+                               {"--drop", ""},
+                               {"--drop", "1.1"},
+                               {"--drop", "-0.1"},
+                               {"--drop", "nan"},
+                               {"--drop", "0.5x"},
+                               {"--drop", "1e-1"},
+                               {"--drop", "."},
+                               {"--duplicate", "2"},
+                               {"--reorder", "x"},
+                               {"--fail", "3"},
+                               {"--fail", "=3"},
+                               {"--fail", "3="},
+                               {"--fail", "65536=1"},
+                               {"--fail", "3=65536"},
+                               {"--fail", "a=b"},
+                               {"--mute", ""},
+                               {"--mute", "65536"},
+                               {"--mute", "-1"},
+                               {"--seed", "-1"},
+                               {"--seed", "18446744073709551616"},
                                {"--seed", "1 "}};
   for (const Arguments& arguments : kFaults) {
     const std::string fault = fault_of(arguments);
@@ -106,11 +141,43 @@ TEST(Options, SayWhatTheyNeed) {
 
 TEST(Options, HelpNamesEachOfThem) {
   const std::string help = options_help();
-  for (const char* usage :
-       {"--thermal ", "--latency TIME[..TIME] ", "--drop P ", "--duplicate P ", "--reorder P ",
-        "--fail CODE=ERR ", "--mute CODE ", "--seed N ", "--verbose ", "--help ", "--version "}) {
+  for (const char* usage : {"--thermal ",
+                            "--live ",
+                            "--card SIZE ",
+                            "--media DIR ",
+                            "--latency TIME[..TIME] ",
+                            "--drop P ",
+                            "--duplicate P ",
+                            "--reorder P ",
+                            "--truncate P ",
+                            "--extend P ",
+                            "--corrupt P ",
+                            "--stray P ",
+                            "--restart-every N ",
+                            "--script FILE ",
+                            "--fail CODE=ERR ",
+                            "--mute CODE ",
+                            "--seed N ",
+                            "--force ",
+                            "--verbose ",
+                            "--help ",
+                            "--version "}) {
     EXPECT_NE(help.find(std::string("\n  ") + usage), std::string::npos) << usage;
   }
+}
+
+TEST(Options, FaultsByNameAreOptionsToo) {
+  const SimOptions options =
+      parsed({"--stray", "0.1", "--truncate", "0.2", "--extend", "0.3", "--corrupt", "0.4",
+              "--restart-every", "50", "--latency", "3=500ms", "--script", "scenario"});
+  EXPECT_EQ(options.faults.stray, 0.1);
+  EXPECT_EQ(options.faults.truncate, 0.2);
+  EXPECT_EQ(options.faults.extend, 0.3);
+  EXPECT_EQ(options.faults.corrupt, 0.4);
+  EXPECT_EQ(options.faults.restart_every, 50U);
+  EXPECT_EQ(options.faults.latency_of.at(3).low_us, 500000U);
+  EXPECT_EQ(options.faults.latency_high_us, 0U);
+  EXPECT_EQ(options.script, "scenario");
 }
 
 }  // namespace

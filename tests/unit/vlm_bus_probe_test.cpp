@@ -69,6 +69,18 @@ TEST_F(VlmBusProbeTest, FailsWithAMessageWhereTheBusCannotBeUsed) {
                                 ": No such file or directory\n");
 }
 
+TEST_F(VlmBusProbeTest, ThatCannotLookFailsWithAMessage) {
+  if (emulated()) GTEST_SKIP() << "the emulator takes descriptors of its own";
+  ChildProcess& live = listener(_channel);
+  const std::string name = only_socket(_channel + '.');
+  // Beside the standard ones there is room for its watch and the directory.
+  ChildProcess& short_of_files =
+      start_short_of_files(5, {VLM_BUS_PROBE, _channel, "--wait", "20000"});
+  EXPECT_EQ(short_of_files.errors(), "vlm_bus: cannot reach " + name + ": Too many open files\n");
+  EXPECT_EQ(short_of_files.wait(), 1);
+  EXPECT_FALSE(live.has_ended());
+}
+
 TEST_F(VlmBusProbeTest, ToldWronglyShowsItsUsage) {
   const std::vector<std::vector<std::string>> wrong{
       {},

@@ -84,6 +84,12 @@ class VlmBusTest : public BusFixture {
            " does not take its packets; dropped so far: " + std::to_string(drops) + "\n";
   }
 
+  /// The line with which a listener takes packets again that has lost `drops`.
+  static std::string recovery_line(const std::string& name, std::uint32_t drops) {
+    return "vlm_bus: " + name +
+           " takes its packets again; dropped in all: " + std::to_string(drops) + "\n";
+  }
+
   std::string socket_of(const ChildProcess& listener) const {
     return only_socket(_channel + '.' + std::to_string(listener.pid()) + '.');
   }
@@ -127,6 +133,65 @@ TEST_F(VlmBusTest, DoesNotServeARecordWithoutChannelOrCallback) {
   expect_not_served(&unnamed);
   Receive_msg_t unterminated = subscription_of(std::string(64, 'c'), callback, nullptr);
   expect_not_served(&unterminated);
+}
+
+TEST_F(VlmBusTest, ASubscriptionWithoutADescriptorFailsForThatReason) {
+  if (emulated()) GTEST_SKIP() << "the emulator takes descriptors of its own";
+  // Beside the standard ones there is room for the directory alone.
+  ChildProcess& child = start_short_of_files(4, {BUS_PEER, "listen", _channel});
+  EXPECT_EQ(child.errors(), "vlm_bus: cannot subscribe " + _channel + ": Too many open files\n");
+  EXPECT_EQ(child.wait(), 1);
+}
+
+TEST_F(VlmBusTest, ARequestThatNobodyGetsIsToldOnceAProgram) {
+  ChildProcess& other = listener(_channel);
+  publish_in_step(0, 1, other);
+  ChildProcess& asking = start({BUS_PEER, "ask"});
+  EXPECT_EQ(asking.errors(), "vlm_bus: no camera on bus " + _bus.string() +
+                                 ": nobody subscribes velmar_repeater_udp\n"
+                                 "vlm_bus: no streaming process on bus " +
+                                 _bus.string() + ": nobody subscribes lcm_channel_to_rtsp\n");
+  EXPECT_EQ(asking.wait(), 0);
+}
+
+TEST_F(VlmBusTest, ARequestIsNotMissedByASubscriberThatIsThere) {
+  listener(kRequestChannel);
+  listener(kRtspRequestChannel);
+  ChildProcess& asking = start({BUS_PEER, "ask"});
+  EXPECT_EQ(asking.errors(), "");
+}
+
+TEST_F(VlmBusTest, ARequestThatOnlyADeadSubscriberWouldGetIsTold) {
+  listener(kRequestChannel).kill_and_wait();
+  listener(kRtspRequestChannel);
+  ChildProcess& asking = start({BUS_PEER, "ask"});
+  EXPECT_EQ(asking.errors(), "vlm_bus: no camera on bus " + _bus.string() +
+                                 ": nobody subscribes velmar_repeater_udp\n");
+}
+
+TEST_F(VlmBusTest, ChannelsWithoutEndTakeNoDescriptorsWithoutEnd) {
+  const auto descriptors = [] {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return std::distance(begin(all), end(all));
+  };
+  constexpr int kChannels = 3 * static_cast<int>(Publisher::kMostChannels);
+  std::vector<Inbox*> inboxes;
+  for (int i = 0; i < kChannels; ++i) inboxes.push_back(&subscribe(_channel + std::to_string(i)));
+  Publisher publisher;
+  const auto before = descriptors();
+  for (std::uint32_t round = 0; round < 2; ++round) {
+    for (int i = 0; i < kChannels; ++i) {
+      const userlcm_packet_t packet = numbered_packet("test", round);
+      ASSERT_EQ(
+          publisher.publish(_channel + std::to_string(i), &packet, kHeaderSize + length_of(round)),
+          std::size_t{1});
+    }
+  }
+  EXPECT_LE(descriptors() - before, static_cast<long>(Publisher::kMostChannels));
+  for (Inbox* inbox : inboxes) {
+    EXPECT_EQ(inbox->next_line(), "test 0");
+    EXPECT_EQ(inbox->next_line(), "test 1");
+  }
 }
 
 TEST_F(VlmBusTest, PublishingToNobodySucceeds) {
@@ -283,7 +348,9 @@ TEST_F(VlmBusTest, AStoppedSubscriberIsReportedOnceAndCostsTheOthersNothing) {
   // What its queue held is whole and in order, and with room in the queue it is served again.
   stopped.resume();
   ASSERT_EQ(stopped.line(), "test 0");
+  CaptureStderr();
   publish_in_step(many, many + 1, live);
+  const std::string recovery = GetCapturedStderr();
   std::uint32_t held = 1;
   auto line = stopped.line();
   while (line == "test " + std::to_string(held)) {
@@ -291,6 +358,7 @@ TEST_F(VlmBusTest, AStoppedSubscriberIsReportedOnceAndCostsTheOthersNothing) {
     line = stopped.line();
   }
   EXPECT_EQ(line, "test " + std::to_string(many));
+  EXPECT_EQ(recovery, recovery_line(name, many - held));
 
   // The next time it stalls, the line counts what it has lost before.
   stopped.stop();

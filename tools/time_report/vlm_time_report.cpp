@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "standard_output.h"
 #include "time_log_reader.h"
 #include "time_report.h"
 #include "time_report_format.h"
@@ -59,11 +60,6 @@ bool write_file(const std::string& path, const std::string& text) {
   return std::fclose(file) == 0 && written;
 }
 
-bool print(const std::string& text) {
-  return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-         std::fflush(stdout) == 0;
-}
-
 int read_log(const std::string& directory, TimeReport& report) {
   TimeLogListing listing;
   std::string error;
@@ -87,7 +83,7 @@ int make_report(const TimeReportOptions& options) {
   }
   const auto text = options.json ? time_report_json(report, options.directory)
                                  : time_report_text(report, options.directory);
-  if (!print(text)) return fail(std::string("standard output: ") + std::strerror(errno));
+  if (host::show("vlm_time_report", text) != 0) return kFailure;
   return report.clean() ? kClean : kFaulty;
 }
 
@@ -101,7 +97,9 @@ int main(int argc, char** argv) {
     std::fputs("Try vlm_time_report --help.\n", stderr);
     return kUsage;
   }
-  if (options.help) return print(time_report_help()) ? kClean : kFailure;
-  if (options.version) return print("vlm_time_report " VLM_VERSION "\n") ? kClean : kFailure;
+  if (options.help) return host::show("vlm_time_report", time_report_help());
+  if (options.version) {
+    return host::show("vlm_time_report", "vlm_time_report " VLM_VERSION "\n");
+  }
   return make_report(options);
 }
