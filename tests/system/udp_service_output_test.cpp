@@ -24,6 +24,12 @@ const Bytes kCameraTypeReply = camctrl_reply(kGetCameraType, 0, {11});
 /// Lines that the service prints about a request for the camera type.
 constexpr long kLinesOfARequest = 8;
 
+#ifdef VLM_SANITIZED  // which sleep a second at the end
+constexpr std::chrono::seconds kTimeToEnd{10};
+#else
+constexpr std::chrono::seconds kTimeToEnd{1};
+#endif
+
 /// Far more than a pipe and the service's memory hold lines of.
 constexpr int kManyRequests = 5000;
 
@@ -44,7 +50,7 @@ class UdpServiceOutput : public UdpServiceProgram {
     const auto start = Clock::now();
     _service->signal(SIGTERM);
     EXPECT_EQ(_service->wait(), 0);
-    EXPECT_LT(Clock::now() - start, std::chrono::seconds(1));
+    EXPECT_LT(Clock::now() - start, kTimeToEnd);
   }
 
   /// Starts the service from a line of shell, in which "$0" "$@" stands for it and its options.
