@@ -35,7 +35,7 @@ class OutputRelay {
 
  private:
   /// What waits while another such amount is being written.
-  static constexpr std::size_t kCapacity = 256 * 1024;
+  static constexpr std::size_t kCapacity = std::size_t{256} * 1024;
 
   void run();
   bool is_urgent() const;
