@@ -1,13 +1,14 @@
 #include "bus_listeners.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <thread>
 
 #include "bus_readiness.h"
 #include "lcm_request.h"
+#include "threads.h"
 #include "vlm_test.h"
 
 namespace {
@@ -35,20 +36,22 @@ extern "C" void on_rtsp_answer(void* bytes, unsigned int length, char* channel, 
   lcm_request.receive_msg_from_rtsp(answer.msg_cmd, answer.msg_buf);
 }
 
-void subscribe(const char* channel, ReceiveBufCallBack callback) {
+bool subscribe(const char* channel, ReceiveBufCallBack callback) {
   auto* subscription = new Receive_msg_t{};  // its thread's, for good
   std::snprintf(subscription->channel, sizeof subscription->channel, "%s", channel);
   subscription->f = callback;
-  std::thread([subscription] {
+  return start_thread("BUS", [subscription] {
     register_lcm_message(subscription);
     readiness().give_up();
-  }).detach();
+  });
 }
 
 }  // namespace
 
 bool start_bus_listeners() {
-  subscribe(kReplyChannel, on_reply);
-  subscribe(kRtspReplyChannel, on_rtsp_answer);
-  return readiness().wait(kReadinessLimit);
+  if (!subscribe(kReplyChannel, on_reply)) return false;
+  if (!subscribe(kRtspReplyChannel, on_rtsp_answer)) return false;
+  const bool ready = readiness().wait(kReadinessLimit);
+  errno = 0;
+  return ready;
 }

@@ -4,7 +4,7 @@
 #define BUS_LISTENERS_H
 
 /// Starts both listener threads, which serve until the process ends. False when the bus does not
-/// deliver to them within 5 s.
+/// deliver to them within 5 s, with errno 0, or when a thread cannot be made, with the reason in errno.
 bool start_bus_listeners();
 
 #endif  // BUS_LISTENERS_H

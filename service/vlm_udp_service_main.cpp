@@ -1,26 +1,40 @@
 // vlm_udp_service: serves the camera-control UDP protocol until SIGTERM or SIGINT.
+#include <fcntl.h>
 #include <getopt.h>
 #include <pthread.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <new>
 #include <string>
-#include <thread>
+#include <system_error>
 
 #include "bus_listeners.h"
+#include "output_relay.h"
 #include "standard_output.h"
+#include "threads.h"
 #include "velmar_log.h"
 #include "velmar_udp_master_k720.h"
 
 namespace {
+
+constexpr char kName[] = "vlm_udp_service";
 
 constexpr int kFailure = 1;
 constexpr int kUsageFault = 2;
 
 // What the time log's paths of at most 63 characters leave.
 constexpr std::size_t kLongestCardOfTimeLog = 27;
+
+/// What is still to be printed at the end gets that long.
+constexpr std::chrono::milliseconds kTimeToDrain{300};
 
 constexpr char kHelp[] =
     "Usage: vlm_udp_service [OPTION]...\n"
@@ -44,8 +58,10 @@ struct Settings {
   bool log_time = false;
 };
 
+std::string reason() { return std::system_category().message(errno); }
+
 int complain(const std::string& message, int status) {
-  std::fprintf(stderr, "vlm_udp_service: %s\n", message.c_str());
+  std::fprintf(stderr, "%s: %s\n", kName, message.c_str());
   return status;
 }
 
@@ -67,8 +83,8 @@ int parse_arguments(int argc, char** argv, Settings& settings) {
         break;
       case 's': settings.sdcard = optarg; break;
       case 't': settings.log_time = true; break;
-      case 'h': return host::show("vlm_udp_service", kHelp);
-      case 'v': return host::show("vlm_udp_service", "vlm_udp_service " VLM_VERSION "\n");
+      case 'h': return host::show(kName, kHelp);
+      case 'v': return host::show(kName, "vlm_udp_service " VLM_VERSION "\n");
       case ':':
         return complain(std::string("a value is missing: ") + argv[optind - 1], kUsageFault);
       default: return complain(std::string("not an option: ") + argv[optind - 1], kUsageFault);
@@ -104,28 +120,85 @@ sigset_t hold_end_signals() {
   return signals;
 }
 
-int serve(const Settings& settings) {
-  const sigset_t end_signals = hold_end_signals();
-  if (settings.sdcard != nullptr) use_sdcard(settings.sdcard);
-  vlm_camera_log_init();
-  if (!start_bus_listeners()) return complain("the bus does not deliver", kFailure);
-  if (vlm_udp_master_k720_init(settings.port) != 0) {
-    return complain("port " + std::to_string(settings.port) + " cannot be served: is it in use?",
+/// Nobody closes what stands for standard input, output and error: no socket becomes one of them.
+void hold_standard_descriptors() {
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    if (fcntl(fd, F_GETFD) == -1 && open("/dev/null", O_RDWR) == -1) return;
+  }
+}
+
+/// The service's own result does not tell whether its threads could be made.
+int prove_threads() {
+  for (const char* const name : {"RCVCMD", "PCCMD"}) {
+    if (thread_lives(name)) continue;
+    const std::string why = errno == 0 ? "it could not be made" : reason();
+    return complain(std::string("there is no thread ") + name + ": " + why, kFailure);
+  }
+  return 0;
+}
+
+int open_port(int port) {
+  if (vlm_udp_master_k720_init(port) == 0) return prove_threads();
+  const std::string why = errno == EADDRINUSE ? "is it in use?" : reason();
+  return complain("port " + std::to_string(port) + " cannot be served: " + why, kFailure);
+}
+
+/// Returns 0 once the service serves, else the status to end with.
+int start(const Settings& settings) {
+  if (!start_bus_listeners()) {
+    return complain(errno == 0 ? "the bus does not deliver" : "no thread for the bus: " + reason(),
                     kFailure);
   }
-  if (settings.log_time) std::thread(log_time_thread, nullptr).detach();
+  if (const int status = open_port(settings.port); status != 0) return status;
+  if (settings.log_time && !start_thread("TIMELOG", [] { log_time_thread(nullptr); })) {
+    return complain("no thread for the time log: " + reason(), kFailure);
+  }
   std::printf("vlm_udp_service: serving port %d\n", vlm_udp_master_k720_port());
+  return 0;
+}
+
+/// Ends the process, once: a second caller waits for the first one's end.
+[[noreturn]] void end(int status) {
+  static std::mutex& once = *new std::mutex;
+  once.lock();
+  drain_standard_output(kTimeToDrain);
+  std::exit(status);
+}
+
+/// Serves until a signal. Starting has a thread of its own, so that a signal ends it, too.
+[[noreturn]] void serve(const Settings& settings) {
+  const sigset_t end_signals = hold_end_signals();
+  std::signal(SIGPIPE, SIG_IGN);  // of a reader of our output that has gone
+  if (!relay_standard_output(kName)) {
+    end(complain("no thread for the output: " + reason(), kFailure));
+  }
+  if (settings.sdcard != nullptr) use_sdcard(settings.sdcard);
+  vlm_camera_log_init();
+  const auto start_or_end = [settings] {
+    try {
+      if (const int status = start(settings); status != 0) end(status);
+    } catch (const std::bad_alloc&) {
+      end(complain("out of memory", kFailure));
+    }
+  };
+  if (!start_thread("START", start_or_end)) {
+    end(complain("no thread to start with: " + reason(), kFailure));
+  }
   int signal = 0;
   sigwait(&end_signals, &signal);
-  return 0;
+  end(0);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  // Scripts and pipes see each line at once.
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  hold_standard_descriptors();
   Settings settings;
   const int status = parse_arguments(argc, argv, settings);
-  return status >= 0 ? status : serve(settings);
+  if (status >= 0) return status;
+  try {
+    serve(settings);
+  } catch (const std::bad_alloc&) {
+    return complain("out of memory", kFailure);
+  }
 }

@@ -2,13 +2,41 @@
 
 #include <sys/socket.h>
 
+#include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <new>
+#include <thread>
 #include <vector>
 
 #include "velmar_udp_master_k720_print.h"
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// How long a host may hold the mutex before a datagram that arrives meanwhile is refused.
+constexpr std::chrono::milliseconds kHostsTime{5};
+
+/// How the receiving thread waits for the mutex: a thread that is about to release it gets the
+/// processor at once; for one that is not, it is looked at now and then.
+constexpr int kYields = 20;
+constexpr std::chrono::microseconds kPause{50};
+
+/// Says that a system call failed, and keeps its error number.
+int failed(const SourcePlace& place, const char* message) {
+  const int error = errno;
+  udp_say(place, "%s", message);
+  errno = error;
+  return -1;
+}
+
+/// Answers `msg` without executing it.
+void refuse(UdpMasterK720& service, const camctrl_msg_t& msg, vlm_err_t err,
+            const SourcePlace& place, const char* line) {
+  service.error_info_to_apps(msg, err);
+  udp_say(place, "%s", line);
+}
 
 /// The services of this process. They are never freed, and neither is this list, whose purpose is
 /// to keep those reachable whose initialisation failed.
@@ -45,22 +73,20 @@ UdpMasterK720::~UdpMasterK720() {
 int UdpMasterK720::master_initialization(int port) {
   m_udp_server_port = port;
   if (init_udp_server() < 0) return -1;
-  return threads_initialization() == 0 ? 0 : -1;
+  const int error = threads_initialization();
+  if (error != 0) errno = error;
+  return error == 0 ? 0 : -1;
 }
 
 int UdpMasterK720::init_udp_server() {
   m_udp_server_fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
-  if (m_udp_server_fd < 0) {
-    udp_say(udp_here(), "socket failed.\n");
-    return -1;
-  }
+  if (m_udp_server_fd < 0) return failed(udp_here(), "socket failed.\n");
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_ANY);
   address.sin_port = htons(static_cast<u16>(m_udp_server_port));
   if (bind(m_udp_server_fd, generic(address), sizeof address) < 0) {
-    udp_say(udp_here(), "bind error.\n");
-    return -1;
+    return failed(udp_here(), "bind error.\n");
   }
   socklen_t size = sizeof address;  // port 0 has become a free one
   if (getsockname(m_udp_server_fd, generic(address), &size) == 0) {
@@ -94,6 +120,36 @@ int UdpMasterK720::udp_create_detach_pthread(void* (*start_routine)(void*), void
   return error;
 }
 
+int UdpMasterK720::udp_lock() {
+  const int error = pthread_mutex_lock(&m_mutex);
+  if (error == 0) m_locked_by_host = true;
+  return error;
+}
+
+int UdpMasterK720::udp_trylock() {
+  if (pthread_mutex_trylock(&m_mutex) != 0) return -1;
+  m_locked_by_host = true;
+  return 0;
+}
+
+int UdpMasterK720::udp_unlock() {
+  m_locked_by_host = false;
+  return pthread_mutex_unlock(&m_mutex);
+}
+
+int UdpMasterK720::udp_produce() {
+  if (m_count == kMostWaiting) return -1;
+  m_waiting[static_cast<std::size_t>((m_first + m_count) % kMostWaiting)] = message();
+  m_unanswered = ++m_count;
+  return 0;
+}
+
+void UdpMasterK720::udp_consume() {
+  if (m_count == 0) return;
+  m_first = (m_first + 1) % kMostWaiting;
+  --m_count;
+}
+
 void UdpMasterK720::udp_waitsignal() {
   while (m_count == 0) pthread_cond_wait(&m_cond, &m_mutex);
 }
@@ -107,30 +163,29 @@ void* UdpMasterK720::receive_commands_from_apps(void* arg) {
     if (size == 0) continue;
     udp_say(udp_here(), "Received msg:rev_len = %d\n", static_cast<int>(size));
     udp_print_bytes("", reinterpret_cast<const u8*>(&msg), size);
-    if (service.take_idle_slot() != 0) {
-      service.error_info_to_apps(msg, VLM_ERR_BUSY);
-      udp_say(udp_here(), "VLM_ERR_BUSY\n");
+    if (service.take_mutex() != 0) {
+      refuse(service, msg, VLM_ERR_BUSY, udp_here(), "VLM_ERR_BUSY\n");
       continue;
     }
-    if (check_msg_from_apps(msg) == 0) {
-      service.udp_produce();
-      service.udp_sendsignal();
+    if (check_msg_from_apps(msg) != 0) {
+      refuse(service, msg, VLM_ERR_PROTOCOL, udp_here(), "VLM_ERR_PROTOCOL(CRC error)\n");
+    } else if (service.udp_produce() != 0) {
+      refuse(service, msg, VLM_ERR_BUSY, udp_here(), "VLM_ERR_BUSY\n");
     } else {
-      service.error_info_to_apps(msg, VLM_ERR_PROTOCOL);
-      udp_say(udp_here(), "VLM_ERR_PROTOCOL(CRC error)\n");
+      service.udp_sendsignal();
     }
-    service.udp_unlock();
+    pthread_mutex_unlock(&service.m_mutex);
   }
 }
 
 void* UdpMasterK720::process_commands_from_apps(void* arg) {
   auto& service = *static_cast<UdpMasterK720*>(arg);
   for (;;) {
-    service.udp_lock();
+    pthread_mutex_lock(&service.m_mutex);
     service.udp_waitsignal();
     service.process_camera_functions_and_reply();
     service.udp_consume();
-    service.udp_unlock();
+    pthread_mutex_unlock(&service.m_mutex);
   }
 }
 
@@ -150,16 +205,30 @@ std::size_t UdpMasterK720::receive_message() {
   return size;
 }
 
-/// Takes the mutex; -1 while a command is executed. A sender that has its reply is not refused,
-/// even if the processing thread has still to release the mutex, which it does without delay.
-int UdpMasterK720::take_idle_slot() {
-  if (udp_trylock() == 0) return 0;
-  return m_unanswered > 0 ? -1 : udp_lock();
+/// Takes the mutex; -1 while a command waits or is executed, and when a host keeps it. A sender that
+/// has its reply is not refused: the processing thread has only to release the mutex, which it does
+/// without delay.
+int UdpMasterK720::take_mutex() {
+  const auto limit = Clock::now() + kHostsTime;
+  for (int tries = 0; pthread_mutex_trylock(&m_mutex) != 0; ++tries) {
+    if (m_unanswered > 0 || (m_locked_by_host && Clock::now() > limit)) return -1;
+    if (tries < kYields) {
+      std::this_thread::yield();
+    } else {
+      std::this_thread::sleep_for(kPause);
+    }
+  }
+  return 0;
 }
 
 camctrl_msg_t UdpMasterK720::message() {
   const std::lock_guard<std::mutex> guard(m_slot_mutex);
   return m_camctr_msg;
+}
+
+/// What is to be executed; the mutex is held.
+camctrl_msg_t UdpMasterK720::next_message() {
+  return m_count > 0 ? m_waiting[static_cast<std::size_t>(m_first)] : message();
 }
 
 void UdpMasterK720::send_to_client(const camctrl_msg_t& msg, std::size_t size) {

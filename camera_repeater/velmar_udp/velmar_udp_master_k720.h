@@ -1,10 +1,14 @@
 // The UDP camera-control service: applications drive the camera with camctrl packets.
 //
 // One thread receives and validates datagrams, a second executes them one at a time through the
-// request engine and replies. There is one message slot and one reply address: a datagram that
-// arrives while a command runs is answered "busy", yet its sender becomes the one that the running
-// command's reply goes to. The service serves one application at a time. Messages go to standard
-// output, prefixed with source file, function and line.
+// request engine and replies. What passed the check is what is executed: a valid datagram is copied
+// out of the message slot into a short queue, executed exactly once and answered. Every other one is
+// refused, as wrong or "busy", and never executed.
+//
+// There is one message slot, in which a short datagram is completed with the bytes before it, and
+// one reply address: a datagram that arrives while a command runs is answered "busy", yet its sender
+// becomes the one that the running command's reply goes to. The service serves one application at a
+// time. Messages go to standard output, prefixed with source file, function and line.
 #ifndef VELMAR_UDP_MASTER_K720_H
 #define VELMAR_UDP_MASTER_K720_H
 
@@ -33,8 +37,8 @@ int vlm_udp_iscrc16good(const u8* data, int length);
 void vlm_udp_fill_crc(camctrl_msg_t& msg, u16 len);
 
 /// Starts the service of this process on `port`, of all the machine's addresses; 0 takes a free
-/// port. Returns 0, or -1 after a message when the port cannot be served. The service lives as long
-/// as the process.
+/// port. Returns 0, or -1 after a message when the port cannot be served, with the reason in errno.
+/// The service lives as long as the process.
 int vlm_udp_master_k720_init(int port);
 
 /// The port that the last service started here is bound to; 0 when there is none.
@@ -51,8 +55,8 @@ class UdpMasterK720 {
   /// Returns 0 or -1.
   int master_initialization(int port);
 
-  /// Opens and binds the socket; 0, or -1 after a message. A socket that could not be bound stays
-  /// open.
+  /// Opens and binds the socket; 0, or -1 after a message, with the reason in errno. A socket that
+  /// could not be bound stays open.
   int init_udp_server();
 
   /// Starts "RCVCMD", then "PCCMD". 0, or an error number after a message.
@@ -63,14 +67,18 @@ class UdpMasterK720 {
   /// created is not examined.
   static int udp_create_detach_pthread(void* (*start_routine)(void*), void* arg, const char* name);
 
-  // The hand-off between the threads. The mutex is held while a command is executed, which is what
-  // the receiving thread finds "busy".
-  int udp_lock() { return pthread_mutex_lock(&m_mutex); }
+  // The hand-over between the threads. The mutex is held while a command is executed, which is what
+  // the receiving thread finds "busy". A host may hold it, too: a datagram that arrives meanwhile is
+  // answered "busy" after 5 ms.
+  int udp_lock();
   /// 0 when the mutex was taken, else -1.
-  int udp_trylock() { return pthread_mutex_trylock(&m_mutex) == 0 ? 0 : -1; }
-  int udp_unlock() { return pthread_mutex_unlock(&m_mutex); }
-  void udp_produce() { m_unanswered = ++m_count; }
-  void udp_consume() { --m_count; }
+  int udp_trylock();
+  int udp_unlock();
+  /// Hands the message in the slot over, as a copy; the mutex is held. 0, or -1 when kMostWaiting
+  /// wait already.
+  int udp_produce();
+  /// Forgets the command that was handed over first; the mutex is held.
+  void udp_consume();
   void udp_sendsignal() { pthread_cond_signal(&m_cond); }
   /// Blocks until a command waits; the mutex, which the caller holds, is released meanwhile.
   void udp_waitsignal();
@@ -90,25 +98,34 @@ class UdpMasterK720 {
   /// Sends the 264-byte error reply to `request` to the latest sender.
   void error_info_to_apps(const camctrl_msg_t& request, vlm_err_t err);
 
-  /// Executes the command in the slot and replies to the latest sender; the mutex is held.
-  /// Returns 0.
+  /// Executes the command that was handed over first, or the one in the slot when none was, and
+  /// replies to the latest sender; the mutex is held. Returns 0.
   int process_camera_functions_and_reply();
 
  private:
   friend int vlm_udp_master_k720_port();
   friend struct UdpMasterK720Peer;  // lets tests look at the socket
 
+  /// How many commands may wait at a time. They come in while the processing thread is waking, which
+  /// takes it far less than eight datagrams take to arrive. More would only age: of a camera that is
+  /// silent, each costs the next one 3 s.
+  static constexpr int kMostWaiting = 8;
+
   std::size_t receive_message();
-  int take_idle_slot();
+  int take_mutex();
   camctrl_msg_t message();
+  camctrl_msg_t next_message();
   void send_to_client(const camctrl_msg_t& msg, std::size_t size);
 
   int m_udp_server_port = 0;
   int m_udp_server_fd = 0;
-  pthread_mutex_t m_mutex;           // guards m_count and the hand-off of the slot
-  pthread_cond_t m_cond;             // a command waits
-  int m_count = 0;                   // validated commands not yet executed
-  std::atomic<int> m_unanswered{0};  // those of them that no reply has been sent to
+  pthread_mutex_t m_mutex;  // guards m_count, m_first and m_waiting
+  pthread_cond_t m_cond;    // a command waits
+  int m_count = 0;          // validated commands not yet executed
+  int m_first = 0;          // the place of the first of them
+  std::array<camctrl_msg_t, kMostWaiting> m_waiting{};
+  std::atomic<int> m_unanswered{0};           // those of m_count that no reply has been sent to
+  std::atomic<bool> m_locked_by_host{false};  // the mutex was taken by udp_lock or udp_trylock
   camctrl_msg_t m_camctr_msg{};
   sockaddr_in m_peer_client_addr{};
   std::mutex m_slot_mutex;  // guards the two above, which are overwritten while a command runs

@@ -326,7 +326,7 @@ void UdpMasterK720::error_info_to_apps(const camctrl_msg_t& request, vlm_err_t e
 }
 
 int UdpMasterK720::process_camera_functions_and_reply() {
-  const camctrl_msg_t request = message();
+  const camctrl_msg_t request = next_message();
   const u16 cmd = camctrl_be16(request.payload.cmd);
   udp_say(udp_here(), "camera_cmd = %d\n", cmd);
   Exchange exchange(request);

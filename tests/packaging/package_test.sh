@@ -125,6 +125,11 @@ unit_is_sound() {
   systemctl --root="$root" --quiet enable vlm-udp-service.service
   grep -q '^vlm:' "$root/etc/passwd" || fail "the service's user is missing"
   systemd-analyze --root="$root" --man=no verify vlm-udp-service.service || fail "the unit has faults"
+  # 200 lines a second: more than an application makes, less than a flood of datagrams does.
+  for limit in IntervalSec=10s Burst=2000; do
+    grep -q "^LogRateLimit$limit\$" "$root/lib/systemd/system/vlm-udp-service.service" ||
+      fail "the unit lets a flood fill the journal"
+  done
   # The exposure in tenths, of 100.
   systemd-analyze --root="$root" --offline=true --threshold=15 --no-pager security \
     vlm-udp-service.service >"$scratch/security.log" || {

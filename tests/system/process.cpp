@@ -95,7 +95,7 @@ Process::~Process() {
     waitpid(_pid, nullptr, 0);
   }
   close_input();
-  close(_output);
+  close_output();
   close(_errors);
 }
 
@@ -110,6 +110,11 @@ void Process::write(const std::string& text) const {
 void Process::close_input() {
   if (_input != -1) close(_input);
   _input = -1;
+}
+
+void Process::close_output() {
+  if (_output != -1) close(_output);
+  _output = -1;
 }
 
 bool Process::read_some() {

@@ -27,6 +27,8 @@ class Process {
   void write(const std::string& text) const;
   /// Ends its input.
   void close_input();
+  /// Takes no more of its output: it finds its reader gone.
+  void close_output();
   /// Output up to the first `marker`, marker included; later output stays for the next read.
   std::string read_until(const std::string& marker);
   /// Output up to its end.

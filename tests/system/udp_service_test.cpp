@@ -5,60 +5,18 @@
 #include <csignal>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <regex>
+#include <set>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "camctrl_app.h"
 #include "camctrl_service.h"
-#include "process.h"
 #include "transcript.h"
+#include "udp_service_program.h"
 
 namespace {
-
-class UdpServiceProgram : public testing::Test {
- protected:
-  struct Outcome {
-    std::string output;
-    std::string errors;
-    int status;
-  };
-
-  std::vector<std::string> environment() const {
-    return {"VLM_BUS_DIR=" + _directory / "bus", "TZ=UTC0"};
-  }
-
-  std::unique_ptr<Process> start(const std::string& name,
-                                 const std::vector<std::string>& options = {}) const {
-    std::vector<std::string> arguments{program(name)};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    return std::make_unique<Process>(arguments, environment());
-  }
-
-  void start_camera(const std::vector<std::string>& options = {}) {
-    _camera = start("camera_sim", options);
-    _camera->read_until("camera_sim: ready");
-  }
-
-  /// Returns the port that it serves.
-  int start_service(std::vector<std::string> options = {}) {
-    options.insert(options.begin(), {"--port", "0", "--sdcard", _directory / "card"});
-    _service = start("vlm_udp_service", options);
-    _service->read_until("vlm_udp_service: serving port ");
-    return std::stoi(_service->read_until("\n"));
-  }
-
-  Outcome run(const std::string& name, const std::vector<std::string>& options) const {
-    const auto process = start(name, options);
-    const std::string output = process->read_all();
-    const int status = process->wait();
-    return {output, process->errors(), status};
-  }
-
-  TemporaryDirectory _directory;
-  std::unique_ptr<Process> _camera;
-  std::unique_ptr<Process> _service;
-};
 
 TEST_F(UdpServiceProgram, ServesTheCamera) {
   start_camera();
@@ -205,10 +163,12 @@ TEST_F(UdpServiceProgram, TellsItsUseAndVersion) {
 
 // --- The page for developers of applications ---
 
-std::string page() {
-  std::ifstream file(VLM_DOCS_DIR "/camctrl_protocol.md");
+std::string source(const std::string& path) {
+  std::ifstream file(VLM_DOCS_DIR "/" + path);
   return {std::istreambuf_iterator<char>(file), {}};
 }
+
+std::string page() { return source("camctrl_protocol.md"); }
 
 /// What stands between the fences of the block that follows `marker`.
 std::string block(const std::string& marker) {
@@ -230,6 +190,97 @@ TEST_F(UdpServiceProgram, AnswersAsItsPageSays) {
   const CamctrlApp app(port);
   EXPECT_EQ(app.ask(camctrl_request(7, {2})), camctrl_reply(7, 0));
   EXPECT_EQ(app.ask(bytes_of(block("The datagram:"))), bytes_of(block("one data byte longer:")));
+}
+
+TEST_F(UdpServiceProgram, RefusesAsItsPageSays) {
+  const CamctrlApp app(start_service());
+  Bytes refusal = bytes_of(block("These are the first bytes of the reply"));
+  refusal.resize(264);
+  EXPECT_EQ(app.ask(bytes_of(block("With one bit of its CRC flipped"))), refusal);
+}
+
+/// The numbers that `pattern` captures in `text`.
+std::vector<int> numbers(const std::string& text, const std::string& pattern) {
+  const std::regex number(pattern);
+  std::vector<int> all;
+  for (std::sregex_iterator match(text.begin(), text.end(), number), end; match != end; ++match) {
+    all.push_back(std::stoi((*match)[1]));
+  }
+  return all;
+}
+
+TEST(UdpServicePage, NamesEveryResult) {
+  const std::string text = page();
+  const auto begin = text.find("## Results");
+  const auto listed = numbers(text.substr(begin, text.find("\n\nAnother number", begin) - begin),
+                              R"(\n\| (\d+) \|)");
+  const auto defined = numbers(source("../camera_repeater/velmar_udp/vlm_camera_codes.h"),
+                               R"(VLM_ERR_\w+ = (\d+),)");
+  ASSERT_GT(defined.size(), 80U);
+  EXPECT_EQ(listed, defined);
+}
+
+std::size_t count(const std::string& text, const std::string& word) {
+  std::size_t found = 0;
+  for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) ++found;
+  return found;
+}
+
+struct Vector {
+  std::string meaning;
+  Bytes request;
+  Bytes reply;
+};
+
+std::vector<Vector> vectors() {
+  const std::string text = source("camctrl_vectors.json");
+  static const std::regex form(
+      R"re("meaning": "([^"]*)",\s*"request": "([^"]*)",\s*"reply": "([^"]*)")re");
+  std::vector<Vector> all;
+  for (std::sregex_iterator match(text.begin(), text.end(), form), end; match != end; ++match) {
+    all.push_back({(*match)[1], bytes_of((*match)[2]), bytes_of((*match)[3])});
+  }
+  return all;
+}
+
+TEST_F(UdpServiceProgram, AnswersAsItsVectorsSay) {
+  start_camera();
+  const CamctrlApp app(start_service());
+  const auto all = vectors();
+  EXPECT_EQ(all.size(), count(source("camctrl_vectors.json"), "\"meaning\""));
+  for (const Vector& one : all) EXPECT_EQ(app.ask(one.request), one.reply) << one.meaning;
+}
+
+TEST(UdpServicePage, HasAVectorForEveryCommand) {
+  std::set<int> asked;
+  for (const Vector& one : vectors()) {
+    const bool answered = one.reply.size() < 264 && one.reply.at(4) == 0 && one.reply.at(5) == 0;
+    if (answered) asked.insert(one.reply.at(6) << 8 | one.reply.at(7));
+  }
+  const std::string text = page();
+  const auto begin = text.find("## Commands");
+  const auto listed = numbers(text.substr(begin, text.find("Every other command", begin) - begin),
+                              R"(\n\| (\d+) \|)");
+  EXPECT_EQ(asked, std::set<int>(listed.begin(), listed.end()));
+  EXPECT_EQ(asked.size(), 40U);
+}
+
+TEST_F(UdpServiceProgram, IsNotFloodedByTheClientOfItsPageWhenBusy) {
+  const UdpSocket busy_service;
+  _directory.write("client.py", block("## A client in Python"));
+  Process client(
+      {"/usr/bin/env", "python3", _directory / "client.py", std::to_string(busy_service.port())});
+  int sender = 0;
+  for (int asked = 0; asked < 8; ++asked) {
+    const Bytes request = busy_service.receive(&sender);
+    busy_service.send(camctrl_error_reply(request, 2), sender);
+  }
+  EXPECT_EQ(client.read_all(), "");
+  EXPECT_EQ(client.wait(), 1);
+  EXPECT_NE(client.errors().find("TimeoutError: the service is busy\n"), std::string::npos)
+      << client.errors();
+  Bytes more;
+  EXPECT_FALSE(busy_service.poll(more));
 }
 
 TEST_F(UdpServiceProgram, ServesTheClientOfItsPage) {

@@ -1,13 +1,11 @@
 // What the service makes of a flood: right, wrong and random datagrams from two senders. Each of
 // them that is not empty is owed one answer, unless the kernel dropped it or its answer.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -18,31 +16,12 @@
 #include "camctrl_app.h"
 #include "camctrl_service.h"
 #include "scripted_bus.h"
+#include "silence.h"
 
 namespace {
 
 constexpr int kRounds = 100;
 constexpr int kRoundSize = 1000;
-
-/// Standard output thrown away, for as long as the object lives.
-class Silence {
- public:
-  Silence() : _saved(dup(STDOUT_FILENO)) {
-    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dup2(null, STDOUT_FILENO);
-    close(null);
-  }
-  ~Silence() {
-    std::fflush(stdout);
-    dup2(_saved, STDOUT_FILENO);
-    close(_saved);
-  }
-  Silence(const Silence&) = delete;
-  Silence& operator=(const Silence&) = delete;
-
- private:
-  int _saved;
-};
 
 /// The last field of the line of `port` in the kernel's table; -1 when it is not there.
 long drops_listed_for(int port) {

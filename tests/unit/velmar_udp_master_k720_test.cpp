@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -138,6 +139,23 @@ TEST_F(UdpService, IsRefusedWithoutASocket) {
   setrlimit(RLIMIT_NOFILE, &limit);
   EXPECT_EQ(result, -1);
   EXPECT_EQ(without_places(_transcript.text()), "@init_udp_server: socket failed.\n");
+}
+
+TEST_F(UdpService, LeavesTheReasonInErrno) {
+  errno = 0;
+  EXPECT_EQ(vlm_udp_master_k720_init(_port), -1);
+  EXPECT_EQ(errno, EADDRINUSE);
+
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit none{0, limit.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  errno = 0;
+  const int result = vlm_udp_master_k720_init(0);
+  const int error = errno;
+  setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_EQ(result, -1);
+  EXPECT_EQ(error, EMFILE);
 }
 
 TEST(UdpServiceObject, CanBeDestroyedUnused) {
@@ -308,6 +326,20 @@ TEST_F(UdpService, AnswersBusyWhileACommandRuns) {
   EXPECT_EQ(bus().published().size(), 1U);
 
   EXPECT_EQ(occurrences("@receive_commands_from_apps: VLM_ERR_BUSY\n"), 2);
+}
+
+TEST_F(UdpService, AnswersBusyWhileAHostKeepsTheMutex) {
+  const Bytes request = camctrl_request(kGetCameraType);
+  ASSERT_EQ(_service.udp_lock(), 0);
+  EXPECT_EQ(_app.ask(request), camctrl_error_reply(request, kBusy));
+  EXPECT_EQ(_app.ask(broken(request)), camctrl_error_reply(broken(request), kBusy));
+  _service.udp_unlock();
+  EXPECT_EQ(ask(request), kCameraTypeReply);
+  ASSERT_EQ(_service.udp_trylock(), 0);
+  EXPECT_EQ(_app.ask(request), camctrl_error_reply(request, kBusy));
+  _service.udp_unlock();
+  EXPECT_EQ(ask(request), kCameraTypeReply);
+  EXPECT_EQ(occurrences("@receive_commands_from_apps: VLM_ERR_BUSY\n"), 3);
 }
 
 TEST_F(UdpService, NeverRefusesASenderThatHasItsReply) {
