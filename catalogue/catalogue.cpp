@@ -207,6 +207,7 @@ const char* text(Flag flag) {
     case kSecret: return "secret";
     case kOpen: return "open";
     case kFixed: return "fixed";
+    case kMask: return "mask";
   }
   return "";
 }

@@ -72,6 +72,7 @@ enum Flag : u16 {
   kSecret = 64,       // not to be shown or recorded
   kOpen = 128,        // other values than those told pass, too: they are the sensor's own
   kFixed = 256,       // no part of the value: always `initial` in requests
+  kMask = 512,        // fixed, too: in requests the `selects` of the fields that are given
 };
 
 struct Choice {
@@ -100,7 +101,7 @@ struct Field {
   List<Choice> choices{};
   bool ranged = false;
   Range range{0, 0};   // when `ranged`
-  double initial = 0;  // as the wire has it; of a choice its number
+  double initial = 0;  // as the wire has it; a parameter whose initial is not allowed must be given
   const char* initial_text = "";
   u16 flags = 0;
   u32 selects = 0;  // bit in the group's mask that tells that this field counts
@@ -183,7 +184,7 @@ std::string nearest(std::string_view name, const std::vector<std::string>& names
 /// "bool", "u16", "setting" ... as in descriptions.
 const char* text(Type type);
 const char* text(Kind kind);
-/// "read-only", "volatile" ...
+/// "read-only", "volatile" ...; the bits of one flag.
 const char* text(Flag flag);
 
 /// A number that changes whenever a row does, so that two programs can tell that they agree.

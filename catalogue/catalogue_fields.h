@@ -106,7 +106,10 @@ constexpr NewField stream_id(u32 stream) {
   return number<u32>("").at(offsetof(vlm_stream_prop_t, stream_id)).fixed(stream);
 }
 constexpr NewField stream_mask() {
-  return number<u32>("").at(offsetof(vlm_stream_prop_t, enable_mask)).fixed(kSelectsAll);
+  return number<u32>("")
+      .at(offsetof(vlm_stream_prop_t, enable_mask))
+      .fixed(kSelectsAll)
+      .flagged(kMask);
 }
 constexpr NewField stream_bitrate(u32 initial) {
   return number<u32>("bitrate")
@@ -278,7 +281,7 @@ inline constexpr Field kStorage[] = {
 static_assert(fill(kStorage, sizeof(udp_ctrl_cam_sdcard_storage_t)));
 
 inline constexpr Field kAskSlot[] = {choice<u8>("slot", kQueriedSlots).starts(255).open()};
-inline constexpr Field kFormatSlot[] = {choice<u8>("slot", kFormattedSlots)};
+inline constexpr Field kFormatSlot[] = {choice<u8>("slot", kFormattedSlots).starts(-1)};
 
 inline constexpr Field kFolder[] = {
     on_off<u8>("enabled").at(offsetof(udp_ctrl_cam_media_folder_t, enable_flag)).open(),
