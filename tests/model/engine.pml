@@ -10,7 +10,8 @@
    `mutex` is LcmRequest::_mutex, READY is _lcm_ready_cond, RESPONSE is _lcm_response_cond. Every
    function holds the mutex from its begin to its end, but for the waits, and receive_msg notifies
    after giving it back; so a step is a stretch with the mutex held, or the notify. Time has no
-   length: a wait with a time-out may end at any moment.
+   length: a wait with a time-out may end at any moment. Of several replies with the code of the
+   request that waits, the model lets the first count or a later one.
 
    Switches: CALLERS, REQUESTS of each, STRAYS, SPURIOUS_WAKE_UPS;
    NO_TIMEOUTS: no wait but that of caller 0 for its turn ever times out, and the camera answers
@@ -51,6 +52,7 @@
 #define CAMERA_ERROR 5
 #define TIMED_OUT 26
 #define NEVER 255
+#define bit_of(result) (result == SUCCESS -> 1 : 2)
 #define NO_REQUEST 0
 #define LISTENER 100     /* holds the mutex as a caller does */
 
@@ -64,7 +66,7 @@ byte err = NEVER;        /* m_err_code */
 byte owner = NOBODY;
 byte pending = NO_REQUEST;   /* the number of the request that waits */
 byte answered = NO_REQUEST;  /* the request that the recorded reply was made for */
-byte own_err = NEVER;        /* the result in the last reply with the waiting request's code */
+byte own_results;            /* in replies with the waiting request's code: a bit each */
 byte finished;               /* callers */
 byte published;              /* requests */
 
@@ -173,11 +175,11 @@ next:
     if
     :: received != code ->
        printf("caller %d: request %d has timed out\n", me, number);
-       prove(OWN_REPLY_KEPT, own_err == NEVER);
+       prove(OWN_REPLY_KEPT, own_results == 0);
        err = TIMED_OUT
     :: else ->
        printf("caller %d: request %d ends with result %d\n", me, number, err);
-       prove(OWN_REPLY_KEPT, own_err == NEVER || err == own_err);
+       prove(OWN_REPLY_KEPT, own_results == 0 || (own_results & bit_of(err)) != 0);
        prove(HAPPENED, err == SUCCESS || err == CAMERA_ERROR);
        prove(CONSISTENT, sent == code);
        weakness(FRESH, answered == number)
@@ -190,7 +192,7 @@ next:
     owner = NOBODY;
     pending = NO_REQUEST;
     answered = NO_REQUEST;
-    own_err = NEVER
+    own_results = 0
   }
 #if BREAK != 2
   notify_one(READY);
@@ -227,15 +229,17 @@ end:
        goto end
     :: else
     fi;
-    if :: pending != NO_REQUEST && code == sent -> own_err = result :: else fi;
-#ifdef OVERWRITE
     if
-    :: true ->
-#else
+    :: pending != NO_REQUEST && code == sent -> own_results = own_results | bit_of(result)
+    :: else
+    fi;
     if
-    :: received == sent && sent != NO_CODE && code != sent ->
+#ifndef OVERWRITE
+    :: received == sent && sent != NO_CODE ->
        printf("listener: takes code %d and keeps the reply that it has\n", code)
-    :: else ->
+    :: received != sent || sent == NO_CODE || code == sent ->
+#else
+    :: true ->
 #endif
        if
        :: number == NO_REQUEST ->
