@@ -154,7 +154,7 @@ TEST_F(ClientOnBus, PublishesWhatTheEngineDoesForEveryCode) {
 }
 
 TEST_F(ClientOnBus, ReadsEverySettingOfACamera) {
-  CameraModel camera(true);
+  CameraModel camera(CameraTraits{true});
   ThreadScheduler scheduler;
   CameraClient client(transport(), scheduler);
   deliver_to_subscription();
