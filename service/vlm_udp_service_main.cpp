@@ -192,10 +192,10 @@ int start(const Settings& settings) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  hold_standard_descriptors();
   Settings settings;
   const int status = parse_arguments(argc, argv, settings);
   if (status >= 0) return status;
+  hold_standard_descriptors();
   try {
     serve(settings);
   } catch (const std::bad_alloc&) {
