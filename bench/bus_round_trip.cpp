@@ -33,7 +33,7 @@
 
 #include "lcm_request.h"
 #include "vlm_bus.h"
-#include "vlm_test.h"
+#include "vlm_test_listener.h"
 #include "vlm_userlcm_control_camera.h"
 
 namespace {

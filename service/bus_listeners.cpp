@@ -9,7 +9,7 @@
 #include "bus_readiness.h"
 #include "lcm_request.h"
 #include "threads.h"
-#include "vlm_test.h"
+#include "vlm_test_listener.h"
 
 namespace {
 
