@@ -13,6 +13,7 @@
 
 #include "bus_directory.h"
 #include "report.h"
+#include "tap_sender.h"
 #include "unique_fd.h"
 
 /// Sends packets to the subscribers of a channel, over sockets that stay connected. Any thread may
@@ -64,6 +65,7 @@ class Publisher {
   DirectoryWatch _watch;
   unsigned long _state = 1;  // numbers the states of the directory
   std::map<std::string, Channel, std::less<>> _channels;
+  vlm::bus::TapSender _taps;
   Complaint _complaint;
 };
 

@@ -3,6 +3,7 @@
 //   bus_peer listen CHANNEL                 prints a line for each packet; a packet from "exit"
 //                                           makes it exit
 //   bus_peer flood CHANNEL SENDER COUNT     publishes the packets 0 to COUNT - 1
+//   bus_peer echo FROM TO                   publishes what comes on one channel on the other
 #include <signal.h>
 
 #include <cstdint>
@@ -42,6 +43,19 @@ int flood(const char* channel, const char* sender, std::uint32_t count) {
   return 0;
 }
 
+const char* g_echo_to;
+
+int echo(const char* from, const char* to) {
+  g_echo_to = to;
+  Receive_msg_t subscription{};
+  std::snprintf(subscription.channel, sizeof subscription.channel, "%s", from);
+  subscription.f = [](void* buf, unsigned int size, char*, void*) {
+    send_msg_to_lcm(static_cast<userlcm_packet_t*>(buf), size - kHeaderSize, g_echo_to);
+  };
+  register_lcm_message(&subscription);
+  return 1;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -51,5 +65,6 @@ int main(int argc, char** argv) {
   if (action == "flood" && argc == 5) {
     return flood(argv[2], argv[3], static_cast<std::uint32_t>(std::stoul(argv[4])));
   }
+  if (action == "echo" && argc == 4) return echo(argv[2], argv[3]);
   return 2;
 }
