@@ -13,12 +13,12 @@ constexpr std::int64_t kLimit = 3000 * kMs;
 constexpr std::int64_t kStatusLimit = 500 * kMs;
 constexpr std::int64_t kSideLimit = 200 * kMs;
 
-std::int64_t limit_of(Kind kind, int code) {
+}  // namespace
+
+std::int64_t answer_limit_ns(Kind kind, int code) {
   if (kind == Kind::kSideRequest) return kSideLimit;
   return code == UDP_CTRL_CAM_GET_CAMERA_STATUS ? kStatusLimit : kLimit;
 }
-
-}  // namespace
 
 const char* name_of(Mark mark) {
   switch (mark) {
@@ -74,7 +74,7 @@ Finding Conversation::ask(Way& way, std::uint64_t number, std::int64_t time_ns,
   Finding finding;
   if (!way.pending.empty()) finding.mark = Mark::kCrossed;
   way.pending.push_back(
-      {number, time_ns, limit_of(way.kind, decoded.code), decoded.code, decoded.name});
+      {number, time_ns, answer_limit_ns(way.kind, decoded.code), decoded.code, decoded.name});
   return finding;
 }
 

@@ -24,6 +24,9 @@ enum class Mark {
 /// "no answer", "unasked", "crossed", "dropped"; empty for none.
 const char* name_of(Mark mark);
 
+/// How long the request engine waits for the answer to the request of that kind and code.
+std::int64_t answer_limit_ns(Kind kind, int code);
+
 /// What is known of a packet beside its content.
 struct Finding {
   Mark mark = Mark::kNone;

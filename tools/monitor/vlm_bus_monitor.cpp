@@ -1,5 +1,4 @@
 // vlm_bus_monitor: shows and records what goes over the message bus.
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +18,7 @@
 #include "payload_values.h"
 #include "pcapng_reader.h"
 #include "recording_file.h"
+#include "recording_input.h"
 #include "statistics.h"
 #include "status_table.h"
 
@@ -126,14 +126,10 @@ class Outputs {
 };
 
 int read_recording(const MonitorOptions& options, Outputs& outputs) {
-  struct stat status {};
-  if (stat(options.read_file.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
-    return complain(options.read_file + ": it is a directory", kFailure);
-  }
-  std::ifstream file(options.read_file, std::ios::binary);
-  if (!file) return complain(options.read_file + ": " + std::strerror(errno), kFailure);
-  PcapngReader reader(file);
+  std::ifstream file;
   std::string error;
+  if (!open_recording(options.read_file, file, error)) return complain(error, kFailure);
+  PcapngReader reader(file);
   Entry entry;
   PcapngReader::Outcome outcome;
   while ((outcome = reader.next(entry)) == PcapngReader::kEntry && g_end == 0) {

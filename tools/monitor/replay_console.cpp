@@ -1,0 +1,112 @@
+#include "replay_console.h"
+
+#include <algorithm>
+#include <string>
+
+#include "payload_values.h"
+#include "replay_compare.h"
+
+namespace vlm::monitor {
+
+namespace {
+
+bool is_request(const Observation& packet) {
+  return packet.decoded.kind == Kind::kRequest || packet.decoded.kind == Kind::kSideRequest;
+}
+
+bool is_answer(Kind kind) { return kind == Kind::kReply || kind == Kind::kSideReply; }
+
+}  // namespace
+
+/// A request is sent once what the recording has before it has come, so that requests cross only
+/// where they did.
+void ReplayConsole::play(const std::vector<Observation>& packets) {
+  const auto start = Clock::now();
+  const std::int64_t first_ns = packets.empty() ? 0 : packets.front().since_ns;
+  for (const Observation& packet : packets) {
+    if (_inbox.has_ended()) break;
+    const double behind_s = static_cast<double>(packet.since_ns - first_ns) / 1e9;
+    if (is_request(packet)) {
+      const double wait_s = _options.speed == 0 ? 0 : behind_s / _options.speed;
+      send(packet, start + std::chrono::duration_cast<Clock::duration>(
+                               std::chrono::duration<double>(wait_s)));
+    } else if (is_answer(packet.decoded.kind) && packet.finding.request != 0) {
+      await(packet);
+    }
+    _recorded_s = behind_s;
+  }
+  _played_s = std::chrono::duration<double>(Clock::now() - start).count();
+  take_rest(packets);
+}
+
+const char* ReplayConsole::reason_to_leave_out(const Observation& request) const {
+  if (request.entry.comment == kRedacted) return "redacted";
+  if (request.decoded.kind == Kind::kRequest && !_options.destructive &&
+      is_destructive(record_of(request.entry))) {
+    return "destructive";
+  }
+  return nullptr;
+}
+
+void ReplayConsole::send(const Observation& request, Clock::time_point due) {
+  if (const char* const reason = reason_to_leave_out(request)) {
+    _left_out.insert(request.number);
+    _result.left_out(request.number, request.decoded.name, reason);
+    return;
+  }
+  while (Clock::now() < due && !_inbox.has_ended()) {
+    if (const auto stray = _inbox.next(due)) take_stray(*stray);
+  }
+  _sent[request.number] = Clock::now();
+  publish(request.entry);
+}
+
+/// Waits for the answer as long as the request engine does.
+void ReplayConsole::await(const Observation& answer) {
+  const auto sent = _sent.find(answer.finding.request);
+  if (sent == _sent.end()) return;  // left out, or outside the section
+  const auto limit = std::chrono::nanoseconds(
+      answer_limit_ns(answer.decoded.kind == Kind::kReply ? Kind::kRequest : Kind::kSideRequest,
+                      answer.decoded.code));
+  const auto deadline = sent->second + std::chrono::duration_cast<Clock::duration>(limit);
+  while (const auto packet = _inbox.next(deadline)) {
+    const Decoded decoded = decode(*packet);
+    if (decoded.kind != answer.decoded.kind || decoded.code != answer.decoded.code) {
+      take_stray(*packet);
+      continue;
+    }
+    const std::string what = difference(answer.entry, *packet, _options.masked);
+    if (what.empty()) {
+      _result.equal(answer.number, answer.decoded.name);
+    } else {
+      _result.differs(answer.number, answer.decoded.name, what);
+    }
+    return;
+  }
+  if (!_inbox.has_ended()) _result.differs(answer.number, answer.decoded.name, "no answer came");
+}
+
+/// An answer that the recording does not have here.
+void ReplayConsole::take_stray(const Entry& packet) {
+  const Decoded decoded = decode(packet);
+  if (!is_answer(decoded.kind)) return;
+  _result.differs(0, decoded.name, "an answer came that the recording does not have there");
+}
+
+/// Takes what is left: an answer too many shows here. One to a request that had none in the
+/// recording is given the time that the request engine would give it.
+void ReplayConsole::take_rest(const std::vector<Observation>& packets) {
+  std::map<std::uint64_t, Clock::time_point> unanswered;
+  for (const Observation& packet : packets) {
+    if (!is_request(packet) || _sent.count(packet.number) == 0) continue;
+    unanswered[packet.number] =
+        _sent[packet.number] + std::chrono::duration_cast<Clock::duration>(std::chrono::nanoseconds(
+                                   answer_limit_ns(packet.decoded.kind, packet.decoded.code)));
+  }
+  for (const Observation& packet : packets) unanswered.erase(packet.finding.request);
+  auto deadline = Clock::now();
+  for (const auto& [number, until] : unanswered) deadline = std::max(deadline, until);
+  while (const auto packet = _inbox.next(deadline)) take_stray(*packet);
+}
+
+}  // namespace vlm::monitor
