@@ -396,7 +396,7 @@ inline constexpr Row kRows[] = {
     setting(number<u16>("white_balance.blue_gain").starts(256).tells("Gain of blue"),
             UDP_CTRL_CAM_GET_BGAIN_VALUE, UDP_CTRL_CAM_SET_BGAIN),
     setting(number<u8>("white_balance.custom")
-                .in("100 K")
+                .in("hundred K")
                 .from(30, 80)
                 .starts(55)
                 .open()

@@ -165,8 +165,9 @@ std::string in_quotes(std::string_view text) {
   return written + "\"";
 }
 
-/// What stands at the start of `rest` up to a comma outside quotes; both are taken from it.
-std::string_view take_part(std::string_view& rest) {
+/// What stands at the start of `rest` up to a comma outside quotes; both are taken from it, and
+/// `last` tells that there was no comma.
+std::string_view take_part(std::string_view& rest, bool& last) {
   bool inside = false;
   std::size_t end = 0;
   for (; end < rest.size(); ++end) {
@@ -178,6 +179,7 @@ std::string_view take_part(std::string_view& rest) {
     if (rest[end] == ',' && !inside) break;
   }
   end = std::min(end, rest.size());
+  last = end == rest.size();
   const std::string_view part = rest.substr(0, end);
   rest.remove_prefix(std::min(end + 1, rest.size()));
   return part;
@@ -240,8 +242,9 @@ bool add_member(const Field& field, std::string_view written, Members& members,
 /// "width=1920,height=1080".
 bool parse_named(const Field& group, std::string_view written, Members& members,
                  std::string& error) {
-  for (std::string_view rest = written; !rest.empty();) {
-    const std::string_view part = take_part(rest);
+  bool last = false;
+  for (std::string_view rest = written; !last;) {
+    const std::string_view part = take_part(rest, last);
     const std::string_view name = part.substr(0, part.find('='));
     const Field* const field = find_field(group, name);
     if (field == nullptr || name.size() == part.size()) {
@@ -273,7 +276,8 @@ std::optional<Value> parse_group(const Field& group, std::string_view written, s
   const bool named = *group.separators == '\0' || written.find('=') != std::string_view::npos;
   const bool parsed = named ? parse_named(group, written, members, error)
                             : parse_short(group, written, members, error);
-  if (!parsed) return std::nullopt;
+  const bool whole = parsed && check(group, members, error);
+  if (!whole) return std::nullopt;
   return members;
 }
 
@@ -402,9 +406,9 @@ std::string allowed_float(const Field& field) {
 }  // namespace
 
 std::optional<Value> parse(const Field& field, std::string_view written, std::string& error) {
+  if (field.type == Type::kGroup) return parse_group(field, written, error);
   const bool raw = starts_with(written, kRawPrefix) && field.type != Type::kText;
   if (raw) return parse_raw(field, written, error);
-  if (field.type == Type::kGroup) return parse_group(field, written, error);
   auto value = parse_simple(field, written);
   if (!value) {
     error = not_allowed(field, written, choice_names(field));
@@ -448,7 +452,7 @@ std::string format_integer(const Field& field, s64 number) {
 
 std::string format_float(float number) {
   char digits[32] = {};
-  for (int precision = 1; precision <= 9; ++precision) {
+  for (int precision = 6; precision <= 9; ++precision) {
     std::snprintf(digits, sizeof digits, "%.*g", precision, static_cast<double>(number));
     if (std::strtof(digits, nullptr) == number) break;
   }

@@ -22,7 +22,7 @@ std::string allowed_text(const Field& field);
 
 /// The number in the field's unit, exactly: 253 tenths are 25.3.
 std::string format_integer(const Field& field, s64 number);
-/// As few digits as tell it from every other number.
+/// With the digits that tell it from every other number.
 std::string format_float(float number);
 /// "1/100"; 0 where both halves are.
 std::string format_ratio(const Ratio& ratio);
