@@ -32,6 +32,8 @@ void ReplayConsole::play(const std::vector<Observation>& packets) {
                                std::chrono::duration<double>(wait_s)));
     } else if (is_answer(packet.decoded.kind) && packet.finding.request != 0) {
       await(packet);
+    } else if (packet.decoded.kind == Kind::kNotification) {
+      await_notification(packet);
     }
     _recorded_s = behind_s;
   }
@@ -58,6 +60,7 @@ void ReplayConsole::send(const Observation& request, Clock::time_point due) {
     if (const auto stray = _inbox.next(due)) take_stray(*stray);
   }
   _sent[request.number] = Clock::now();
+  _last_sent_ns = request.since_ns;
   publish(request.entry);
 }
 
@@ -86,9 +89,27 @@ void ReplayConsole::await(const Observation& answer) {
   if (!_inbox.has_ended()) _result.differs(answer.number, answer.decoded.name, "no answer came");
 }
 
-/// An answer that the recording does not have here.
+/// What follows may depend on the notification, the end of a capture say; but it is no answer, and
+/// nothing is wrong when it does not come.
+void ReplayConsole::await_notification(const Observation& notification) {
+  constexpr std::chrono::seconds kGrace{1};
+  constexpr std::int64_t kLongestNs = 3'000'000'000;
+  const std::int64_t recorded_ns = notification.since_ns - _last_sent_ns;
+  const auto deadline =
+      Clock::now() + kGrace + std::chrono::nanoseconds(std::min(recorded_ns, kLongestNs));
+  int& come = _notifications[notification.decoded.code];
+  while (come == 0) {
+    const auto packet = _inbox.next(deadline);
+    if (!packet) return;
+    take_stray(*packet);
+  }
+  --come;
+}
+
+/// A notification, or an answer that the recording does not have here.
 void ReplayConsole::take_stray(const Entry& packet) {
   const Decoded decoded = decode(packet);
+  if (decoded.kind == Kind::kNotification) ++_notifications[decoded.code];
   if (!is_answer(decoded.kind)) return;
   _result.differs(0, decoded.name, "an answer came that the recording does not have there");
 }

@@ -31,6 +31,7 @@ class ReplayConsole {
 
   void send(const Observation& request, Clock::time_point due);
   void await(const Observation& answer);
+  void await_notification(const Observation& notification);
   void take_stray(const Entry& packet);
   void take_rest(const std::vector<Observation>& packets);
   const char* reason_to_leave_out(const Observation& request) const;
@@ -40,6 +41,8 @@ class ReplayConsole {
   ReplayResult _result;
   std::map<std::uint64_t, Clock::time_point> _sent;  // requests, by number
   std::set<std::uint64_t> _left_out;                 // requests
+  std::map<int, int> _notifications;  // by type: how many have come and are not waited for yet
+  std::int64_t _last_sent_ns = 0;     // when the request before was, in the recording
   double _recorded_s = 0;
   double _played_s = 0;
 };
