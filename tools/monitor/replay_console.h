@@ -33,14 +33,17 @@ class ReplayConsole {
   void await(const Observation& answer);
   void await_notification(const Observation& notification);
   void take_stray(const Entry& packet);
-  void take_rest(const std::vector<Observation>& packets);
+  void take_rest();
+  void note_unanswered(const std::vector<Observation>& packets);
   const char* reason_to_leave_out(const Observation& request) const;
 
   const ReplayOptions& _options;
   BusInbox& _inbox;
   ReplayResult _result;
   std::map<std::uint64_t, Clock::time_point> _sent;  // requests, by number
-  std::set<std::uint64_t> _left_out;                 // requests
+  std::set<std::uint64_t> _unanswered;               // requests that had no answer in the recording
+  std::map<int, int> _open;  // by code: answers that may have come behind the recording's end
+  Clock::time_point _last_limit{};    // when the time of the last unanswered request runs out
   std::map<int, int> _notifications;  // by type: how many have come and are not waited for yet
   std::int64_t _last_sent_ns = 0;     // when the request before was, in the recording
   double _recorded_s = 0;
