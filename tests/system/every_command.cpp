@@ -4,7 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <set>
+#include <optional>
 
 #include "bus_inbox.h"
 #include "catalogue_value.h"
@@ -52,14 +52,27 @@ Entry side_request_of(u32 code) {
   return entry_of(kRtspRequestChannel, kRtspReplyChannel, &message, sizeof message);
 }
 
-/// Waits for the packet of that kind and code.
-bool await(monitor::BusInbox& inbox, monitor::Kind kind, int code) {
+/// Waits for the packet of that kind and code; no value when it does not come.
+std::optional<monitor::Decoded> await(monitor::BusInbox& inbox, monitor::Kind kind, int code) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
   while (const auto packet = inbox.next(deadline)) {
     const monitor::Decoded decoded = monitor::decode(*packet);
-    if (decoded.kind == kind && decoded.code == code) return true;
+    if (decoded.kind == kind && decoded.code == code) return decoded;
   }
-  return false;
+  return std::nullopt;
+}
+
+/// Asks for one thing. What comes after a photo depends on whether its capture has ended.
+bool ask(monitor::BusInbox& inbox, int code) {
+  monitor::publish(request_of(code));
+  const auto answer = await(inbox, monitor::Kind::kReply, code);
+  const bool captures = answer && code == UDP_CTRL_CAM_TAKE_PHOTO && answer->result == 0;
+  return answer && (!captures || await(inbox, monitor::Kind::kNotification, LCM_MISC_IMAGE_INFO));
+}
+
+/// The camera does not do what it did before for a while.
+bool ends_service(int code) {
+  return code == UDP_CTRL_CAM_UPGRADE_CAMERA || code == UDP_CTRL_CAM_REBOOT_DEVICE;
 }
 
 }  // namespace
@@ -68,15 +81,15 @@ int main() {
   auto& inbox = *new monitor::BusInbox("every_command", {kReplyChannel, kRtspReplyChannel});
   if (!inbox.ready()) return 1;
   for (int code = 0; code <= kLastCode; ++code) {
-    if (monitor::command_name(code).rfind("COMMAND_", 0) == 0) continue;
-    monitor::publish(request_of(code));
-    if (!await(inbox, monitor::Kind::kReply, code)) return 1;
-    // What comes next depends on whether the capture has ended.
-    if (code == UDP_CTRL_CAM_TAKE_PHOTO && !await(inbox, monitor::Kind::kNotification, 6)) return 1;
+    const bool is_named = monitor::command_name(code).rfind("COMMAND_", 0) != 0;
+    if (is_named && !ends_service(code) && !ask(inbox, code)) return 1;
   }
   for (u32 code = SEND_BITRATE; code < LCM_RTSP_UDP_COMMAND_MAX; code += 2) {
     monitor::publish(side_request_of(code));
     if (!await(inbox, monitor::Kind::kSideReply, static_cast<int>(code) + 1)) return 1;
+  }
+  for (const int code : {UDP_CTRL_CAM_UPGRADE_CAMERA, UDP_CTRL_CAM_REBOOT_DEVICE}) {
+    if (!ask(inbox, code)) return 1;
   }
   std::puts("all answered");
   return 0;

@@ -14,6 +14,11 @@ bool is_request(const Observation& packet) {
   return packet.decoded.kind == Kind::kRequest || packet.decoded.kind == Kind::kSideRequest;
 }
 
+/// How long the request engine waits for an answer.
+std::chrono::nanoseconds limit_of(Kind kind, int code) {
+  return std::chrono::nanoseconds(answer_limit_ns(kind, code));
+}
+
 bool is_answer(Kind kind) { return kind == Kind::kReply || kind == Kind::kSideReply; }
 
 }  // namespace
@@ -21,6 +26,7 @@ bool is_answer(Kind kind) { return kind == Kind::kReply || kind == Kind::kSideRe
 /// A request is sent once what the recording has before it has come, so that requests cross only
 /// where they did.
 void ReplayConsole::play(const std::vector<Observation>& packets) {
+  note_unanswered(packets);
   const auto start = Clock::now();
   const std::int64_t first_ns = packets.empty() ? 0 : packets.front().since_ns;
   for (const Observation& packet : packets) {
@@ -38,7 +44,7 @@ void ReplayConsole::play(const std::vector<Observation>& packets) {
     _recorded_s = behind_s;
   }
   _played_s = std::chrono::duration<double>(Clock::now() - start).count();
-  take_rest(packets);
+  take_rest();
 }
 
 const char* ReplayConsole::reason_to_leave_out(const Observation& request) const {
@@ -52,7 +58,6 @@ const char* ReplayConsole::reason_to_leave_out(const Observation& request) const
 
 void ReplayConsole::send(const Observation& request, Clock::time_point due) {
   if (const char* const reason = reason_to_leave_out(request)) {
-    _left_out.insert(request.number);
     _result.left_out(request.number, request.decoded.name, reason);
     return;
   }
@@ -61,6 +66,10 @@ void ReplayConsole::send(const Observation& request, Clock::time_point due) {
   }
   _sent[request.number] = Clock::now();
   _last_sent_ns = request.since_ns;
+  if (_unanswered.count(request.number) != 0) {
+    const auto limit = limit_of(request.decoded.kind, request.decoded.code);
+    _last_limit = std::max(_last_limit, Clock::now() + limit);
+  }
   publish(request.entry);
 }
 
@@ -68,10 +77,8 @@ void ReplayConsole::send(const Observation& request, Clock::time_point due) {
 void ReplayConsole::await(const Observation& answer) {
   const auto sent = _sent.find(answer.finding.request);
   if (sent == _sent.end()) return;  // left out, or outside the section
-  const auto limit = std::chrono::nanoseconds(
-      answer_limit_ns(answer.decoded.kind == Kind::kReply ? Kind::kRequest : Kind::kSideRequest,
-                      answer.decoded.code));
-  const auto deadline = sent->second + std::chrono::duration_cast<Clock::duration>(limit);
+  const Kind asked = answer.decoded.kind == Kind::kReply ? Kind::kRequest : Kind::kSideRequest;
+  const auto deadline = sent->second + limit_of(asked, answer.decoded.code);
   while (const auto packet = _inbox.next(deadline)) {
     const Decoded decoded = decode(*packet);
     if (decoded.kind != answer.decoded.kind || decoded.code != answer.decoded.code) {
@@ -111,22 +118,34 @@ void ReplayConsole::take_stray(const Entry& packet) {
   const Decoded decoded = decode(packet);
   if (decoded.kind == Kind::kNotification) ++_notifications[decoded.code];
   if (!is_answer(decoded.kind)) return;
+  if (auto open = _open.find(decoded.code); open != _open.end() && open->second > 0) {
+    --open->second;
+    return;
+  }
   _result.differs(0, decoded.name, "an answer came that the recording does not have there");
+}
+
+/// Finds the requests without an answer; where the recording ends before their time has run out, it
+/// does not say whether there was one.
+void ReplayConsole::note_unanswered(const std::vector<Observation>& packets) {
+  std::set<std::uint64_t> answered;
+  for (const Observation& packet : packets) answered.insert(packet.finding.request);
+  for (const Observation& packet : packets) {
+    if (!is_request(packet) || answered.count(packet.number) != 0) continue;
+    const std::int64_t left_ns = packets.back().since_ns - packet.since_ns;
+    if (left_ns > answer_limit_ns(packet.decoded.kind, packet.decoded.code)) {
+      _unanswered.insert(packet.number);
+    } else {
+      ++_open[packet.decoded.kind == Kind::kRequest ? packet.decoded.code
+                                                    : packet.decoded.code + 1];
+    }
+  }
 }
 
 /// Takes what is left: an answer too many shows here. One to a request that had none in the
 /// recording is given the time that the request engine would give it.
-void ReplayConsole::take_rest(const std::vector<Observation>& packets) {
-  std::map<std::uint64_t, Clock::time_point> unanswered;
-  for (const Observation& packet : packets) {
-    if (!is_request(packet) || _sent.count(packet.number) == 0) continue;
-    unanswered[packet.number] =
-        _sent[packet.number] + std::chrono::duration_cast<Clock::duration>(std::chrono::nanoseconds(
-                                   answer_limit_ns(packet.decoded.kind, packet.decoded.code)));
-  }
-  for (const Observation& packet : packets) unanswered.erase(packet.finding.request);
-  auto deadline = Clock::now();
-  for (const auto& [number, until] : unanswered) deadline = std::max(deadline, until);
+void ReplayConsole::take_rest() {
+  const auto deadline = std::max(_last_limit, Clock::now());
   while (const auto packet = _inbox.next(deadline)) take_stray(*packet);
 }
 
