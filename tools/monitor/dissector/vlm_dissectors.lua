@@ -7,7 +7,7 @@ local message_types = {[3] = "CONTROL_CAMERA", [255] = "PROBE"}
 for number, name in pairs(notifications) do message_types[number] = name end
 
 local f = {
-  sender = ProtoField.stringz("vlm_bus.sender", "Sender's channel"),
+  sender = ProtoField.string("vlm_bus.sender", "Sender's channel"),
   kind = ProtoField.string("vlm_bus.kind", "Kind"),
   type = ProtoField.uint8("vlm_bus.type", "Message type", base.DEC, message_types),
   code = ProtoField.uint16("vlm_bus.code", "Command", base.DEC, commands),
@@ -27,7 +27,7 @@ local f = {
   latitude = ProtoField.double("vlm_bus.image.latitude", "Latitude"),
   longitude = ProtoField.double("vlm_bus.image.longitude", "Longitude"),
   altitude = ProtoField.float("vlm_bus.image.altitude", "Altitude"),
-  url = ProtoField.stringz("vlm_bus.image.url", "File"),
+  url = ProtoField.string("vlm_bus.image.url", "File"),
   index = ProtoField.uint32("vlm_bus.image.index", "Number"),
   result = ProtoField.int8("vlm_bus.image.result", "Result"),
 }
@@ -41,7 +41,7 @@ bus.experts = {short, failed}
 -- A field of the catalogue as Wireshark shows it.
 local makers = {
   bool = "uint", choice = "uint", u8 = "uint", u16 = "uint", u32 = "uint", u64 = "uint",
-  s8 = "int", s16 = "int", s32 = "int", float = "float", ratio = "ratio", text = "stringz",
+  s8 = "int", s16 = "int", s32 = "int", float = "float", ratio = "ratio", text = "string",
   bytes = "bytes",
 }
 
@@ -54,6 +54,11 @@ local function proto_field(field)
     return ProtoField.string(abbreviation, field.name)
   end
   return ProtoField[kind](abbreviation, field.name)
+end
+
+-- A text that fills its bytes has no terminator.
+local function text_in(range)
+  return (range:raw():match("^[^%z]*"):gsub("[^\32-\126]", "."))
 end
 
 local requests, replies = {}, {}  -- code -> fields
@@ -100,8 +105,12 @@ local function add_value(tree, field, params, is_reply)
     item = tree:add(known[field.name], range, ratio_text(range))
     return field.name .. "=" .. ratio_text(range)
   end
-  item = tree:add_le(known[field.name], range)
   local kind = makers[field.type]
+  if kind == "string" then
+    tree:add(known[field.name], range, text_in(range))
+    return field.name .. "=" .. text_in(range)
+  end
+  item = tree:add_le(known[field.name], range)
   local value
   if kind == "float" then
     value = string.format("%.6g", range:le_float())
@@ -109,15 +118,13 @@ local function add_value(tree, field, params, is_reply)
     value = field.width == 8 and tostring(range:le_uint64()) or tostring(range:le_uint())
   elseif kind == "int" then
     value = tostring(range:le_int())
-  elseif kind == "stringz" then
-    value = range:stringz()
   else
     value = tostring(range:bytes()):lower()
   end
   if field.scale and tonumber(value) then
     value = string.format("%g", tonumber(value) / field.scale)
     item:append_text(" (" .. value .. (field.unit and " " .. field.unit or "") .. ")")
-  elseif field.unit and kind ~= "stringz" then
+  elseif field.unit and kind ~= "bytes" then
     item:append_text(" " .. field.unit)
   end
   if field.choices then value = field.choices[tonumber(value)] or value end
@@ -180,8 +187,9 @@ local function dissect_notification(message, tree, info, type)
     end
     local places = {
       {f.roll, 0, 4}, {f.pitch, 4, 4}, {f.yaw, 8, 4}, {f.latitude, 12, 8}, {f.longitude, 20, 8},
-      {f.altitude, 28, 4}, {f.url, 32, 64}, {f.index, 96, 4}, {f.result, 100, 1},
+      {f.altitude, 28, 4}, {f.index, 96, 4}, {f.result, 100, 1},
     }
+    tree:add(f.url, message(33, 64), text_in(message(33, 64)))
     for _, place in ipairs(places) do tree:add_le(place[1], message(1 + place[2], place[3])) end
   end
 end
@@ -220,8 +228,8 @@ function bus.dissector(tvb, pinfo, root)
     pinfo.cols.info = "too short"
     return tvb:len()
   end
-  local sender = tvb(0, 64):stringz()
-  tree:add(f.sender, tvb(0, 64))
+  local sender = text_in(tvb(0, 64))
+  tree:add(f.sender, tvb(0, 64), sender)
   if tvb:len() == 64 then
     tree:add_proto_expert_info(short)
     pinfo.cols.info = "too short"
