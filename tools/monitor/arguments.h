@@ -66,11 +66,12 @@ template <typename Options>
 std::string options_help(const std::vector<Option<Options>>& table) {
   std::string text;
   for (const auto& option : table) {
-    std::string names = option.shorter != nullptr ? std::string(option.shorter) + ", " : "";
-    names += option.name;
-    if (option.value != nullptr) names += std::string(" ") + option.value;
+    std::string usage = option.name;
+    if (option.value != nullptr) usage += std::string(" ") + option.value;
+    std::string help = option.help;
+    if (option.shorter != nullptr) help += std::string(" (or ") + option.shorter + ')';
     char line[160];
-    std::snprintf(line, sizeof line, "  %-22s %s\n", names.c_str(), option.help);
+    std::snprintf(line, sizeof line, "  %-17s %s\n", usage.c_str(), help.c_str());
     text += line;
   }
   return text;
