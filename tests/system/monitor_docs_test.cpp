@@ -53,7 +53,7 @@ TEST_F(MonitorDocsTest, EveryCommandPrintsWhatIsSaid) {
   shell("chmod +x bin/*");
   const auto start_camera = [](const std::string& options) {
     return program_in_shell("camera_sim") + ' ' + options + " </dev/null >camera & camera=$!\n" +
-           program_in_shell("vlm_bus_probe") + " velmar_repeater_udp --wait 30000\n";
+           "until grep -q ready camera; do sleep 0.01; done\n";
   };
   for (std::size_t i = 0; i < all.size(); ++i) {
     if (i == 0) script += start_camera("");
