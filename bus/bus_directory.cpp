@@ -134,12 +134,12 @@ std::vector<std::string> BusDirectory::taps() const {
 }
 
 std::string BusDirectory::bind(const UniqueFd& socket, const std::string& channel) const {
-  const std::string hidden = bind_hidden(socket);
+  std::string hidden = bind_hidden(socket);
   return hidden.empty() ? hidden : rename_hidden(hidden, channel, '.');
 }
 
 std::string BusDirectory::bind_tap(const UniqueFd& listener) const {
-  const std::string hidden = bind_hidden(listener);
+  std::string hidden = bind_hidden(listener);
   if (hidden.empty()) return hidden;
   listen(listener.get(), SOMAXCONN);
   return rename_hidden(hidden, kTapBeginning, kTapSeparator);

@@ -54,7 +54,8 @@ bool parse_arguments(const std::vector<std::string>& arguments,
       std::string value;
       if (option->value != nullptr)
         value = has_value ? argument.substr(equals + 1) : arguments[++i];
-      if (!option->apply(options, value)) error = "bad value for " + name + ": " + value;
+      if (!option->apply(options, value))
+        error.append("bad value for ").append(name).append(": ").append(value);
     }
     if (!error.empty()) return false;
   }

@@ -3,6 +3,7 @@
 #define MONITOR_STATISTICS_H
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -23,7 +24,7 @@ class DurationHistogram {
   std::int64_t quantile(double share) const;
 
  private:
-  static constexpr std::size_t kBuckets = 64 * 16;
+  static constexpr std::size_t kBuckets = std::size_t{64} * 16;
 
   std::array<std::uint64_t, kBuckets> _buckets{};
   std::uint64_t _count = 0;

@@ -4,7 +4,6 @@
 //   dissector_tables vlm_udp_camctrl_defines.h
 #include <cstdio>
 #include <fstream>
-#include <regex>
 #include <string>
 
 #include "catalogue.h"
@@ -52,13 +51,13 @@ void print_commands() {
 /// The options' names stand in the header alone.
 bool print_options(const char* header) {
   std::ifstream file(header);
-  const std::regex option(R"(^\s*VELMAR_(\w+) = (0x[0-9A-Fa-f]+|\d+),.*)");
   int count = 0;
   std::puts("local options = {");
   for (std::string line; std::getline(file, line);) {
-    std::smatch found;
-    if (!std::regex_match(line, found, option)) continue;
-    std::printf("  [%s] = %s,\n", found[2].str().c_str(), quoted(found[1].str()).c_str());
+    char name[128];
+    int number = 0;
+    if (std::sscanf(line.c_str(), " VELMAR_%127[A-Za-z0-9_] = %i,", name, &number) != 2) continue;
+    std::printf("  [%d] = %s,\n", number, quoted(name).c_str());
     ++count;
   }
   std::puts("}\n");
