@@ -146,7 +146,7 @@ TEST_F(BusReplayTest, PlaysASectionAtItsOwnSpeed) {
       play("console", {"--expect", "--speed", "2", "--from", "0.9", "--to", "2"});
   EXPECT_EQ(outcome.status, 0) << outcome.output;
   EXPECT_EQ(outcome.output, "equal: 2 equal, 0 different\n");
-  EXPECT_EQ(outcome.errors.rfind("vlm_bus_replay: 0.401 s of the recording played in 0.", 0), 0U)
+  EXPECT_EQ(outcome.errors.rfind("vlm_bus_replay: 0.401 s of the recording played in ", 0), 0U)
       << outcome.errors;
 }
 
