@@ -1,0 +1,19 @@
+#include "answer.h"
+
+namespace vlm::client {
+
+const char* text(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::kDone: return "done";
+    case Outcome::kRefused: return "refused";
+    case Outcome::kBusy: return "busy";
+    case Outcome::kNoAnswer: return "no answer";
+    case Outcome::kNotSent: return "not sent";
+    case Outcome::kInvalid: return "invalid";
+    case Outcome::kGarbled: return "garbled answer";
+    case Outcome::kCancelled: return "cancelled";
+  }
+  return "";
+}
+
+}  // namespace vlm::client
