@@ -5,11 +5,14 @@
 //             peer is a loop of receive and send
 //   bus       the caller publishes and waits; the peer's callback publishes back; the caller's
 //             callback wakes it
+//   tapped    the same, while a tap on another core takes copies of all packets
+//   stopped   the same, while a tap takes none
 //   request   the caller runs a camera operation, its transcript going line by line to a file; the
 //             peer is the simulated camera
 //
 // The messages have the size of a camera request. The contenders take turns, block by block, so
 // that what else the machine does meets all of them alike.
+#include <poll.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -25,13 +28,16 @@
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "lcm_request.h"
+#include "tap.h"
 #include "vlm_bus.h"
 #include "vlm_test_listener.h"
 #include "vlm_userlcm_control_camera.h"
@@ -96,6 +102,9 @@ class Contender {
   virtual const char* name() const = 0;
   virtual void start() = 0;
   virtual void round_trip() = 0;
+  /// Around each block.
+  virtual void begin() {}
+  virtual void end() {}
 };
 
 constexpr char kBenchRequest[] = "bench_request";
@@ -190,6 +199,90 @@ class BusExchange : public Contender {
       &_answered);
 };
 
+/// A process with a tap, which takes what comes as the monitor does, or never.
+class TapProcess {
+ public:
+  enum Order : char { kTake = 't', kIgnore = 'i', kClose = 'c' };
+
+  TapProcess() {
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, _ends) != 0) give_up("socketpair");
+    start_peer([this] {
+      leave_the_core();
+      for (char order = kClose; read(_ends[1], &order, 1) == 1;) obey(order);
+    });
+  }
+
+  /// Returns once it has been obeyed.
+  void tell(Order order) const {
+    char done = 0;
+    if (write(_ends[0], &order, 1) != 1 || read(_ends[0], &done, 1) != 1) give_up("tap");
+  }
+
+ private:
+  static void leave_the_core() {
+    cpu_set_t used;
+    cpu_set_t others;
+    CPU_ZERO(&others);
+    sched_getaffinity(0, sizeof used, &used);
+    for (int core = 0; core < sysconf(_SC_NPROCESSORS_ONLN); ++core) {
+      if (!CPU_ISSET(core, &used)) CPU_SET(core, &others);
+    }
+    sched_setaffinity(0, sizeof others, &others);  // fails where there is but one core
+  }
+
+  void obey(char order) {
+    std::optional<vlm::bus::Tap> tap;
+    if (order != kClose) tap.emplace(open_tap());
+    acknowledge();
+    std::vector<vlm::bus::TapCopy> copies;
+    pollfd next{_ends[1], POLLIN, 0};
+    while (tap && poll(&next, 1, kTakeEveryMs) == 0) {
+      copies.clear();
+      if (order == kTake) tap->take(copies);
+    }
+  }
+
+  static vlm::bus::Tap open_tap() {
+    std::string error;
+    auto tap = vlm::bus::Tap::open(error);
+    if (!tap) give_up(error.c_str());
+    return std::move(*tap);
+  }
+
+  void acknowledge() const {
+    const char done = 1;
+    if (write(_ends[1], &done, 1) != 1) _exit(1);
+  }
+
+  static constexpr int kTakeEveryMs = 5;
+
+  int _ends[2];
+};
+
+/// The exchange over the bus, tapped.
+class TappedExchange : public Contender {
+ public:
+  TappedExchange(const char* name, Contender& bus, const TapProcess& tap, TapProcess::Order order)
+      : _name(name), _bus(bus), _tap(tap), _order(order) {}
+
+  const char* name() const override { return _name; }
+  void start() override {}
+  void round_trip() override { _bus.round_trip(); }
+  /// A tap that takes nothing is full before it is measured.
+  void begin() override {
+    constexpr int kMoreThanItHolds = 3500;
+    _tap.tell(_order);
+    for (int i = 0; _order == TapProcess::kIgnore && i < kMoreThanItHolds; ++i) _bus.round_trip();
+  }
+  void end() override { _tap.tell(TapProcess::kClose); }
+
+ private:
+  const char* _name;
+  Contender& _bus;
+  const TapProcess& _tap;
+  TapProcess::Order _order;
+};
+
 class CameraRequest : public Contender {
  public:
   CameraRequest() {
@@ -238,11 +331,15 @@ using Microseconds = std::chrono::duration<double, std::micro>;
 
 void measure(Contender& contender, int rounds, std::vector<double>& samples) {
   using Clock = std::chrono::steady_clock;
+  constexpr int kUnmeasured = 20;  // in which publishers find what has changed on the bus
+  contender.begin();
+  for (int i = 0; i < kUnmeasured; ++i) contender.round_trip();
   for (int i = 0; i < rounds; ++i) {
     const auto start = Clock::now();
     contender.round_trip();
     samples.push_back(Microseconds(Clock::now() - start).count());
   }
+  contender.end();
 }
 
 double quantile(const std::vector<double>& sorted, double share) {
@@ -288,8 +385,15 @@ void run(int rounds) {
   const PrivateBus bus_directory;
   std::FILE* const results = divert_output(bus_directory.path() + "/transcript");
   // Never destroyed: their listener threads run to the end.
-  static const auto& contenders =
-      *new std::vector<Contender*>{new BareExchange, new BusExchange, new CameraRequest};
+  static const auto& tap = *new TapProcess;
+  static auto& bus = *new BusExchange;
+  static const auto& contenders = *new std::vector<Contender*>{
+      new BareExchange,
+      &bus,
+      new TappedExchange("tapped", bus, tap, TapProcess::kTake),
+      new TappedExchange("stopped", bus, tap, TapProcess::kIgnore),
+      new CameraRequest,
+  };
   std::vector<std::vector<double>> samples(contenders.size());
 
   std::vector<double> warm_up;
