@@ -8,6 +8,8 @@
 #include "camera_peer.h"
 #include "fuzz_input.h"
 
+using namespace vlm::sim;
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   FuzzInput input(bytes, size);
   const bool thermal = (input.byte() & 1) != 0;

@@ -9,6 +9,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 struct CodeRange {
   int first;
   int last;

@@ -8,6 +8,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 struct PlainCase {
   int set_code;
   int get_code;

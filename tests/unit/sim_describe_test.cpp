@@ -6,6 +6,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 std::vector<u8> letters(const std::string& text) { return {text.begin(), text.end()}; }
 
 TEST(Describe, ARequestByCodeNameAndPayload) {
