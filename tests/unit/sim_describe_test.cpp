@@ -18,6 +18,16 @@ TEST(Describe, ARequestByCodeNameAndPayload) {
   EXPECT_EQ(describe_request(camera_record(999)), "999 Unknown lcm cmd");
 }
 
+TEST(Describe, CommandsWithoutANameByWhatTheyReadWriteOrRun) {
+  EXPECT_EQ(describe_request(camera_record(UDP_CTRL_CAM_GET_FOCUS)), "206 get lens.focus");
+  EXPECT_EQ(describe_request(camera_record(UDP_CTRL_CAM_SET_DEFOG_ONOFF, {2})),
+            "218 set image.defog 02");
+  EXPECT_EQ(describe_reply(camera_record(UDP_CTRL_CAM_AUTO_FOCUS)),
+            "204 lens.autofocus [0 VLM success]");
+  // Nor is known what this one does.
+  EXPECT_EQ(describe_request(camera_record(UDP_CTRL_CAM_GET_MAX_GAIN)), "123 Unknown lcm cmd");
+}
+
 TEST(Describe, TextsInQuotesAndWithoutControlCharacters) {
   EXPECT_EQ(describe_request(camera_record(85, letters("fan=on"))), "85 SET_PROPERTY \"fan=on\"");
   EXPECT_EQ(describe_request(camera_record(84, letters("a\033\n\377"))),
