@@ -154,9 +154,10 @@ bool is_kept(const Row& row) {
 }
 
 std::size_t place_of(const Layout& layout, const catalogue::Item& item) {
-  const auto kept = std::find_if(layout.rows.begin(), layout.rows.end(),
-                                 [&](const KeptRow& each) { return each.row == item.row; });
-  return kept->place + item.field->offset;
+  for (const KeptRow& kept : layout.rows) {
+    if (kept.row == item.row) return kept.place + item.field->offset;
+  }
+  throw std::invalid_argument("no setting");
 }
 
 Layout lay_out() {
@@ -172,8 +173,8 @@ Layout lay_out() {
     layout.size += kept.row->value.width;
   }
   for (const Synonym& synonym : kSynonyms) {
-    const auto from = *catalogue::find(synonym.written);
-    const auto to = *catalogue::find(synonym.other);
+    const auto from = catalogue::find(synonym.written).value();
+    const auto to = catalogue::find(synonym.other).value();
     const std::size_t width = std::min(from.field->width, to.field->width);
     layout.links.push_back({from.row, place_of(layout, from), place_of(layout, to), width});
   }
