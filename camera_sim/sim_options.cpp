@@ -7,6 +7,8 @@
 #include "fault_switches.h"
 #include "sim_values.h"
 
+namespace vlm::sim {
+
 namespace {
 
 // Each reads the whole of `text`; false when it is anything else.
@@ -119,3 +121,5 @@ std::string options_help() {
   }
   return help + "\nCommands on standard input: see \"help\" there.\n";
 }
+
+}  // namespace vlm::sim
