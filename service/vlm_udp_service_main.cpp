@@ -175,11 +175,7 @@ int start(const Settings& settings) {
   if (settings.sdcard != nullptr) use_sdcard(settings.sdcard);
   vlm_camera_log_init();
   const auto start_or_end = [settings] {
-    try {
-      if (const int status = start(settings); status != 0) end(status);
-    } catch (const std::bad_alloc&) {
-      end(complain("out of memory", kFailure));
-    }
+    if (const int status = start(settings); status != 0) end(status);
   };
   if (!start_thread("START", start_or_end)) {
     end(complain("no thread to start with: " + reason(), kFailure));
@@ -192,13 +188,13 @@ int start(const Settings& settings) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  hold_standard_descriptors();
   Settings settings;
   const int status = parse_arguments(argc, argv, settings);
   if (status >= 0) return status;
+  hold_standard_descriptors();
   try {
     serve(settings);
   } catch (const std::bad_alloc&) {
-    return complain("out of memory", kFailure);
+    end_without_memory();
   }
 }

@@ -127,7 +127,7 @@ unit_is_sound() {
   systemd-analyze --root="$root" --man=no verify vlm-udp-service.service || fail "the unit has faults"
   # 200 lines a second: more than an application makes, less than a flood of datagrams does.
   for limit in IntervalSec=10s Burst=2000; do
-    grep -q "^LogRateLimit$limit\$" "$root/lib/systemd/system/vlm-udp-service.service" ||
+    grep -q "^LogRateLimit$limit\$" "$root/usr/lib/systemd/system/vlm-udp-service.service" ||
       fail "the unit lets a flood fill the journal"
   done
   # The exposure in tenths, of 100.
