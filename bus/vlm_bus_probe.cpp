@@ -14,6 +14,8 @@
 #include "standard_output.h"
 #include "vlm_bus.h"
 
+namespace vlm::bus {
+
 namespace {
 
 constexpr char kUsage[] =
@@ -55,9 +57,7 @@ std::optional<Request> request_from(int argc, char** argv) {
   return request.channel ? std::optional(request) : std::nullopt;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   const std::string_view only = argc == 2 ? argv[1] : "";
   if (only == "--help") return host::show("vlm_bus_probe", kUsage);
   if (only == "--version") {
@@ -70,3 +70,9 @@ int main(int argc, char** argv) {
   }
   return bus_has_subscriber(request->channel, request->wait_ms) ? 0 : 1;
 }
+
+}  // namespace
+
+}  // namespace vlm::bus
+
+int main(int argc, char** argv) { return vlm::bus::run(argc, argv); }

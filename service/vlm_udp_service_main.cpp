@@ -23,6 +23,8 @@
 #include "velmar_log.h"
 #include "velmar_udp_master_k720.h"
 
+namespace vlm::service {
+
 namespace {
 
 constexpr char kName[] = "vlm_udp_service";
@@ -189,9 +191,7 @@ int start(const Settings& settings) {
   end(0);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   hold_standard_descriptors();
   Settings settings;
   const int status = parse_arguments(argc, argv, settings);
@@ -202,3 +202,9 @@ int main(int argc, char** argv) {
     return complain("out of memory", kFailure);
   }
 }
+
+}  // namespace
+
+}  // namespace vlm::service
+
+int main(int argc, char** argv) { return vlm::service::run(argc, argv); }

@@ -2,6 +2,8 @@
 
 #include "time_report_format.h"
 
+namespace vlm::time_report {
+
 namespace {
 
 std::string escaped(const std::string& text) {
@@ -37,3 +39,5 @@ std::string svg_box(double x, double y, double width, double height,
                 height) +
          attributes + "/>\n";
 }
+
+}  // namespace vlm::time_report

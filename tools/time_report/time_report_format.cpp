@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <ctime>
 
+namespace vlm::time_report {
+
 namespace {
 
 constexpr std::int64_t kMicrosPerSecond = 1'000'000;
@@ -106,3 +108,5 @@ std::string printable(const std::string& text) {
   }
   return result;
 }
+
+}  // namespace vlm::time_report

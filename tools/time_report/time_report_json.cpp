@@ -2,6 +2,8 @@
 
 #include "time_report_format.h"
 
+namespace vlm::time_report {
+
 namespace {
 
 std::string quoted(const std::string& text) {
@@ -122,3 +124,5 @@ std::string time_report_json(const TimeReport& report, const std::string& direct
       .member("events", events_json(report.events()));
   return json.str() + "\n";
 }
+
+}  // namespace vlm::time_report

@@ -7,6 +7,8 @@
 
 #include "time_report_format.h"
 
+namespace vlm::time_report {
+
 namespace {
 
 constexpr std::int64_t kLongestThresholdMs = 1'000'000'000;
@@ -132,3 +134,5 @@ std::string time_report_help() {
          "written,\n"
          "2 wrong usage.\n";
 }
+
+}  // namespace vlm::time_report

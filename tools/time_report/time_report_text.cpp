@@ -2,6 +2,8 @@
 
 #include "time_report_format.h"
 
+namespace vlm::time_report {
+
 namespace {
 
 std::string row(const char* name, const std::string& text) {
@@ -75,3 +77,5 @@ std::string time_report_text(const TimeReport& report, const std::string& direct
   const auto verdict = report.clean() ? "clean: " : "FAULTY: ";
   return verdict + faults_text(report) + "\n" + log_text(report, directory) + events_text(report);
 }
+
+}  // namespace vlm::time_report

@@ -16,6 +16,8 @@
 #include "time_report_svg.h"
 #include "time_report_text.h"
 
+namespace vlm::time_report {
+
 namespace {
 
 enum ExitStatus { kClean = 0, kFailure = 1, kUsage = 2, kFaulty = 3 };
@@ -87,9 +89,7 @@ int make_report(const TimeReportOptions& options) {
   return report.clean() ? kClean : kFaulty;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   TimeReportOptions options;
   std::string error;
   if (!parse_time_report_options(argc, argv, options, error)) {
@@ -103,3 +103,9 @@ int main(int argc, char** argv) {
   }
   return make_report(options);
 }
+
+}  // namespace
+
+}  // namespace vlm::time_report
+
+int main(int argc, char** argv) { return vlm::time_report::run(argc, argv); }
