@@ -1,6 +1,7 @@
 #include "svg_elements.h"
 
 #include "time_report_format.h"
+#include "utf8.h"
 
 namespace vlm::time_report {
 
@@ -8,7 +9,7 @@ namespace {
 
 std::string escaped(const std::string& text) {
   std::string result;
-  for (const char c : printable(text)) {
+  for (const char c : host::printable(text)) {
     switch (c) {
       case '<': result += "&lt;"; break;
       case '>': result += "&gt;"; break;

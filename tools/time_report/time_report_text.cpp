@@ -1,6 +1,7 @@
 #include "time_report_text.h"
 
 #include "time_report_format.h"
+#include "utf8.h"
 
 namespace vlm::time_report {
 
@@ -38,7 +39,7 @@ std::string lines_text(const TimeSummary& summary) {
 
 std::string log_text(const TimeReport& report, const std::string& directory) {
   const auto& summary = report.summary();
-  return row("log", printable(directory) + ": " + count_text(summary.files, "file") + ", " +
+  return row("log", host::printable(directory) + ": " + count_text(summary.files, "file") + ", " +
                         count_text(summary.lines, "line")) +
          row("from", utc_text(summary.first_us) + " UTC") +
          row("to", utc_text(summary.last_us) + " UTC") +
