@@ -204,10 +204,10 @@ int start(const Settings& settings) {
 }
 
 int run(int argc, char** argv) {
-  hold_standard_descriptors();
   Settings settings;
   const int status = parse_arguments(argc, argv, settings);
   if (status >= 0) return status;
+  hold_standard_descriptors();  // after the help, whose loss is to be told
   try {
     serve(settings);
   } catch (const std::bad_alloc&) {
