@@ -35,14 +35,24 @@ ProvenSubscriptions::ProvenSubscriptions(const std::string& sender, std::vector<
   }
 }
 
-void ProvenSubscriptions::start() {
+bool ProvenSubscriptions::start(StartThread start_thread) {
   for (Served& served : _served) {
-    std::thread([this, &served] {
-      pthread_setname_np(pthread_self(), "BUS");
+    const bool started = start_thread("BUS", [this, &served] {
       register_lcm_message(&served.subscription);
       _readiness.give_up();
-    }).detach();
+    });
+    if (!started) return false;
   }
+  return true;
+}
+
+void ProvenSubscriptions::start() {
+  start([](const char* name, std::function<void()> body) {
+    std::thread thread(std::move(body));
+    pthread_setname_np(thread.native_handle(), name);
+    thread.detach();
+    return true;
+  });
 }
 
 void ProvenSubscriptions::on_packet(void* packet, unsigned int length, char* channel,

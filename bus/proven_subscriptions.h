@@ -29,8 +29,12 @@ class ProvenSubscriptions {
   ProvenSubscriptions(const ProvenSubscriptions&) = delete;
   ProvenSubscriptions& operator=(const ProvenSubscriptions&) = delete;
 
-  /// Subscribes, on a thread named BUS for each channel. Once. Throws std::system_error when a
-  /// thread cannot be made.
+  /// Starts a thread named `name` that runs `body`; false when it cannot be made.
+  using StartThread = bool (*)(const char* name, std::function<void()> body);
+
+  /// Subscribes, on a thread named BUS for each channel. Once. False as soon as `start_thread` is.
+  bool start(StartThread start_thread);
+  /// Likewise; throws std::system_error when a thread cannot be made.
   void start();
 
   /// Waits until every channel has brought a probe back, which no receiver sees. False when a

@@ -2,11 +2,11 @@
 
 #include <cerrno>
 #include <chrono>
-#include <system_error>
 
 #include "envelope.h"
 #include "lcm_request.h"
 #include "proven_subscriptions.h"
+#include "threads.h"
 #include "vlm_test.h"
 
 namespace vlm::service {
@@ -31,12 +31,7 @@ bool start_bus_listeners() {
   // As its sender probes name what a console on the reply channel takes for the camera.
   auto& listeners = bus::ProvenSubscriptions::create(
       kRequestChannel, {{kReplyChannel, on_reply}, {kRtspReplyChannel, on_rtsp_answer}});
-  try {
-    listeners.start();
-  } catch (const std::system_error& error) {
-    errno = error.code().value();
-    return false;
-  }
+  if (!listeners.start(start_thread)) return false;
   const bool ready = listeners.wait(kReadinessLimit);
   errno = 0;
   return ready;

@@ -2,12 +2,14 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -34,9 +36,24 @@ bool is_named(const char* entry, const char* name) {
 
 }  // namespace
 
+void end_without_memory() {
+  constexpr char kMessage[] = "vlm_udp_service: out of memory\n";
+  pollfd ready{STDERR_FILENO, POLLOUT, 0};
+  if (poll(&ready, 1, 0) == 1) {  // a pipe that is full would not let it end
+    [[maybe_unused]] const ssize_t count = write(STDERR_FILENO, kMessage, sizeof kMessage - 1);
+  }
+  _exit(1);
+}
+
 bool start_thread(const char* name, std::function<void()> body) {
   try {
-    std::thread thread(std::move(body));
+    std::thread thread([body = std::move(body)] {
+      try {
+        body();
+      } catch (const std::bad_alloc&) {
+        end_without_memory();
+      }
+    });
     pthread_setname_np(thread.native_handle(), name);
     thread.detach();
     return true;

@@ -6,8 +6,12 @@
 
 namespace vlm::service {
 
+/// Says on standard error that there is no memory left and ends the process with status 1. It needs
+/// no memory, and no thread that prints.
+[[noreturn]] void end_without_memory();
+
 /// Starts a detached thread named `name` (at most 15 characters). False, with the reason in errno,
-/// when it cannot be made.
+/// when it cannot be made. The process ends when `body` finds no memory.
 bool start_thread(const char* name, std::function<void()> body);
 
 /// Whether this process has a thread named `name`. False with errno 0: it has none; with another

@@ -189,11 +189,7 @@ int start(const Settings& settings) {
   if (settings.sdcard) use_sdcard(*settings.sdcard);
   vlm_camera_log_init();
   const auto start_or_end = [settings] {
-    try {
-      if (const int status = start(settings); status != 0) end(status);
-    } catch (const std::bad_alloc&) {
-      end(complain("out of memory", kFailure));
-    }
+    if (const int status = start(settings); status != 0) end(status);
   };
   if (!start_thread("START", start_or_end)) {
     end(complain("no thread to start with: " + reason(), kFailure));
@@ -211,7 +207,7 @@ int run(int argc, char** argv) {
   try {
     serve(settings);
   } catch (const std::bad_alloc&) {
-    return complain("out of memory", kFailure);
+    end_without_memory();
   }
 }
 

@@ -73,7 +73,9 @@ TEST(Memory, TooShortForAListenerLeavesTheConsoleRunning) {
             "error: LCM request GET_CAMERA_STATUS timeout waiting for answer\n"
             "LCM request GET_CAMERA_STATUS failed with: VLM is timeout\n\n");
   EXPECT_EQ(console.errors(),
-            "vlm_test: cannot start the bus listener: Resource temporarily unavailable\n");
+            "vlm_test: cannot start the bus listener: Resource temporarily unavailable\n"
+            "vlm_bus: no camera on bus " +
+                (directory / "bus") + ": nobody subscribes velmar_repeater_udp\n");
   EXPECT_EQ(console.wait(), 0);
 }
 
