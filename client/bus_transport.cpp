@@ -27,7 +27,7 @@ struct BusTransport::Subscription {
 
 BusTransport::BusTransport() : _subscription(*new Subscription) { _subscription.replies.start(); }
 
-BusTransport::~BusTransport() { listen(nullptr); }
+BusTransport::~BusTransport() { BusTransport::listen(nullptr); }
 
 bool BusTransport::wait_until_serving(std::chrono::milliseconds limit) {
   return _subscription.replies.wait(limit);
