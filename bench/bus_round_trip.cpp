@@ -5,11 +5,14 @@
 //             peer is a loop of receive and send
 //   bus       the caller publishes and waits; the peer's callback publishes back; the caller's
 //             callback wakes it
+//   tapped    the same, while a tap on another core takes copies of all packets
+//   stopped   the same, while a tap takes none
 //   request   the caller runs a camera operation, its transcript going line by line to a file; the
 //             peer is the simulated camera
 //
 // The messages have the size of a camera request. The contenders take turns, block by block, so
 // that what else the machine does meets all of them alike.
+#include <poll.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -23,15 +26,18 @@
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "contest.h"
 #include "lcm_request.h"
+#include "tap.h"
 #include "vlm_bus.h"
-#include "vlm_test.h"
+#include "vlm_test_listener.h"
 #include "vlm_userlcm_control_camera.h"
 
 namespace {
@@ -89,6 +95,9 @@ class Contender {
   virtual const char* name() const = 0;
   virtual void start() = 0;
   virtual void round_trip() = 0;
+  /// Around each block.
+  virtual void begin() {}
+  virtual void end() {}
 };
 
 constexpr char kBenchRequest[] = "bench_request";
@@ -183,6 +192,90 @@ class BusExchange : public Contender {
       &_answered);
 };
 
+/// A process with a tap, which takes what comes as the monitor does, or never.
+class TapProcess {
+ public:
+  enum Order : char { kTake = 't', kIgnore = 'i', kClose = 'c' };
+
+  TapProcess() {
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, _ends) != 0) give_up("socketpair");
+    start_peer([this] {
+      leave_the_core();
+      for (char order = kClose; read(_ends[1], &order, 1) == 1;) obey(order);
+    });
+  }
+
+  /// Returns once it has been obeyed.
+  void tell(Order order) const {
+    char done = 0;
+    if (write(_ends[0], &order, 1) != 1 || read(_ends[0], &done, 1) != 1) give_up("tap");
+  }
+
+ private:
+  static void leave_the_core() {
+    cpu_set_t used;
+    cpu_set_t others;
+    CPU_ZERO(&others);
+    sched_getaffinity(0, sizeof used, &used);
+    for (int core = 0; core < sysconf(_SC_NPROCESSORS_ONLN); ++core) {
+      if (!CPU_ISSET(core, &used)) CPU_SET(core, &others);
+    }
+    sched_setaffinity(0, sizeof others, &others);  // fails where there is but one core
+  }
+
+  void obey(char order) {
+    std::optional<vlm::bus::Tap> tap;
+    if (order != kClose) tap.emplace(open_tap());
+    acknowledge();
+    std::vector<vlm::bus::TapCopy> copies;
+    pollfd next{_ends[1], POLLIN, 0};
+    while (tap && poll(&next, 1, kTakeEveryMs) == 0) {
+      copies.clear();
+      if (order == kTake) tap->take(copies);
+    }
+  }
+
+  static vlm::bus::Tap open_tap() {
+    std::string error;
+    auto tap = vlm::bus::Tap::open(error);
+    if (!tap) give_up(error.c_str());
+    return std::move(*tap);
+  }
+
+  void acknowledge() const {
+    const char done = 1;
+    if (write(_ends[1], &done, 1) != 1) _exit(1);
+  }
+
+  static constexpr int kTakeEveryMs = 5;
+
+  int _ends[2];
+};
+
+/// The exchange over the bus, tapped.
+class TappedExchange : public Contender {
+ public:
+  TappedExchange(const char* name, Contender& bus, const TapProcess& tap, TapProcess::Order order)
+      : _name(name), _bus(bus), _tap(tap), _order(order) {}
+
+  const char* name() const override { return _name; }
+  void start() override {}
+  void round_trip() override { _bus.round_trip(); }
+  /// A tap that takes nothing is full before it is measured.
+  void begin() override {
+    constexpr int kMoreThanItHolds = 3500;
+    _tap.tell(_order);
+    for (int i = 0; _order == TapProcess::kIgnore && i < kMoreThanItHolds; ++i) _bus.round_trip();
+  }
+  void end() override { _tap.tell(TapProcess::kClose); }
+
+ private:
+  const char* _name;
+  Contender& _bus;
+  const TapProcess& _tap;
+  TapProcess::Order _order;
+};
+
 class CameraRequest : public Contender {
  public:
   CameraRequest() {
@@ -233,6 +326,16 @@ struct Entrant {
   std::vector<double> samples;
 };
 
+/// Runs `rounds` of the entrant's and adds their times to `samples`.
+void run_entrant(const Entrant& entrant, int rounds, std::vector<double>& samples) {
+  constexpr int kUnmeasured = 20;  // in which publishers find what has changed on the bus
+  Contender& contender = *entrant.contender;
+  contender.begin();
+  for (int i = 0; i < kUnmeasured; ++i) contender.round_trip();
+  measure(rounds, samples, [&] { contender.round_trip(); });
+  contender.end();
+}
+
 /// Prints one row for each entrant; the first is what the others are compared with.
 void report(std::FILE* out, std::vector<Entrant>& entrants) {
   std::fprintf(out, "%-8s %8s %8s %8s %8s\n", "", "min", "median", "p99", "ratio");
@@ -263,16 +366,22 @@ void run(int rounds) {
   const PrivateBus bus_directory;
   std::FILE* const results = divert_output(bus_directory.path() + "/transcript");
   // Never destroyed: their listener threads run to the end.
+  static const auto& tap = *new TapProcess;
+  static auto& bus = *new BusExchange;
   static auto& entrants = *new std::vector<Entrant>{
-      {new BareExchange, {}}, {new BusExchange, {}}, {new CameraRequest, {}}};
+      {new BareExchange, {}},
+      {&bus, {}},
+      {new TappedExchange("tapped", bus, tap, TapProcess::kTake), {}},
+      {new TappedExchange("stopped", bus, tap, TapProcess::kIgnore), {}},
+      {new CameraRequest, {}},
+  };
   std::vector<double> warm_up;
   for (const Entrant& entrant : entrants) {
     entrant.contender->start();
-    measure(kWarmUpRounds, warm_up, [&] { entrant.contender->round_trip(); });
+    run_entrant(entrant, kWarmUpRounds, warm_up);
   }
-  take_turns(entrants, rounds, [](Entrant& entrant, int part) {
-    measure(part, entrant.samples, [&] { entrant.contender->round_trip(); });
-  });
+  take_turns(entrants, rounds,
+             [](Entrant& entrant, int part) { run_entrant(entrant, part, entrant.samples); });
   std::fprintf(results,
                "%d round trips of %zu bytes each, on one core; microseconds, ratio of medians\n",
                rounds, kPacketSize);

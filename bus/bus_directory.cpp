@@ -65,6 +65,15 @@ std::string_view channel_of(std::string_view name) {
   return pid == name.npos ? std::string_view{} : name.substr(0, pid);
 }
 
+// No channel's socket has such a name: theirs hold two dots.
+constexpr char kTapBeginning[] = "tap";
+constexpr char kTapSeparator = '-';
+
+bool is_tap(std::string_view name) {
+  return name.substr(0, sizeof kTapBeginning) == std::string(kTapBeginning) + kTapSeparator &&
+         name.find('.') == name.npos;
+}
+
 unsigned next_serial() {
   static std::atomic<unsigned> serial{0};
   return serial++;
@@ -73,10 +82,10 @@ unsigned next_serial() {
 // Lets `take` try names of this process until one is free: another process of this number may have
 // left some. Empty when it fails for another reason.
 template <typename Take>
-std::string take_name(const std::string& channel, Take take) {
+std::string take_name(const std::string& beginning, char separator, Take take) {
   for (;;) {
-    std::string name =
-        channel + '.' + std::to_string(getpid()) + '.' + std::to_string(next_serial());
+    std::string name = beginning + separator + std::to_string(getpid()) + separator +
+                       std::to_string(next_serial());
     if (take(name) == 0) return name;
     if (errno != EADDRINUSE && errno != EEXIST) return {};
   }
@@ -119,14 +128,38 @@ std::vector<std::string> BusDirectory::sockets_of(std::string_view channel) cons
   return names;
 }
 
+std::vector<std::string> BusDirectory::taps() const {
+  std::vector<std::string> names;
+  rewinddir(_stream.get());
+  while (const dirent* entry = readdir(_stream.get())) {
+    if (is_tap(entry->d_name) && holds(entry->d_name)) names.emplace_back(entry->d_name);
+  }
+  return names;
+}
+
 std::string BusDirectory::bind(const UniqueFd& socket, const std::string& channel) const {
+  std::string hidden = bind_hidden(socket);
+  return hidden.empty() ? hidden : rename_hidden(hidden, channel, '.');
+}
+
+std::string BusDirectory::bind_tap(const UniqueFd& listener) const {
+  std::string hidden = bind_hidden(listener);
+  if (hidden.empty()) return hidden;
+  listen(listener.get(), SOMAXCONN);
+  return rename_hidden(hidden, kTapBeginning, kTapSeparator);
+}
+
+std::string BusDirectory::bind_hidden(const UniqueFd& socket) const {
   fchmod(socket.get(), S_IRUSR | S_IWUSR);  // a wide umask lets nobody else send
-  const std::string hidden = take_name("", [&](const std::string& name) {
+  return take_name("", '.', [&](const std::string& name) {
     const sockaddr_un address = address_of(name);
     return ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
   });
-  if (hidden.empty()) return {};
-  std::string name = take_name(channel, [&](const std::string& free_name) {
+}
+
+std::string BusDirectory::rename_hidden(const std::string& hidden, const std::string& beginning,
+                                        char separator) const {
+  std::string name = take_name(beginning, separator, [&](const std::string& free_name) {
     return linkat(fd(), hidden.c_str(), fd(), free_name.c_str(), 0);
   });
   const int error = errno;
@@ -135,8 +168,8 @@ std::string BusDirectory::bind(const UniqueFd& socket, const std::string& channe
   return name;
 }
 
-UniqueFd BusDirectory::connect(const std::string& name) const {
-  UniqueFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+UniqueFd BusDirectory::connect(const std::string& name, int type) const {
+  UniqueFd socket(::socket(AF_UNIX, type | SOCK_CLOEXEC, 0));
   if (!socket) return socket;
   const sockaddr_un address = address_of(name);
   if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
@@ -152,6 +185,13 @@ UniqueFd BusDirectory::connect(const std::string& name) const {
 bool BusDirectory::holds(const std::string& name) const {
   struct stat status {};
   return fstatat(fd(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISSOCK(status.st_mode);
+}
+
+bool BusDirectory::is_current() const {
+  struct stat ours {};
+  struct stat named {};
+  return fstat(fd(), &ours) == 0 && stat(configured_path().c_str(), &named) == 0 &&
+         ours.st_dev == named.st_dev && ours.st_ino == named.st_ino;
 }
 
 void BusDirectory::remove(const std::string& name) const { unlinkat(fd(), name.c_str(), 0); }

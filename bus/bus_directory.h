@@ -1,5 +1,5 @@
 // The directory that is the bus: it holds one AF_UNIX datagram socket for each subscription, named
-// CHANNEL.PID.SERIAL.
+// CHANNEL.PID.SERIAL, and one listening socket for each tap, named tap-PID-SERIAL.
 //
 // A socket is bound under a hidden name and linked to its own name once packets can reach it, so
 // that one which is found under such a name refuses packets only when its process has gone.
@@ -10,6 +10,7 @@
 #define BUS_DIRECTORY_H
 
 #include <dirent.h>
+#include <sys/socket.h>
 #include <sys/un.h>
 
 #include <memory>
@@ -45,9 +46,19 @@ class BusDirectory {
   /// it cannot be bound.
   std::string bind(const UniqueFd& socket, const std::string& channel) const;
 
-  /// A socket whose packets go to `name`. None with errno set on failure; after ECONNREFUSED the
-  /// stale socket `name` has been removed.
-  UniqueFd connect(const std::string& name) const;
+  /// A socket of `type` whose packets go to `name`. None with errno set on failure; after
+  /// ECONNREFUSED the stale socket `name` has been removed.
+  UniqueFd connect(const std::string& name, int type = SOCK_DGRAM) const;
+
+  /// Names of the taps, live and stale.
+  std::vector<std::string> taps() const;
+
+  /// Lets `listener` be found as a tap, listening, and returns its name; empty with errno set when
+  /// that fails.
+  std::string bind_tap(const UniqueFd& listener) const;
+
+  /// True while the environment's name leads to this directory.
+  bool is_current() const;
 
   bool holds(const std::string& name) const;
   void remove(const std::string& name) const;
@@ -58,6 +69,9 @@ class BusDirectory {
  private:
   explicit BusDirectory(DirectoryStream stream) : _stream(std::move(stream)) {}
   int fd() const { return dirfd(_stream.get()); }
+  std::string bind_hidden(const UniqueFd& socket) const;
+  std::string rename_hidden(const std::string& hidden, const std::string& beginning,
+                            char separator) const;
   sockaddr_un address_of(const std::string& name) const;
 
   DirectoryStream _stream;

@@ -43,6 +43,7 @@ std::optional<std::size_t> Publisher::publish(std::string_view name, const void*
   if (!current && !refresh(name, channel)) return std::nullopt;
 
   const Packet packet{bytes, size};
+  _taps.copy(name, bytes, size);  // first: no tap sees an answer before its request
   bool all_served = true;
   for (Subscriber& subscriber : channel.subscribers) {
     offer(subscriber, packet);
@@ -80,6 +81,7 @@ bool Publisher::refresh(std::string_view name, Channel& channel) {
     return false;
   }
   _watch.watch(*directory);  // before it is read: no later change is missed
+  _taps.look(*directory, _state);
   const std::vector<std::string> names = directory->sockets_of(name);
   erase_if(channel.subscribers, [&](const Subscriber& known) {
     return std::find(names.begin(), names.end(), known.name) == names.end();

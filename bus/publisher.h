@@ -14,6 +14,7 @@
 
 #include "bus_directory.h"
 #include "report.h"
+#include "tap_sender.h"
 #include "unique_fd.h"
 
 namespace vlm::bus {
@@ -75,6 +76,7 @@ class Publisher {
   unsigned long _state = 1;      // numbers the states of the directory
   unsigned long _publishes = 0;  // so far
   std::map<std::string, Channel, std::less<>> _channels;
+  vlm::bus::TapSender _taps;
   Complaint _complaint;
 };
 

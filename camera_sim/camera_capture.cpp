@@ -5,7 +5,10 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "catalogue_value.h"
 #include "payload_bytes.h"
+
+namespace vlm::sim {
 
 namespace {
 
@@ -18,8 +21,8 @@ constexpr u64 kPanoramaIntervalMs = 500;
 
 // Values of the image format, and what a raw picture takes; a JPEG is the smallest file.
 constexpr u32 kDngKib = 24 * 1024;
-constexpr u32 kFormatDng = 130;
-constexpr u32 kFormatJpegAndDng = 131;
+constexpr u32 kFormatDng = catalogue::number_of<u32>(catalogue::kPhotoFormats, "dng");
+constexpr u32 kFormatJpegAndDng = catalogue::number_of<u32>(catalogue::kPhotoFormats, "jpg+dng");
 
 /// Names have four digits.
 constexpr u32 kLastFileNumber = 9999;
@@ -35,7 +38,7 @@ CameraCapture::CameraCapture(const CameraSettings& settings, CameraStorage& stor
 std::optional<vlm_err_t> CameraCapture::answer(int code, const u8* in, u8* out, u64 now_ms) {
   switch (code) {
     case UDP_CTRL_CAM_GET_CAMERA_MODE: store(out, _mode); return VLM_ERR_NONE;
-    case UDP_CTRL_CAM_SET_CAMERA_MODE: return set_mode(in[0], now_ms);
+    case UDP_CTRL_CAM_SET_CAMERA_MODE: return set_mode(in, now_ms);
     case UDP_CTRL_CAM_TAKE_PHOTO: return take_photo(now_ms);
     case UDP_CTRL_CAM_START_RECORD: return start_recording(now_ms);
     case UDP_CTRL_CAM_STOP_RECORD: return stop_recording();
@@ -43,7 +46,7 @@ std::optional<vlm_err_t> CameraCapture::answer(int code, const u8* in, u8* out, 
     case UDP_CTRL_CAM_GET_RECORDING_TIME:
       store(out, recording_seconds(now_ms));
       return VLM_ERR_NONE;
-    case UDP_CTRL_CAM_START_TIMED_TAKE_PHOTO: return start_timed_photos(load<u32>(in), now_ms);
+    case UDP_CTRL_CAM_START_TIMED_TAKE_PHOTO: return start_timed_photos(in, now_ms);
     // Stopping when nothing runs does no harm: there is no result that would tell.
     case UDP_CTRL_CAM_STOP_PHOTO:
     case UDP_CTRL_CAM_STOP_TIMED_TAKE_PHOTO: _series = {}; return VLM_ERR_NONE;
@@ -62,7 +65,8 @@ void CameraCapture::halt() {
 }
 
 void CameraCapture::restart_numbering() {
-  if (_settings[Setting::kFilenumOption] != kFilenumSequential) _file_number = 0;
+  constexpr u32 kSequential = catalogue::number_of<u32>(catalogue::kNumberings, "sequential");
+  if (_settings[UDP_CTRL_CAM_SET_MEDIA_FILENUM_OPTION] != kSequential) _file_number = 0;
 }
 
 u8 CameraCapture::status() const {
@@ -80,13 +84,14 @@ std::optional<u64> CameraCapture::next_due_ms() const {
 }
 
 /// A change to the mode in force is a change all the same, and is notified.
-vlm_err_t CameraCapture::set_mode(u8 mode, u64 now_ms) {
-  if (mode != kVideoMode && mode != kPhotoMode) return VLM_ERR_IS_UNSUPPORTED_CAMMODE;
+vlm_err_t CameraCapture::set_mode(const u8* in, u64 now_ms) {
+  const catalogue::Row& row = *catalogue::find_by_code(UDP_CTRL_CAM_SET_CAMERA_MODE);
+  if (!takes(row.value, in)) return row.refusal;
   if (_recording) return VLM_ERR_IS_RECORDING;
   if (capturing()) return VLM_ERR_IS_CAPTURING;
-  if (_settings[Setting::kModeLock] != 0) return VLM_ERR_IS_CAM_MODE_LOCKING;
-  _mode = mode;
-  _notifications.add(notification(LCM_UPDATE_CAMERA_MODE, now_ms + kModeChangeMs, mode));
+  if (_settings[UDP_CTRL_CAM_SET_CAM_MODE_LOCK] != 0) return VLM_ERR_IS_CAM_MODE_LOCKING;
+  _mode = in[0];
+  _notifications.add(notification(LCM_UPDATE_CAMERA_MODE, now_ms + kModeChangeMs, _mode));
   return VLM_ERR_NONE;
 }
 
@@ -115,11 +120,12 @@ vlm_err_t CameraCapture::take_photo(u64 now_ms) {
 }
 
 /// The thermal sensor's time lapse, whatever the capture mode.
-vlm_err_t CameraCapture::start_timed_photos(u32 interval_s, u64 now_ms) {
-  if (interval_s == 0) return VLM_ERR_IS_INVALID_PARAM;
+vlm_err_t CameraCapture::start_timed_photos(const u8* in, u64 now_ms) {
+  const catalogue::Row& row = *catalogue::find_by_code(UDP_CTRL_CAM_START_TIMED_TAKE_PHOTO);
+  if (!takes(row.parameters[0], in)) return row.refusal;
   const vlm_err_t ready = ready_for_pictures();
   if (ready == VLM_ERR_NONE) {
-    start({SeriesKind::kTimeLapse, kUntilStopped, u64{interval_s} * 1000, 0}, now_ms);
+    start({SeriesKind::kTimeLapse, kUntilStopped, u64{load<u32>(in)} * 1000, 0}, now_ms);
   }
   return ready;
 }
@@ -138,7 +144,7 @@ vlm_err_t CameraCapture::ready_for_pictures() const {
 
 /// What the capture mode asks for. A single picture with an interval is a time lapse.
 CameraCapture::Series CameraCapture::planned_series() const {
-  const udp_ctrl_cam_photo_mode_t& mode = _settings.records().photo_mode;
+  const auto mode = _settings.record<udp_ctrl_cam_photo_mode_t>(UDP_CTRL_CAM_SET_PHOTO_MODE);
   // No picture begins before the one before it is finished.
   const u64 interval_ms = std::max<u64>(mode.interval_ms, kPictureMs);
   switch (mode.capture_mode) {
@@ -193,7 +199,7 @@ void CameraCapture::finish_picture() {
 
 /// Space that the next picture takes.
 u32 CameraCapture::picture_kib() const {
-  switch (_settings[Setting::kImageFormat]) {
+  switch (_settings[UDP_CTRL_CAM_SET_IMAGE_FORMAT]) {
     case kFormatDng: return kDngKib;
     case kFormatJpegAndDng: return kSmallestFileKib + kDngKib;
     default: return kSmallestFileKib;
@@ -213,8 +219,8 @@ udp_ctrl_cam_misc_image_info_t CameraCapture::exif(s8 result) const {
   info.result = result;
   if (result == kPictureLost) return info;
 
-  const udp_ctrl_cam_media_folder_t& folder = _settings.records().folder;
-  const bool dng = _settings[Setting::kImageFormat] == kFormatDng;
+  const auto folder = _settings.record<udp_ctrl_cam_media_folder_t>(UDP_CTRL_CAM_SET_MEDIA_FOLDER);
+  const bool dng = _settings[UDP_CTRL_CAM_SET_IMAGE_FORMAT] == kFormatDng;
   char url[sizeof info.url];
   // The folder's text may fill its field; of a folder that is in force only three digits are left.
   std::snprintf(url, sizeof url, "/sdcard/DCIM/%.3sMEDIA/IMG_%04u.%s",
@@ -222,3 +228,5 @@ udp_ctrl_cam_misc_image_info_t CameraCapture::exif(s8 result) const {
   std::memcpy(info.url, url, sizeof url);
   return info;
 }
+
+}  // namespace vlm::sim

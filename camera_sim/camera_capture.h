@@ -11,9 +11,12 @@
 #include "camera_notifications.h"
 #include "camera_settings.h"
 #include "camera_storage.h"
+#include "catalogue_choices.h"
 
-constexpr u8 kVideoMode = 1;
-constexpr u8 kPhotoMode = 2;
+namespace vlm::sim {
+
+constexpr u8 kVideoMode = catalogue::number_of<u8>(catalogue::kCameraModes, "video");
+constexpr u8 kPhotoMode = catalogue::number_of<u8>(catalogue::kCameraModes, "photo");
 
 /// From the command that changes the mode to its notification.
 constexpr u64 kModeChangeMs = 30;
@@ -57,11 +60,11 @@ class CameraCapture {
     u64 due_ms = 0;  // of the picture under way
   };
 
-  vlm_err_t set_mode(u8 mode, u64 now_ms);
+  vlm_err_t set_mode(const u8* in, u64 now_ms);
   vlm_err_t start_recording(u64 now_ms);
   vlm_err_t stop_recording();
   vlm_err_t take_photo(u64 now_ms);
-  vlm_err_t start_timed_photos(u32 interval_s, u64 now_ms);
+  vlm_err_t start_timed_photos(const u8* in, u64 now_ms);
   vlm_err_t ready_for_pictures() const;
   Series planned_series() const;
   void start(Series series, u64 now_ms);
@@ -82,5 +85,7 @@ class CameraCapture {
   u32 _image_index = 0;  // pictures since the start
   u32 _file_number = 0;  // of the newest picture
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_CAMERA_CAPTURE_H

@@ -4,38 +4,46 @@
 
 #include <algorithm>
 
+#include "catalogue_value.h"
 #include "payload_bytes.h"
+
+namespace vlm::sim {
 
 namespace {
 
-/// The result of a position that was `accepted` or not.
-vlm_err_t done(bool accepted) { return accepted ? VLM_ERR_NONE : VLM_ERR_IS_INVALID_PARAM; }
-
 /// Drives `axis` as the command word says; `tele` is the direction in which the value moves then.
-vlm_err_t drive(DrivenAxis& axis, u32 command, int tele) {
+/// False: it is no such word.
+bool drive(DrivenAxis& axis, u32 command, int tele) {
   switch (command) {
-    case VLM_DRIVE_TELE: axis.drive(tele); return VLM_ERR_NONE;
-    case VLM_DRIVE_WIDE: axis.drive(-tele); return VLM_ERR_NONE;
-    case VLM_DRIVE_STOP: axis.drive(0); return VLM_ERR_NONE;
-    default: return VLM_ERR_IS_INVALID_PARAM;
+    case VLM_DRIVE_TELE: axis.drive(tele); return true;
+    case VLM_DRIVE_WIDE: axis.drive(-tele); return true;
+    case VLM_DRIVE_STOP: axis.drive(0); return true;
+    default: return false;
   }
 }
 
 }  // namespace
 
-DrivenAxis::DrivenAxis(double low, double high, double initial, double per_second)
-    : _low(low), _high(high), _position(initial), _per_second(per_second) {}
+DrivenAxis::DrivenAxis(udp_ctrl_cam_cmds set_code, double per_second)
+    : _value(catalogue::find_by_code(set_code)->value),
+      _high(_value.range.max),
+      _position(_value.initial),
+      _per_second(per_second) {}
+
+/// What is no number is not reached either.
+bool DrivenAxis::reaches(double position) const {
+  return _value.range.holds(position) && position <= _high;
+}
 
 bool DrivenAxis::go_to(double position) {
-  // Written so that what is no number is refused too.
-  if (!(_low <= position && position <= _high)) return false;
+  if (!reaches(position)) return false;
   _position = position;
   drive(0);
   return true;
 }
 
 bool DrivenAxis::head_for(double position) {
-  if (!(_low <= position && position <= _high)) return false;
+  if (!reaches(position)) return false;
   drive(0);
   _target = position;
   return true;
@@ -59,21 +67,31 @@ void DrivenAxis::advance(u64 elapsed_ms) {
     return;
   }
   if (_direction == 0) return;
-  _position = std::clamp(_position + _direction * way, _low, _high);
+  _position = std::clamp(_position + _direction * way, _value.range.min, _high);
 }
 
 std::optional<vlm_err_t> CameraLens::answer(int code, const u8* in, u8* out) {
   switch (code) {
     case UDP_CTRL_CAM_GET_DIGITAL_ZOOM: store(out, digital_zoom()); return VLM_ERR_NONE;
-    case UDP_CTRL_CAM_SET_DIGITAL_ZOOM: return done(_digital_zoom.go_to(load<u32>(in)));
     case UDP_CTRL_CAM_GET_ZOOM: store(out, zoom()); return VLM_ERR_NONE;
-    case UDP_CTRL_CAM_SET_ZOOM: return done(place(_zoom, static_cast<double>(load<float>(in))));
     case UDP_CTRL_CAM_GET_FOCUS: store(out, focus()); return VLM_ERR_NONE;
-    case UDP_CTRL_CAM_SET_FOCUS: return done(place(_focus, load<u32>(in)));
+    default: break;
+  }
+  const auto moved = move(code, in);
+  if (!moved) return std::nullopt;
+  return *moved ? VLM_ERR_NONE : catalogue::find_by_code(code)->refusal;
+}
+
+/// Carries out what changes positions; false: it asks for what there is not.
+std::optional<bool> CameraLens::move(int code, const u8* in) {
+  switch (code) {
+    case UDP_CTRL_CAM_SET_DIGITAL_ZOOM: return _digital_zoom.go_to(load<u32>(in));
+    case UDP_CTRL_CAM_SET_ZOOM: return place(_zoom, static_cast<double>(load<float>(in)));
+    case UDP_CTRL_CAM_SET_FOCUS: return place(_focus, load<u32>(in));
     case UDP_CTRL_CAM_ZOOM_TELE_WIDE_STOP: return drive(_zoom, load<u32>(in), 1);
     case UDP_CTRL_CAM_DZOOM_TELE_WIDE_STOP: return drive(_digital_zoom, load<u32>(in), 1);
     case UDP_CTRL_CAM_FOCUS_FAR_NEAR_STOP: return drive(_focus, load<u32>(in), -1);
-    case UDP_CTRL_CAM_SET_FOCUS_LIMITE: return limit_focus(load<u32>(in));
+    case UDP_CTRL_CAM_SET_FOCUS_LIMITE: return limit_focus(in);
     case UDP_CTRL_CAM_AUTO_FOCUS: return focus_automatically();
     default: return std::nullopt;
   }
@@ -93,10 +111,10 @@ void CameraLens::halt() {
 
 /// The focus limit is the widest again, so that the focus can go home.
 void CameraLens::reset() {
-  _focus.limit(VLM_FOCUS_NEAR_END);
-  place(_zoom, kInitialZoom);
-  _digital_zoom.go_to(kInitialDigitalZoom);
-  place(_focus, kInitialFocus);
+  _focus.free();
+  place(_zoom, _zoom.initial());
+  _digital_zoom.go_to(_digital_zoom.initial());
+  place(_focus, _focus.initial());
 }
 
 void CameraLens::follow(double sharp_focus) {
@@ -109,14 +127,16 @@ bool CameraLens::place(DrivenAxis& axis, double position) const {
 }
 
 /// The nearest position that the focus may take.
-vlm_err_t CameraLens::limit_focus(u32 limit) {
-  if (limit < VLM_FOCUS_FAR_END || limit > VLM_FOCUS_NEAR_END) return VLM_ERR_IS_INVALID_PARAM;
-  _focus.limit(limit);
-  return VLM_ERR_NONE;
+bool CameraLens::limit_focus(const u8* in) {
+  if (!takes(catalogue::find_by_code(UDP_CTRL_CAM_SET_FOCUS_LIMITE)->value, in)) return false;
+  _focus.limit(load<u32>(in));
+  return true;
 }
 
 /// Finds the scene, or the limit where that is farther.
-vlm_err_t CameraLens::focus_automatically() {
+bool CameraLens::focus_automatically() {
   place(_focus, std::min(_sharp_focus, _focus.high()));
-  return VLM_ERR_NONE;
+  return true;
 }
+
+}  // namespace vlm::sim

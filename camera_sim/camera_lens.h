@@ -6,15 +6,17 @@
 
 #include <optional>
 
-#include "vlm_camera_codes.h"
-#include "vlm_camera_payloads.h"
+#include "catalogue.h"
+
+namespace vlm::sim {
 
 /// A position between two ends that moves with time.
 class DrivenAxis {
  public:
-  /// Starts at `initial` and, when driven, covers `per_second` in a second.
-  DrivenAxis(double low, double high, double initial, double per_second);
+  /// The one that `set_code` writes; when driven, it covers `per_second` in a second.
+  DrivenAxis(udp_ctrl_cam_cmds set_code, double per_second);
 
+  double initial() const { return _value.initial; }
   double position() const { return _position; }
   double high() const { return _high; }
 
@@ -25,12 +27,16 @@ class DrivenAxis {
   bool driven() const { return _direction != 0; }
   /// Moves the upper end; the position follows it when it would lie beyond.
   void limit(double high);
+  /// Moves it back.
+  void free() { limit(_value.range.max); }
   /// `direction` 1 drives to the upper end, -1 to the lower one, 0 stops.
   void drive(int direction);
   void advance(u64 elapsed_ms);
 
  private:
-  double _low;
+  bool reaches(double position) const;
+
+  const catalogue::Field& _value;
   double _high;
   double _position;
   double _per_second;
@@ -62,19 +68,18 @@ class CameraLens {
 
  private:
   bool place(DrivenAxis& axis, double position) const;
-  vlm_err_t limit_focus(u32 limit);
-  vlm_err_t focus_automatically();
-
-  static constexpr double kInitialZoom = VLM_ZOOM_LEAST;
-  static constexpr double kInitialDigitalZoom = VLM_DIGITAL_ZOOM_LEAST;
-  static constexpr double kInitialFocus = 0x4000;
+  std::optional<bool> move(int code, const u8* in);
+  bool limit_focus(const u8* in);
+  bool focus_automatically();
 
   bool _living;
-  double _sharp_focus = kInitialFocus;
-  DrivenAxis _zoom{VLM_ZOOM_LEAST, VLM_ZOOM_MOST, kInitialZoom, 5.0};
-  DrivenAxis _digital_zoom{VLM_DIGITAL_ZOOM_LEAST, VLM_DIGITAL_ZOOM_MOST, kInitialDigitalZoom, 10};
+  DrivenAxis _zoom{UDP_CTRL_CAM_SET_ZOOM, 5.0};
+  DrivenAxis _digital_zoom{UDP_CTRL_CAM_SET_DIGITAL_ZOOM, 10};
   // The lower end is the far one.
-  DrivenAxis _focus{VLM_FOCUS_FAR_END, VLM_FOCUS_NEAR_END, kInitialFocus, 0x2000};
+  DrivenAxis _focus{UDP_CTRL_CAM_SET_FOCUS, 0x2000};
+  double _sharp_focus = _focus.initial();
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_CAMERA_LENS_H

@@ -8,7 +8,10 @@
 #include <cstring>
 #include <iterator>
 
+#include "catalogue_choices.h"
 #include "payload_bytes.h"
+
+namespace vlm::sim {
 
 namespace {
 
@@ -132,12 +135,14 @@ void CameraModel::advance(u64 now_ms) {
 /// What the scene of `now_ms` makes a living camera do by itself.
 void CameraModel::live(u64 now_ms) {
   const double sharp_focus = _scene.sharp_focus(now_ms);
-  if (_settings[Setting::kFocusMode] == kFocusAuto) {
+  constexpr u32 kAutoFocus = catalogue::number_of<u32>(catalogue::kFocusModes, "auto");
+  constexpr u32 kAutoExposure = catalogue::number_of<u32>(catalogue::kExposureModes, "auto");
+  if (_settings[UDP_CTRL_CAM_SET_FOCUS_MODE] == kAutoFocus) {
     _lens.follow(sharp_focus);
   } else {
     _lens.look_at(sharp_focus);
   }
-  if (_settings[Setting::kAeMode] == kExposureAuto) expose(_scene.light_ev(now_ms));
+  if (_settings[UDP_CTRL_CAM_SET_AE_MODE] == kAutoExposure) expose(_scene.light_ev(now_ms));
   _thermal.warm_up_by(_scene.warmth_x10(now_ms));
 }
 
@@ -162,19 +167,22 @@ void CameraModel::expose(double light_ev) {
 vlm_err_t CameraModel::answer(int code, const u8* in, u8* out) {
   if (_phase == CameraPhase::kUpgrading) return VLM_ERR_IS_UPGRADING_QUORIN_CAMERA;
   if (_phase == CameraPhase::kBooting) return VLM_ERR_CAMERA_NOT_INITIAL;
-  if (is_thermal_code(code) && !_traits.thermal) return VLM_ERR_UNSUPPORTED_COMMAND;
+  // Codes without a row are undefined, or what their payload holds is defined nowhere.
+  const catalogue::Row* const row = catalogue::find_by_code(code);
+  if (row == nullptr || (row->is(catalogue::kThermal) && !_traits.thermal)) {
+    return VLM_ERR_UNSUPPORTED_COMMAND;
+  }
   if (_capture.recording() && contains(kRefusedWhileRecording, code)) return VLM_ERR_IS_RECORDING;
   if (_capture.capturing() && contains(kRefusedWhileCapturing, code)) return VLM_ERR_IS_CAPTURING;
   if (auto result = answer_own(code, in, out)) return *result;
   if (auto result = _capture.answer(code, in, out, _now_ms)) return *result;
-  if (auto result = _settings.answer(code, in, out)) return *result;
   if (auto result = _lens.answer(code, in, out)) return *result;
   if (auto result = _storage.answer(code, in, out)) return *result;
   if (auto result = _properties.answer(code, in, out)) return *result;
   if (auto result = _thermal.answer(code, out)) return *result;
-  // Undefined codes end here, and the defined ones whose payload is defined nowhere: Wi-Fi band and
-  // channel (74 to 77), maximum gain (123, 124), video encryption and password (142 to 145).
-  return VLM_ERR_UNSUPPORTED_COMMAND;
+  if (auto result = _settings.answer(code, in, out)) return *result;
+  // An action of which nothing shows, like the flat-field correction.
+  return VLM_ERR_NONE;
 }
 
 /// The commands that concern the camera as a whole.
@@ -193,7 +201,7 @@ std::optional<vlm_err_t> CameraModel::answer_own(int code, const u8* in, u8* out
     // The only set command whose answer carries the value in force.
     case UDP_CTRL_CAM_DZOOM_ONOFF: {
       const auto result = _settings.answer(code, in, out);
-      if (result == VLM_ERR_NONE) store(out, _settings[Setting::kDzoomSwitch]);
+      if (result == VLM_ERR_NONE) store(out, _settings[UDP_CTRL_CAM_DZOOM_ONOFF]);
       return result;
     }
     default: return std::nullopt;
@@ -202,25 +210,25 @@ std::optional<vlm_err_t> CameraModel::answer_own(int code, const u8* in, u8* out
 
 /// The snapshot of all settings, with the camera's own status byte.
 udp_ctrl_cam_request_list_t CameraModel::request_list() const {
-  const CameraRecords& records = _settings.records();
-  const auto value = [this](Setting setting) { return _settings[setting]; };
+  const auto value = [this](udp_ctrl_cam_cmds code) { return _settings[code]; };
   udp_ctrl_cam_request_list_t list{};
   list.cam_mode = _capture.mode();
-  list.ev = static_cast<u16>(value(Setting::kEv));
-  list.shutter = static_cast<u16>(value(Setting::kShutter));
-  list.iso = static_cast<u16>(value(Setting::kIso));
+  list.ev = static_cast<u16>(value(UDP_CTRL_CAM_SET_PARAMS_EV));
+  list.shutter = static_cast<u16>(value(UDP_CTRL_CAM_SET_SHUTTER));
+  list.iso = static_cast<u16>(value(UDP_CTRL_CAM_SET_ISO));
   list.dzoom = _lens.digital_zoom();
   list.zoom = _lens.zoom();
-  list.iris = static_cast<u16>(value(Setting::kIris));
-  list.osd_status = static_cast<u8>(value(Setting::kOsd));
-  list.focus_mode = static_cast<u8>(value(Setting::kFocusMode));
-  list.defog_level = static_cast<u8>(value(Setting::kDefogLevel));
-  list.flicker_mode = static_cast<u8>(value(Setting::kFlicker));
-  list.ae_mode = static_cast<u8>(value(Setting::kAeMode));
-  list.meter_mode = static_cast<u8>(value(Setting::kMeterMode));
-  list.spot_coords_ratio = records.spot;
-  list.video_res = records.video;
-  list.wb = static_cast<u8>(value(Setting::kWhiteBalance));
+  list.iris = static_cast<u16>(value(UDP_CTRL_CAM_SET_IRIS));
+  list.osd_status = static_cast<u8>(value(UDP_CTRL_CAM_SET_OSD_STATUS));
+  list.focus_mode = static_cast<u8>(value(UDP_CTRL_CAM_SET_FOCUS_MODE));
+  list.defog_level = static_cast<u8>(value(UDP_CTRL_CAM_SET_DEFOG_LEVEL));
+  list.flicker_mode = static_cast<u8>(value(UDP_CTRL_CAM_SET_FLICKER_MODE));
+  list.ae_mode = static_cast<u8>(value(UDP_CTRL_CAM_SET_AE_MODE));
+  list.meter_mode = static_cast<u8>(value(UDP_CTRL_CAM_SET_METER_MODE));
+  list.spot_coords_ratio =
+      _settings.record<udp_ctrl_cam_coords_ratio_t>(UDP_CTRL_CAM_SET_SPOT_METERING_COORDS);
+  list.video_res = _settings.record<udp_ctrl_video_t>(UDP_CTRL_CAM_SET_PARAMS_VIDEO);
+  list.wb = static_cast<u8>(value(UDP_CTRL_CAM_SET_PARAMS_WB));
   list.recording_time_s = _capture.recording_seconds(_now_ms);
   list.available_kib = _storage.available_kib();
   list.camera_status = _capture.status();
@@ -272,3 +280,5 @@ bool CameraModel::announce_card(bool changed) {
   }
   return changed;
 }
+
+}  // namespace vlm::sim

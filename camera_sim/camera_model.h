@@ -16,6 +16,8 @@
 #include "camera_thermal.h"
 #include "vlm_userlcm_control_camera.h"
 
+namespace vlm::sim {
+
 /// What the camera is doing as a whole. Anything but running answers no command but with an error.
 enum class CameraPhase { kRunning, kUpgrading, kBooting };
 
@@ -102,5 +104,7 @@ class CameraModel {
   CameraCapture _capture;
   CameraThermal _thermal;
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_CAMERA_MODEL_H

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace vlm::sim {
+
 /// Behind those that are due at the same time.
 void NotificationQueue::add(const Notification& added) {
   const auto later = [](u64 due, const Notification& other) { return due < other.due_ms; };
@@ -19,3 +21,5 @@ std::optional<u64> NotificationQueue::next_due_ms() const {
   if (_queue.empty()) return std::nullopt;
   return _queue.front().due_ms;
 }
+
+}  // namespace vlm::sim

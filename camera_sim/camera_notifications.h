@@ -10,6 +10,8 @@
 #include "payload_bytes.h"
 #include "vlm_userlcm_control_camera.h"
 
+namespace vlm::sim {
+
 struct Notification {
   lcm_msg_type type;
   u64 due_ms;
@@ -38,5 +40,7 @@ class NotificationQueue {
  private:
   std::deque<Notification> _queue;
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_CAMERA_NOTIFICATIONS_H

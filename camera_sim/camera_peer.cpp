@@ -10,6 +10,8 @@
 #include "payload_bytes.h"
 #include "sim_describe.h"
 
+namespace vlm::sim {
+
 namespace {
 
 using vlm::bus::kEnvelopeSize;
@@ -59,7 +61,7 @@ void CameraPeer::receive_rtsp(const void* packet, unsigned int length) {
 
 OperatorAnswer CameraPeer::operate(const std::string& line) {
   const std::lock_guard<std::mutex> guard(_mutex);
-  OperatorAnswer answer = ::operate(board(), line);
+  OperatorAnswer answer = sim::operate(board(), line);
   wake_sender();
   return answer;
 }
@@ -205,7 +207,7 @@ void CameraPeer::collect_notifications() {
 /// What the operator let wait. Under the lock.
 void CameraPeer::carry_out_agenda() {
   while (const auto line = _agenda.take(now_ms())) {
-    const OperatorAnswer answer = ::operate(board(), *line);
+    const OperatorAnswer answer = sim::operate(board(), *line);
     if (_outlets.tell) _outlets.tell(answer.text);
   }
 }
@@ -231,3 +233,5 @@ u64 CameraPeer::now_us() const {
 void CameraPeer::ignore(const char* why) const {
   if (_outlets.trace) _outlets.trace(std::string("ignored: ") + why);
 }
+
+}  // namespace vlm::sim

@@ -19,6 +19,8 @@
 #include "sim_console.h"
 #include "sim_faults.h"
 
+namespace vlm::sim {
+
 class CameraPeer {
  public:
   /// Publishes as send_msg_to_lcm does; called from any thread.
@@ -97,5 +99,7 @@ class CameraPeer {
   bool _stopping = false;
   std::thread _sender;  // last: runs serve() as long as the object lives
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_CAMERA_PEER_H

@@ -2,6 +2,8 @@
 
 #include "payload_bytes.h"
 
+namespace vlm::sim {
+
 namespace {
 
 constexpr std::size_t kLongestName = 16;
@@ -57,3 +59,5 @@ vlm_err_t CameraProperties::set(const std::string& assignment, u8* out) {
   if (result == VLM_ERR_NONE) previous.copy(reinterpret_cast<char*>(out), kLongestValue);
   return result;
 }
+
+}  // namespace vlm::sim

@@ -10,6 +10,8 @@
 #include "vlm_camera_codes.h"
 #include "vlm_camera_payloads.h"
 
+namespace vlm::sim {
+
 class CameraProperties {
  public:
   CameraProperties();
@@ -31,5 +33,7 @@ class CameraProperties {
 
   std::map<std::string, std::string> _values;
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_CAMERA_PROPERTIES_H

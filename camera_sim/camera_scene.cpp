@@ -3,6 +3,8 @@
 #include <cmath>
 #include <random>
 
+namespace vlm::sim {
+
 namespace {
 
 constexpr double kTurn = 6.283185307179586;
@@ -61,3 +63,5 @@ double CameraScene::swing(const Waves& waves, u64 now_ms) {
   }
   return sum / static_cast<double>(waves.size());
 }
+
+}  // namespace vlm::sim

@@ -7,6 +7,8 @@
 
 #include "vlm_camera_payloads.h"
 
+namespace vlm::sim {
+
 class CameraScene {
  public:
   /// The same seed makes the same scene.
@@ -33,5 +35,7 @@ class CameraScene {
   Waves _distance;
   Waves _warmth;
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_CAMERA_SCENE_H

@@ -26,6 +26,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 constexpr int kFailure = 1;
 constexpr int kUsageFault = 2;
 constexpr std::chrono::seconds kReadinessLimit{5};

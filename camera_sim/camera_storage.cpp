@@ -2,18 +2,21 @@
 
 #include <algorithm>
 
+#include "catalogue_choices.h"
 #include "payload_bytes.h"
+
+namespace vlm::sim {
 
 namespace {
 
 // Slots by their numbers in commands.
-constexpr u8 kExternalSlot = 0;
-constexpr u8 kInternalSlot = 3;
-constexpr u8 kAllSlots = 7;
+constexpr u8 kExternalSlot = catalogue::number_of<u8>(catalogue::kSlots, "external");
+constexpr u8 kInternalSlot = catalogue::number_of<u8>(catalogue::kSlots, "internal");
+constexpr u8 kAllSlots = catalogue::number_of<u8>(catalogue::kFormattedSlots, "all");
 constexpr u8 kSlots[] = {kExternalSlot, kInternalSlot};
 constexpr u8 kSlotCount = 2;
 /// Asks for the storage in use, whichever slot it is in.
-constexpr u8 kCurrentStorage = 255;
+constexpr u8 kCurrentStorage = catalogue::number_of<u8>(catalogue::kQueriedSlots, "current");
 
 // What the card tells about itself.
 constexpr u16 kCardMbps = 90;
@@ -105,3 +108,5 @@ void CameraStorage::report_attributes(u8* out) const {
   attributes.space_state = _available_kib < kSmallestFileKib ? 1 : 0;
   store(out, attributes);
 }
+
+}  // namespace vlm::sim

@@ -8,6 +8,8 @@
 #include "vlm_camera_codes.h"
 #include "vlm_camera_payloads.h"
 
+namespace vlm::sim {
+
 /// Size of the card, unless another is asked for.
 constexpr u32 kCardKib = 62 * 1024 * 1024;
 /// A card with less space than this takes no file at all.
@@ -52,5 +54,7 @@ class CameraStorage {
   u32 _card_kib;
   u32 _available_kib;
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_CAMERA_STORAGE_H

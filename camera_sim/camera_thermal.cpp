@@ -4,15 +4,10 @@
 
 #include "payload_bytes.h"
 
-bool is_thermal_code(int code) {
-  return (code >= UDP_CTRL_CAM_GET_PALETTE_TYPE && code <= UDP_CTRL_CAM_SET_TH_DEWARP) ||
-         (code >= UDP_CTRL_CAM_SET_THERMAL_CALI_TEMP && code <= UDP_CTRL_CAM_USB_PASS_THROUGH_CTRL);
-}
+namespace vlm::sim {
 
 std::optional<vlm_err_t> CameraThermal::answer(int code, u8* out) {
   switch (code) {
-    case UDP_CTRL_CAM_RUN_FFC_NORMALIZATION:
-    case UDP_CTRL_CAM_TH_SAVE_CONF: return VLM_ERR_NONE;
     case UDP_CTRL_CAM_GET_TEMPERATURE_STATUS: store(out, temperatures()); return VLM_ERR_NONE;
     case UDP_CTRL_CAM_GET_CAMERA_PN_INFO: store(out, sensor_data()); return VLM_ERR_NONE;
     case UDP_CTRL_CAM_RUN_THERMAL_CALI:
@@ -24,15 +19,19 @@ std::optional<vlm_err_t> CameraThermal::answer(int code, u8* out) {
 /// A scene around the environment temperature, in tenths of a degree. The locked range is that of
 /// the temperature bar, whose ends are degrees.
 udp_ctrl_cam_lepton_area_temp_t CameraThermal::temperatures() const {
-  const CameraRecords& records = _settings.records();
-  const s32 usual = records.env_temp.enable != 0 ? records.env_temp.env_temp_x10 : 250;
+  const auto environment = _settings.record<lepton_env_temp_t>(UDP_CTRL_CAM_SET_TH_ENV_TEMP);
+  const s32 usual = environment.enable != 0 ? environment.env_temp_x10 : 250;
   const s32 scene = usual + _warmth_x10;
   udp_ctrl_cam_lepton_area_temp_t status{};
   status.all_area = {scene + 12, scene + 87, scene - 31, scene};
-  if (records.area.enable != 0) status.custom_area = {scene + 12, scene + 20, scene, scene + 10};
-  if (_settings[Setting::kLockRange] != 0) {
-    status.locked_max_temp = records.temp_bar.max_temp * 10;
-    status.locked_min_temp = records.temp_bar.min_temp * 10;
+  const auto area =
+      _settings.record<vlm_radiometric_area_settings_t>(UDP_CTRL_CAM_SET_RADIOMETRIC_AREA);
+  if (area.enable != 0) status.custom_area = {scene + 12, scene + 20, scene, scene + 10};
+  if (_settings[UDP_CTRL_CAM_SET_LOCK_RANGE_STATE] != 0) {
+    const auto bar =
+        _settings.record<udp_ctrl_cam_temp_bar_range_t>(UDP_CTRL_CAM_SET_TEMPERATURE_BAR);
+    status.locked_max_temp = bar.max_temp * 10;
+    status.locked_min_temp = bar.min_temp * 10;
   }
   return status;
 }
@@ -56,3 +55,5 @@ vlm_camera_pn_info_t CameraThermal::sensor_data() const {
   info.cali_ver = _calibrations;
   return info;
 }
+
+}  // namespace vlm::sim

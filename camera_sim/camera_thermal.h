@@ -7,8 +7,7 @@
 
 #include "camera_settings.h"
 
-/// Whether the command needs a thermal sensor.
-bool is_thermal_code(int code);
+namespace vlm::sim {
 
 class CameraThermal {
  public:
@@ -27,5 +26,7 @@ class CameraThermal {
   s32 _warmth_x10 = 0;
   u16 _calibrations = 0;  // runs since the start
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_CAMERA_THERMAL_H

@@ -2,6 +2,8 @@
 
 #include "sim_values.h"
 
+namespace vlm::sim {
+
 namespace {
 
 /// Cuts `ending` off `text`; false when it ends otherwise.
@@ -106,3 +108,5 @@ const std::vector<FaultSwitch>& fault_switches() {
   };
   return switches;
 }
+
+}  // namespace vlm::sim

@@ -8,6 +8,8 @@
 
 #include "sim_faults.h"
 
+namespace vlm::sim {
+
 struct FaultSwitch {
   const char* name;
   const char* value;  // what it takes
@@ -17,5 +19,7 @@ struct FaultSwitch {
 
 /// All of them, in the order of the help.
 const std::vector<FaultSwitch>& fault_switches();
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_FAULT_SWITCHES_H

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace vlm::sim {
+
 /// What a packet is lengthened by are ones: unlike the zeros behind a short one, they show.
 void damage(OutgoingPacket& reply, const Fate& fate) {
   u8* message = reply.packet.msg_buf;
@@ -20,3 +22,5 @@ udp_ctrl_cam_t stray_reply(u16 code, u64 seed) {
   for (u8& byte : reply.cmd_params) byte = static_cast<u8>(random());
   return reply;
 }
+
+}  // namespace vlm::sim

@@ -13,6 +13,8 @@
 
 #include "payload_bytes.h"
 
+namespace vlm::sim {
+
 namespace {
 
 constexpr char kCard[] = "/sdcard/";
@@ -95,3 +97,5 @@ std::string MediaFolder::keep(const udp_ctrl_cam_misc_image_info_t& picture) con
   if (rename(unfinished.c_str(), file.c_str()) != 0) return failure(file);
   return {};
 }
+
+}  // namespace vlm::sim

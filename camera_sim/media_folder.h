@@ -6,6 +6,8 @@
 
 #include "vlm_camera_payloads.h"
 
+namespace vlm::sim {
+
 /// The picture as a file: a grey JPEG of 640 x 480 with its data as a comment.
 std::string jpeg_of(const udp_ctrl_cam_misc_image_info_t& picture);
 
@@ -22,5 +24,7 @@ class MediaFolder {
  private:
   const std::string _path;
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_MEDIA_FOLDER_H

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace vlm::sim {
+
 bool OperatorAgenda::add(u64 due_ms, const std::string& line) {
   if (_lines.size() == kMostLines) return false;
   _lines.emplace(due_ms, line);
@@ -20,3 +22,5 @@ std::optional<u64> OperatorAgenda::next_due_ms() const {
   if (_lines.empty()) return std::nullopt;
   return _lines.begin()->first;
 }
+
+}  // namespace vlm::sim

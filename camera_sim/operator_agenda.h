@@ -8,6 +8,8 @@
 
 #include "vlm_camera_payloads.h"
 
+namespace vlm::sim {
+
 /// Not synchronised. Times are milliseconds from any start.
 class OperatorAgenda {
  public:
@@ -22,5 +24,7 @@ class OperatorAgenda {
  private:
   std::multimap<u64, std::string> _lines;
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_OPERATOR_AGENDA_H

@@ -4,6 +4,8 @@
 #include <tuple>
 #include <utility>
 
+namespace vlm::sim {
+
 bool PacketSchedule::add_in_order(u64 due_us, OutgoingPacket packet) {
   const u64 latest_us = std::max(_latest_in_order_us, due_us);
   if (!add(latest_us, true, std::move(packet))) return false;
@@ -41,3 +43,5 @@ std::optional<u64> PacketSchedule::next_due_us() const {
 bool PacketSchedule::later(const Entry& a, const Entry& b) {
   return std::tie(a.due_us, a.serial) > std::tie(b.due_us, b.serial);
 }
+
+}  // namespace vlm::sim

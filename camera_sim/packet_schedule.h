@@ -8,6 +8,8 @@
 
 #include "vlm_userlcm_control_camera.h"
 
+namespace vlm::sim {
+
 /// A packet with the number of its meaningful bytes, and what to say when it goes out.
 struct OutgoingPacket {
   userlcm_packet_t packet;
@@ -49,5 +51,7 @@ class PacketSchedule {
   std::size_t _ordered = 0;  // entries that were added in order
   u64 _latest_in_order_us = 0;
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_PACKET_SCHEDULE_H

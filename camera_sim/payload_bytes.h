@@ -8,6 +8,8 @@
 
 #include "vlm_camera_payloads.h"
 
+namespace vlm::sim {
+
 /// Bytes of every command payload.
 constexpr std::size_t kPayloadSize = 128;
 
@@ -30,5 +32,7 @@ inline std::string load_text(const u8* bytes, std::size_t size = kPayloadSize) {
   const char* text = reinterpret_cast<const char*>(bytes);
   return std::string(text, strnlen(text, size));
 }
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_PAYLOAD_BYTES_H

@@ -2,6 +2,8 @@
 
 #include "payload_bytes.h"
 
+namespace vlm::sim {
+
 std::optional<lcm_udp_rtsp_msg_t> RtspModel::handle(const lcm_udp_rtsp_msg_t& request) {
   lcm_udp_rtsp_msg_t reply{};
   const u32 code = request.msg_cmd;
@@ -19,3 +21,5 @@ std::optional<lcm_udp_rtsp_msg_t> RtspModel::handle(const lcm_udp_rtsp_msg_t& re
   }
   return reply;
 }
+
+}  // namespace vlm::sim

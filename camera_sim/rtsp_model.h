@@ -6,6 +6,8 @@
 
 #include "vlm_userlcm_control_camera.h"
 
+namespace vlm::sim {
+
 /// A pure state machine, not synchronised.
 class RtspModel {
  public:
@@ -22,5 +24,7 @@ class RtspModel {
   u8 _flow_control = 0;
   u8 _flow_control_debug = 0;
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_RTSP_MODEL_H

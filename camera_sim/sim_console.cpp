@@ -13,6 +13,8 @@
 #include "sim_values.h"
 #include "velmar_err.h"
 
+namespace vlm::sim {
+
 namespace {
 
 /// printf into a text.
@@ -238,3 +240,5 @@ std::vector<std::string> LineBuffer::feed(const char* bytes, std::size_t size) {
   }
   return lines;
 }
+
+}  // namespace vlm::sim

@@ -10,6 +10,8 @@
 #include "rtsp_model.h"
 #include "sim_faults.h"
 
+namespace vlm::sim {
+
 /// What the operator handles.
 struct SimulatedBoard {
   CameraModel& camera;
@@ -43,5 +45,7 @@ class LineBuffer {
  private:
   std::string _line;
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_SIM_CONSOLE_H

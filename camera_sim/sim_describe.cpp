@@ -3,20 +3,15 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <iterator>
 
+#include "catalogue.h"
 #include "payload_bytes.h"
 #include "velmar_cmd.h"
 #include "velmar_err.h"
 
-namespace {
+namespace vlm::sim {
 
-/// Commands whose payload is a text.
-constexpr int kTextCodes[] = {
-    UDP_CTRL_CAM_SET_WIFI_PASSWORD, UDP_CTRL_CAM_SET_WIFI_SSID,    UDP_CTRL_CAM_GET_COUNTRY_CODE,
-    UDP_CTRL_CAM_SET_COUNTRY_CODE,  UDP_CTRL_CAM_SEND_RC_BOARD_ID, UDP_CTRL_CAM_GET_PROPERTY,
-    UDP_CTRL_CAM_SET_PROPERTY,
-};
+namespace {
 
 /// A blank and two digits for each byte up to the last one that is not zero.
 std::string hexadecimal(const u8* bytes, std::size_t size) {
@@ -38,13 +33,25 @@ std::string quoted(std::string text) {
 }
 
 std::string describe_payload(const udp_ctrl_cam_t& record) {
-  const bool text = std::find(std::begin(kTextCodes), std::end(kTextCodes), record.cmd_type) !=
-                    std::end(kTextCodes);
+  const catalogue::Row* const row = catalogue::find_by_code(record.cmd_type);
+  const bool text = row != nullptr && row->value.type == catalogue::Type::kText;
   return text ? quoted(load_text(record.cmd_params))
               : hexadecimal(record.cmd_params, sizeof record.cmd_params);
 }
 
-std::string describe_code(int code) { return std::to_string(code) + " " + vlm_strcmd(code); }
+/// The name of the command, or where it has none, that of what it reads, writes or runs.
+std::string name_of(int code, const u8* payload) {
+  const std::string name = vlm_strcmd(code);
+  const catalogue::Row* const row = catalogue::find_by_code(code, payload);
+  if (row == nullptr || name != vlm_strcmd(catalogue::kNone)) return name;
+  if (code == row->codes.get) return std::string("get ") + row->name();
+  if (code == row->codes.set) return std::string("set ") + row->name();
+  return row->name();
+}
+
+std::string describe_code(const udp_ctrl_cam_t& record) {
+  return std::to_string(record.cmd_type) + " " + name_of(record.cmd_type, record.cmd_params);
+}
 
 std::string describe_card(u8 status) {
   const char* card = (status & 7) == VLM_STORAGE_INSERTED ? "inserted" : "removed";
@@ -60,15 +67,15 @@ std::string describe_image(const udp_ctrl_cam_misc_image_info_t& image) {
 }  // namespace
 
 std::string describe_request(const udp_ctrl_cam_t& request) {
-  return describe_code(request.cmd_type) + describe_payload(request);
+  return describe_code(request) + describe_payload(request);
 }
 
 std::string describe_reply(const udp_ctrl_cam_t& reply) {
   std::string result = vlm_strerr(reply.err_code);
   // One of the texts brings its own line end.
   if (!result.empty() && result.back() == '\n') result.pop_back();
-  return describe_code(reply.cmd_type) + " [" + std::to_string(reply.err_code) + " " + result +
-         "]" + describe_payload(reply);
+  return describe_code(reply) + " [" + std::to_string(reply.err_code) + " " + result + "]" +
+         describe_payload(reply);
 }
 
 std::string describe_notification(const Notification& notification) {
@@ -85,3 +92,5 @@ std::string describe_rtsp(const lcm_udp_rtsp_msg_t& message) {
   return "rtsp " + std::to_string(message.msg_cmd) +
          hexadecimal(message.msg_buf, sizeof message.msg_buf);
 }
+
+}  // namespace vlm::sim

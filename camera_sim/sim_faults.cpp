@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace vlm::sim {
+
 Faults::Faults(FaultPlan plan, u64 seed) : _plan(std::move(plan)), _random(seed) {}
 
 /// A held reply may be lost, doubled or damaged like any other.
@@ -71,3 +73,5 @@ u64 Faults::latency_us(u16 code) {
   const u64 span = latency.high_us - latency.low_us;
   return span == 0 ? latency.low_us : latency.low_us + _random() % (span + 1);
 }
+
+}  // namespace vlm::sim

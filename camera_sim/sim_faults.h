@@ -11,6 +11,8 @@
 #include "vlm_camera_payloads.h"
 #include "vlm_userlcm_control_camera.h"
 
+namespace vlm::sim {
+
 /// A reply that is held back goes out this much later, so that later ones can pass it.
 constexpr u64 kHoldUs = 50000;
 
@@ -72,5 +74,7 @@ class Faults {
   u64 _requests = 0;
   std::mt19937_64 _random;
 };
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_SIM_FAULTS_H

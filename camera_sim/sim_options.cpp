@@ -6,6 +6,8 @@
 #include "options.h"
 #include "sim_values.h"
 
+namespace vlm::sim {
+
 namespace {
 
 using vlm::host::keeps;
@@ -75,3 +77,5 @@ std::string options_help() {
          vlm::host::options_help(table(unused), 29) +
          "\nCommands on standard input: see \"help\" there.\n";
 }
+
+}  // namespace vlm::sim

@@ -9,6 +9,8 @@
 #include "camera_storage.h"
 #include "sim_faults.h"
 
+namespace vlm::sim {
+
 struct SimOptions {
   bool thermal = false;
   bool live = false;
@@ -29,5 +31,7 @@ std::string parse_options(const std::vector<std::string>& arguments, SimOptions&
 
 /// What --help prints.
 std::string options_help();
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_SIM_OPTIONS_H

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+namespace vlm::sim {
+
 namespace {
 
 /// A whole number with the unit that follows its digits.
@@ -60,3 +62,5 @@ bool parse_probability(const std::string& text, double& probability) {
   probability = value;
   return true;
 }
+
+}  // namespace vlm::sim

@@ -8,6 +8,8 @@
 
 #include "vlm_camera_payloads.h"
 
+namespace vlm::sim {
+
 /// A whole decimal number that T holds.
 template <typename T>
 bool parse_number(const std::string& text, T& number) {
@@ -24,5 +26,7 @@ bool parse_size(const std::string& text, u64& kib);
 
 /// A decimal number from 0 to 1.
 bool parse_probability(const std::string& text, double& probability);
+
+}  // namespace vlm::sim
 
 #endif  // CAMERA_SIM_SIM_VALUES_H

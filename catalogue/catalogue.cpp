@@ -1,6 +1,7 @@
 #include "catalogue.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 #include "catalogue_table.h"
@@ -19,14 +20,6 @@ const Field* field_of(const Row& row, std::string_view name) {
   const auto* const found = std::find_if(row.value.fields.begin(), row.value.fields.end(),
                                          [name](const Field& field) { return field.name == name; });
   return found != row.value.fields.end() ? found : nullptr;
-}
-
-/// Whether the number that tells rows of one code apart is this row's. It stands at the same place
-/// in requests and replies.
-bool is_instance(const Row& row, const u8* payload) {
-  const auto is_fixed = [](const Field& field) { return field.is(kFixed); };
-  if (row.parameters.size() != 1 || !is_fixed(row.parameters[0])) return true;
-  return payload[row.parameters[0].offset] == static_cast<u8>(row.parameters[0].initial);
 }
 
 std::vector<std::string> all_names() {
@@ -144,6 +137,15 @@ const Row* find_by_code(int code, const u8* payload) {
     return has(each.codes, code) && is_instance(each, payload);
   });
   return row != std::end(kRows) ? row : find_by_code(code);
+}
+
+/// The number that tells them apart stands at the same place in requests and replies.
+bool is_instance(const Row& row, const u8* payload) {
+  if (row.parameters.size() != 1 || !row.parameters[0].is(kFixed)) return true;
+  const Field& number = row.parameters[0];
+  u64 told = 0;
+  std::memcpy(&told, payload + number.offset, number.width);
+  return told == static_cast<u64>(number.initial);
 }
 
 const Row* find_by_option(int option) {

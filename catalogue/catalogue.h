@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -82,6 +83,17 @@ struct Choice {
   bool settable = true;   // false: only ever reported
 };
 
+/// The number of the choice `name`; of a switch that has no choices, that of "off" or "on". As a
+/// constant, it does not compile where there is no such choice.
+template <typename T>
+constexpr T number_of(List<Choice> choices, std::string_view name) {
+  for (const Choice& choice : choices) {
+    if (name == choice.name) return static_cast<T>(choice.number);
+  }
+  if (!choices.empty() || (name != "off" && name != "on")) throw std::invalid_argument("no choice");
+  return name == "on" ? 1 : 0;
+}
+
 /// Limits in the wire's numbers, both included; of a text, its length.
 struct Range {
   double min;
@@ -108,6 +120,8 @@ struct Field {
   List<Field> fields{};
   const char* separators = "";  // a group's short form: "x@" for 1920x1080@30
   const char* help = "";
+  vlm_err_t refusal = VLM_ERR_NONE;  // the camera's result for a value of this field that is not
+                                     // allowed, where it is another than the row's
 
   constexpr bool is(Flag flag) const { return (flags & flag) != 0; }
 };
@@ -126,6 +140,7 @@ struct Codes {
 struct Need {
   const char* setting;
   const char* choice;
+  vlm_err_t refusal;  // the camera's result otherwise
 };
 
 struct Row {
@@ -173,6 +188,8 @@ std::optional<Item> find(std::string_view name);
 const Row* find_by_code(int code);
 /// The same with the request's or the reply's 128 bytes, which tell such rows apart.
 const Row* find_by_code(int code, const u8* payload);
+/// Whether the request's or the reply's 128 bytes are this row's, among those that share its codes.
+bool is_instance(const Row& row, const u8* payload);
 /// The row that has the UDP service's `option`. Null: no row.
 const Row* find_by_option(int option);
 /// The known name most like `name`, for "did you mean"; empty when none is like it. Names are those

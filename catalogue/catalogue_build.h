@@ -50,6 +50,11 @@ struct NewField : Field {
     made.selects = bit;
     return made;
   }
+  constexpr NewField refuses(vlm_err_t result) const {
+    NewField made = *this;
+    made.refusal = result;
+    return made;
+  }
   constexpr NewField tells(const char* words) const {
     NewField made = *this;
     made.help = words;

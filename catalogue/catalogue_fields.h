@@ -38,6 +38,7 @@ inline constexpr Field kExposure[] = {
         .at(offsetof(udp_ctrl_cam_shutter_iso_t, iso))
         .from(0, 65535)
         .starts(100)
+        .refuses(VLM_ERR_IS_INVALID_ISO)
         .tells("Sensitivity"),
 };
 static_assert(fill(kExposure, sizeof(udp_ctrl_cam_shutter_iso_t)));
@@ -125,7 +126,8 @@ constexpr NewField stream_width(u16 initial) {
       .in("px")
       .from(1, 65535)
       .starts(initial)
-      .selected_by(kSelectsSize);
+      .selected_by(kSelectsSize)
+      .refuses(VLM_ERR_UNSUPPORTED_VFMT);
 }
 constexpr NewField stream_height(u16 initial) {
   return number<u16>("height")
@@ -133,7 +135,8 @@ constexpr NewField stream_height(u16 initial) {
       .in("px")
       .from(1, 65535)
       .starts(initial)
-      .selected_by(kSelectsSize);
+      .selected_by(kSelectsSize)
+      .refuses(VLM_ERR_UNSUPPORTED_VFMT);
 }
 constexpr NewField stream_fps() {
   return number<u32>("fps")

@@ -9,11 +9,11 @@ namespace vlm::catalogue {
 
 // What must be set first.
 
-inline constexpr Need kPhotoModeFirst[] = {{"camera.mode", "photo"}};
-inline constexpr Need kVideoModeFirst[] = {{"camera.mode", "video"}};
-inline constexpr Need kUnlockedFirst[] = {{"camera.mode_lock", "off"}};
-inline constexpr Need kSpotFirst[] = {{"metering.mode", "spot"}};
-inline constexpr Need kCustomFirst[] = {{"white_balance.mode", "custom"}};
+inline constexpr Need kPhotoModeFirst[] = {{"camera.mode", "photo", VLM_ERR_IS_NOT_PHOTO_MODE}};
+inline constexpr Need kVideoModeFirst[] = {{"camera.mode", "video", VLM_ERR_IS_NOT_VIDEO_MODE}};
+inline constexpr Need kUnlockedFirst[] = {{"camera.mode_lock", "off", VLM_ERR_IS_CAM_MODE_LOCKING}};
+inline constexpr Need kSpotFirst[] = {{"metering.mode", "spot", VLM_ERR_IS_NOT_SPOT_METERING}};
+inline constexpr Need kCustomFirst[] = {{"white_balance.mode", "custom", VLM_ERR_IS_NOT_MANUAL_WB}};
 
 // What changes with it.
 
@@ -122,7 +122,10 @@ inline constexpr Row kRows[] = {
     // The lens.
     action(nothing("lens.autofocus").tells("Focuses once"), UDP_CTRL_CAM_AUTO_FOCUS)
         .moves(kMovesFocus),
-    setting(number<u32>("lens.digital_zoom").from(10, 80).starts(10).tells("Digital zoom"),
+    setting(number<u32>("lens.digital_zoom")
+                .from(VLM_DIGITAL_ZOOM_LEAST, VLM_DIGITAL_ZOOM_MOST)
+                .starts(VLM_DIGITAL_ZOOM_LEAST)
+                .tells("Digital zoom"),
             UDP_CTRL_CAM_GET_DIGITAL_ZOOM, UDP_CTRL_CAM_SET_DIGITAL_ZOOM),
     action(nothing("lens.digital_zoom_drive").tells("Moves the digital zoom until stopped"),
            UDP_CTRL_CAM_DZOOM_TELE_WIDE_STOP)
@@ -132,7 +135,7 @@ inline constexpr Row kRows[] = {
         on_off<u32>("lens.digital_zoom_enabled", kTwoIsOn).starts(2).tells("Digital zoom at all"),
         kNone, UDP_CTRL_CAM_DZOOM_ONOFF),
     setting(number<u32>("lens.focus")
-                .from(0x1000, 0xF000)
+                .from(VLM_FOCUS_FAR_END, VLM_FOCUS_NEAR_END)
                 .starts(0x4000)
                 .tells("Position of the focus, from far to near"),
             UDP_CTRL_CAM_GET_FOCUS, UDP_CTRL_CAM_SET_FOCUS),
@@ -141,8 +144,8 @@ inline constexpr Row kRows[] = {
         .asks(kDriveFocus)
         .moves(kMovesFocus),
     setting(number<u32>("lens.focus_limit")
-                .from(0x1000, 0xF000)
-                .starts(0xF000)
+                .from(VLM_FOCUS_FAR_END, VLM_FOCUS_NEAR_END)
+                .starts(VLM_FOCUS_NEAR_END)
                 .tells("Nearest position that the focus may take"),
             kNone, UDP_CTRL_CAM_SET_FOCUS_LIMITE)
         .moves(kMovesFocus),
@@ -150,7 +153,11 @@ inline constexpr Row kRows[] = {
             UDP_CTRL_CAM_GET_FOCUS_MODE, UDP_CTRL_CAM_SET_FOCUS_MODE),
     setting(choice<u16>("lens.iris", kIrises).starts(0x0A).tells("Aperture"), UDP_CTRL_CAM_GET_IRIS,
             UDP_CTRL_CAM_SET_IRIS),
-    setting(number<float>("lens.zoom").in("x").from(1, 30).starts(1).tells("Optical zoom"),
+    setting(number<float>("lens.zoom")
+                .in("x")
+                .from(VLM_ZOOM_LEAST, VLM_ZOOM_MOST)
+                .starts(VLM_ZOOM_LEAST)
+                .tells("Optical zoom"),
             UDP_CTRL_CAM_GET_ZOOM, UDP_CTRL_CAM_SET_ZOOM),
     action(nothing("lens.zoom_drive").tells("Moves the optical zoom until stopped"),
            UDP_CTRL_CAM_ZOOM_TELE_WIDE_STOP)

@@ -353,6 +353,26 @@ bool allows(const Field& field, s64 number) {
          (!field.ranged || field.range.holds(static_cast<double>(number)));
 }
 
+bool takes(const Field& field, const u8* payload) {
+  if (field.type == Type::kGroup) {
+    return std::all_of(field.fields.begin(), field.fields.end(),
+                       [payload](const Field& inner) { return takes(inner, payload); });
+  }
+  if (field.is(kFixed) || field.type == Type::kNothing || field.type == Type::kBytes) return true;
+  const u8* const place = payload + field.offset;
+  if (field.type == Type::kText) {
+    const std::size_t size = strnlen(reinterpret_cast<const char*>(place), field.width);
+    return field.range.holds(static_cast<double>(size));
+  }
+  const u64 number = load(place, field.width);
+  if (field.type == Type::kFloat) {
+    const float real = float_of(number);
+    return std::isfinite(real) && (!field.ranged || field.range.holds(static_cast<double>(real)));
+  }
+  if (is_signed(field.type)) return allows(field, sign_extended(number, field.width));
+  return allows(field, static_cast<s64>(number));
+}
+
 bool check(const Field& field, const Value& value, std::string& error) {
   if (field.is(kFixed)) return fail(error, "it cannot be chosen");
   return std::visit(Checker{field, error}, value);

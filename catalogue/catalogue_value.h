@@ -55,6 +55,9 @@ struct Member {
 /// Whether a camera takes `number` for the field: a settable choice, or within the range. Numbers
 /// are the wire's, sign-extended where the type has a sign; those of a ratio, its bytes as one.
 bool allows(const Field& field, s64 number);
+/// Whether a camera takes what the request's 128 bytes have for the field; for a group, for each of
+/// its fields. Fixed ones are no part of the value.
+bool takes(const Field& field, const u8* payload);
 /// Whether a value may be sent without insisting; `error` tells why not.
 bool check(const Field& field, const Value& value, std::string& error);
 

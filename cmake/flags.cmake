@@ -38,6 +38,10 @@ if(CMAKE_BUILD_TYPE STREQUAL "MinSizeRel")
   set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
 endif()
 
+# Layers and bus need each other: the engine calls the two functions of whichever bus a program links.
+string(REPLACE "<LINK_LIBRARIES>" "-Wl,--start-group <LINK_LIBRARIES> -Wl,--end-group"
+  CMAKE_CXX_LINK_EXECUTABLE "${CMAKE_CXX_LINK_EXECUTABLE}")
+
 option(VLM_STATIC_LIBSTDCXX "Link the C++ library into the programs" OFF)
 if(VLM_STATIC_LIBSTDCXX)
   add_link_options(-static-libstdc++ -static-libgcc)

@@ -131,6 +131,7 @@ dev_test() {
   step_after "in a bare root" "build board-static" \
     tests/armhf/bare_root_test.sh build/board-static/bin/vlm_test
   step "build release" build release
+  step "worked example" tests/documents/new_command_test.sh "$PWD"
   step_after "documents" "build release" run_documents
   step "fuzzers, a moment each" dev_fuzz 4
   report

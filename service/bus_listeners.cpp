@@ -7,7 +7,7 @@
 #include "lcm_request.h"
 #include "proven_subscriptions.h"
 #include "threads.h"
-#include "vlm_test.h"
+#include "vlm_test_listener.h"
 
 namespace vlm::service {
 

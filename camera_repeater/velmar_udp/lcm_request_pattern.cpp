@@ -4,7 +4,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <cstring>
 
 #include "velmar_log.h"
 

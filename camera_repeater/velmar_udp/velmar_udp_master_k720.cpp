@@ -9,8 +9,6 @@
 #include <thread>
 #include <vector>
 
-#include "velmar_udp_master_k720_print.h"
-
 namespace {
 
 using Clock = std::chrono::steady_clock;

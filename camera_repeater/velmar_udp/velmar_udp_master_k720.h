@@ -19,22 +19,10 @@
 #include <atomic>
 #include <mutex>
 
+#include "velmar_udp_master_k720_crc.h"
+#include "velmar_udp_master_k720_print.h"
 #include "vlm_camera_codes.h"
 #include "vlm_udp_camctrl_defines.h"
-
-/// Table of the reflected CRC-16 with polynomial 0x1021: the register after each byte value.
-extern const std::array<u32, 256> udp_crc16_ccitt_table;
-
-/// CRC-16/MCRF4XX of `length` bytes; 0xFFFF when `length` is 0 or less.
-u16 vlm_udp_getcrc16(const u8* data, int length);
-
-/// 0 when `length` bytes end in their own complemented CRC, low byte first, else -1. Camctrl packets
-/// carry the plain CRC, high byte first: this is not the test for them.
-int vlm_udp_iscrc16good(const u8* data, int length);
-
-/// Stores the CRC of a packet with `len` - 2 data bytes behind them. Does nothing when there is no
-/// room for it, that is when `len` exceeds 256.
-void vlm_udp_fill_crc(camctrl_msg_t& msg, u16 len);
 
 /// Starts the service of this process on `port`, of all the machine's addresses; 0 takes a free
 /// port. Returns 0, or -1 after a message when the port cannot be served, with the reason in errno.

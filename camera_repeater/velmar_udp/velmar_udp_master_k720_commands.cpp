@@ -6,7 +6,6 @@
 
 #include "lcm_request.h"
 #include "velmar_udp_master_k720.h"
-#include "velmar_udp_master_k720_print.h"
 
 namespace {
 
@@ -65,13 +64,13 @@ bool set(Exchange& exchange, const char* format) {
   return (lcm_request.*operation)(value);
 }
 
-/// One byte out.
-template <bool (LcmRequest::*operation)(u8&)>
+/// One number out, big-endian.
+template <typename T, bool (LcmRequest::*operation)(T&)>
 bool get(Exchange& exchange, const char* format) {
-  u8 value = 0;
+  T value = 0;
   if (!(lcm_request.*operation)(value)) return false;
   udp_say(at(), format, value);
-  exchange.put(value);
+  exchange.put(camctrl_be(value));
   return true;
 }
 
@@ -166,11 +165,11 @@ bool set_awb_mode(Exchange& exchange, const char* format) {
 }
 
 bool get_awb_mode(Exchange& exchange, const char* format) {
-  return get<&LcmRequest::get_wb_mode>(exchange, format) && say_awb_legend();
+  return get<u8, &LcmRequest::get_wb_mode>(exchange, format) && say_awb_legend();
 }
 
 bool get_iq_type(Exchange& exchange, const char* format) {
-  if (!get<&LcmRequest::get_color_mode>(exchange, format)) return false;
+  if (!get<u8, &LcmRequest::get_color_mode>(exchange, format)) return false;
   udp_say(at(), "(0x00->nature,0x01->saturation,0x02->raw,0x03->night)\n");
   return true;
 }
@@ -257,7 +256,7 @@ constexpr Command kCommands[] = {
      "set x_ratio = %d;y_ratio = %d\n"},
     {VELMAR_CAMERACTRL_SET_MANUAL_WB, set<u8, &L::set_custom_wb>, "set manual_wb_type = %d\n"},
     {VELMAR_CAMERACTRL_SET_SYSTEM_MODE, set<u8, &L::set_color_encoding>, "set system mode = %d\n"},
-    {VELMAR_CAMERACTRL_GET_SYSTEM_MODE, get<&L::get_color_encoding>, "get system mode = %d\n"},
+    {VELMAR_CAMERACTRL_GET_SYSTEM_MODE, get<u8, &L::get_color_encoding>, "get system mode = %d\n"},
     {VELMAR_CAMERACTRL_SET_VIDEO_ENCODE_MODE, set<u8, &L::set_video_encode_mode>,
      "set video_encode_mode = %d\n"},
     {VELMAR_CAMERACTRL_SET_PHOTO_RATIO, set<u8, &L::set_photo_ratio>, "set photo_ratio = %d\n"},
@@ -271,11 +270,11 @@ constexpr Command kCommands[] = {
     {VELMAR_CAMERACTRL_GET_VIDEO, get_video,
      "video_resolution_h(%d);video_resolution_v(%d);video_framerate(%d)\n"},
     {VELMAR_CAMERACTRL_GET_IQ_TYPE, get_iq_type, "get iq_type=%d\n"},
-    {VELMAR_CAMERACTRL_GET_CAMERA_MODE, get<&L::get_camera_mode>,
+    {VELMAR_CAMERACTRL_GET_CAMERA_MODE, get<u8, &L::get_camera_mode>,
      "camera_mode = %d(1-video;2-photo)\n"},
-    {VELMAR_CAMERACTRL_GET_VIDEO_ENCODE_MODE, get<&L::get_video_encode_mode>,
+    {VELMAR_CAMERACTRL_GET_VIDEO_ENCODE_MODE, get<u8, &L::get_video_encode_mode>,
      "get video_encode_mode = %d\n"},
-    {VELMAR_CAMERACTRL_GET_PHOTO_RATIO, get<&L::get_photo_ratio>, "get photo_ratio = %d\n"},
+    {VELMAR_CAMERACTRL_GET_PHOTO_RATIO, get<u8, &L::get_photo_ratio>, "get photo_ratio = %d\n"},
 };
 
 /// Executes a command; the result code.

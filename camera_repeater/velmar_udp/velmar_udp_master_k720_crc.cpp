@@ -1,6 +1,6 @@
-// CRC-16/MCRF4XX of camctrl packets: reflected, polynomial 0x1021, started at 0xFFFF, no final XOR.
+#include "velmar_udp_master_k720_crc.h"
 
-#include "velmar_udp_master_k720.h"
+#include <cstddef>
 
 namespace {
 

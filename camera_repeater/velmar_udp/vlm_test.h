@@ -3,6 +3,7 @@
 #ifndef VLM_TEST_H
 #define VLM_TEST_H
 
+#include "vlm_test_listener.h"
 #include "vlm_udp_camctrl_defines.h"
 #include "vlm_userlcm_control_camera.h"
 
@@ -12,18 +13,6 @@ extern udp_ctrl_cam_t ctrlcmd;
 
 /// Where a firmware upgrade looks for "firmware.bin", the SD card.
 extern char g_OTA_DirList[1][64];
-
-// --- Bus listener (vlm_test_listener.cpp) ---
-
-/// Starts the detached thread "TESTLMSG", which serves the reply channel until the process ends. When
-/// there is no room for a thread it says so on standard error; replies are not heard then, and
-/// commands time out.
-void udp_start_receiving_messages();
-
-/// The listener's callback, on its thread: hands camera replies to the request engine and prints
-/// notifications. `buf` holds `len` bytes; packets of other channels and senders are reported and
-/// ignored, null pointers ignored.
-void TestGetLcmMsg(void* buf, unsigned int len, char* channel, void* user);
 
 // --- Numbered commands (vlm_test_commands.cpp) ---
 

@@ -1,4 +1,4 @@
-// The console's bus listener.
+#include "vlm_test_listener.h"
 
 #include <pthread.h>
 
@@ -10,7 +10,6 @@
 #include <thread>
 
 #include "lcm_request.h"
-#include "vlm_test.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "velmar_udp_master_k720.h"
+#include "velmar_udp_master_k720_crc.h"
 #include "vlm_test.h"
 
 namespace {
@@ -97,17 +97,13 @@ void put(camctrl_msg_t& request, const Record& record) {
   request.header.len = static_cast<u8>(request.header.len + sizeof record);
 }
 
-void put_number(camctrl_msg_t& request, u8 value) { put(request, value); }
-void put_number(camctrl_msg_t& request, u16 value) { put(request, camctrl_be16(value)); }
-void put_number(camctrl_msg_t& request, u32 value) { put(request, camctrl_be32(value)); }
-
 // The encoders.
 
 /// Each argument a number of its width, big-endian.
 template <typename... Numbers>
 Encoded numbers(const Word&, int, char** argv, camctrl_msg_t& request) {
   char** arg = argv + 3;
-  (put_number(request, static_cast<Numbers>(number(*arg++))), ...);
+  (put(request, camctrl_be(static_cast<Numbers>(number(*arg++)))), ...);
   return Encoded::kYes;
 }
 
@@ -208,7 +204,7 @@ Encoded local_time(const Word&, int, char** argv, camctrl_msg_t& request) {
   text[std::strlen(text) - 1] = '\0';  // the newline
   const int seconds = number(text);
   std::printf("time_str = %s;time = %d\n", text, seconds);
-  put_number(request, static_cast<u32>(seconds));
+  put(request, camctrl_be(static_cast<u32>(seconds)));
   return Encoded::kYes;
 }
 

@@ -284,6 +284,11 @@ static_assert(offsetof(vlm_camera_version_t, releaseTime) == 16);
 constexpr u16 camctrl_be16(u16 value) { return __builtin_bswap16(value); }
 constexpr u32 camctrl_be32(u32 value) { return __builtin_bswap32(value); }
 
+// The same by the width of the value, for code that is written once for all of them.
+constexpr u8 camctrl_be(u8 value) { return value; }
+constexpr u16 camctrl_be(u16 value) { return camctrl_be16(value); }
+constexpr u32 camctrl_be(u32 value) { return camctrl_be32(value); }
+
 /// Copies a record out of `bytes`, which must hold all of it; its numbers stay big-endian.
 template <typename Record>
 Record camctrl_read(const u8* bytes) {

@@ -102,6 +102,8 @@ struct Receive_msg_t {
   void* func;            // handed to `f` as its user pointer; null here
 };
 static_assert(sizeof(Receive_msg_t) == 64 + 2 * sizeof(void*));
+static_assert(offsetof(Receive_msg_t, f) == 64);
+static_assert(offsetof(Receive_msg_t, func) == 64 + sizeof(void*));
 
 /// Publishes the first `length` bytes of `packet->msg_buf` with the packet's channel field on
 /// `channel`. Returns 0, or -1 when nothing could be published; callable from any thread.

@@ -10,10 +10,14 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 struct Board {
-  explicit Board(bool thermal) : camera(thermal) {}
+  explicit Board(bool thermal) : camera(CameraTraits{thermal}) {}
   CameraModel camera;
   RtspModel rtsp;
+  FaultPlan faults;
+  OperatorAgenda agenda;
   u64 now_ms = 0;
 };
 
@@ -63,7 +67,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
       case 2: pass_time(board, amount); break;
       default: {
         const auto line = input.bytes(amount % (2 * kLongestLine));
-        operate({board.camera, board.rtsp, board.now_ms}, {line.begin(), line.end()});
+        operate({board.camera, board.rtsp, board.faults, board.agenda, board.now_ms},
+                {line.begin(), line.end()});
       }
     }
   }

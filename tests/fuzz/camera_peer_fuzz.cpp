@@ -8,6 +8,8 @@
 #include "camera_peer.h"
 #include "fuzz_input.h"
 
+using namespace vlm::sim;
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   FuzzInput input(bytes, size);
   const bool thermal = (input.byte() & 1) != 0;
@@ -19,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const auto trace = [](const std::string& line) {
     must(line.find('\n') == std::string::npos, "a trace is one line");
   };
-  CameraPeer camera(thermal, {}, 1, publish, trace);
+  CameraPeer camera({thermal}, {}, {publish, trace, {}, {}, {}});
   LineBuffer keyboard;
   while (!input.empty()) {
     const u8 what = input.byte();

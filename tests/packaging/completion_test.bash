@@ -11,7 +11,7 @@ trap '[[ ! $camera ]] || kill "$camera"; rm -rf "$scratch"' EXIT
 cd "$scratch" || exit 1
 export VLM_BUS_DIR=$scratch/bus
 
-tools=(vlm_udp_service vlm_bus_probe camera_sim vlm_time_report)
+tools=(vlm_udp_service vlm_bus_probe camera_sim vlm_time_report vlm_bus_monitor vlm_bus_replay)
 for program in vlm_test "${tools[@]}"; do
   # shellcheck source=/dev/null
   source "$completions/$program.bash"

@@ -127,7 +127,7 @@ unit_is_sound() {
   systemd-analyze --root="$root" --man=no verify vlm-udp-service.service || fail "the unit has faults"
   # 200 lines a second: more than an application makes, less than a flood of datagrams does.
   for limit in IntervalSec=10s Burst=2000; do
-    grep -q "^LogRateLimit$limit\$" "$root/lib/systemd/system/vlm-udp-service.service" ||
+    grep -q "^LogRateLimit$limit\$" "$root/usr/lib/systemd/system/vlm-udp-service.service" ||
       fail "the unit lets a flood fill the journal"
   done
   # The exposure in tenths, of 100.
@@ -149,7 +149,8 @@ programs_work() {
 }
 
 manual_pages_are_readable() {
-  for page in vlm_test.1 vlm_bus_probe.1 vlm_bus.7 vlm_udp_service.8 camera_sim.1 vlm_time_report.1; do
+  for page in vlm_test.1 vlm_bus_probe.1 vlm_bus.7 vlm_udp_service.8 camera_sim.1 vlm_time_report.1 \
+    vlm_bus_monitor.1 vlm_bus_replay.1; do
     mandoc "$root/usr/share/man/man${page##*.}/$page.gz" >/dev/null || fail "$page is no page"
   done
 }

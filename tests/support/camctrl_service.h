@@ -14,6 +14,9 @@
 struct UdpMasterK720Peer {
   static int port(const UdpMasterK720& service) { return service.m_udp_server_port; }
   static int fd(const UdpMasterK720& service) { return service.m_udp_server_fd; }
+  /// What the processing thread holds while it executes a command; a datagram that arrives when
+  /// none is being executed waits for it without limit.
+  static pthread_mutex_t& mutex(UdpMasterK720& service) { return service.m_mutex; }
 };
 
 /// Blocks until the service has done with, and told all about, what it has answered.
@@ -33,6 +36,12 @@ inline UdpMasterK720& start_camctrl_service() {
 inline void set_reply_timeout(UdpMasterK720& service, std::chrono::milliseconds timeout) {
   service.udp_lock();
   LcmRequestPeer::timeouts(lcm_request).reply = timeout;
+  service.udp_unlock();
+}
+
+inline void restore_timeouts(UdpMasterK720& service) {
+  service.udp_lock();
+  LcmRequestPeer::timeouts(lcm_request) = LcmRequest::Timeouts{};
   service.udp_unlock();
 }
 

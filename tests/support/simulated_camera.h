@@ -8,6 +8,10 @@
 
 #include "camera_model.h"
 
+using vlm::sim::CameraModel;
+using vlm::sim::CameraTraits;
+using vlm::sim::Notification;
+
 using Bytes = std::vector<u8>;
 
 /// The bytes of `value` as a payload carries them.

@@ -4,6 +4,7 @@
 #define BUS_FIXTURE_H
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -177,10 +178,12 @@ class BusFixture : public ::testing::Test {
     return _children.emplace_back(runnable(std::move(command)));
   }
 
-  /// Another process that may have no more than `files` descriptors. Not for a build that runs
-  /// under an emulator, which has some of its own.
+  /// Another process that may have no more than `files` descriptors, none of them handed down but the
+  /// standard ones. Not for a build that runs under an emulator, which has some of its own.
   ChildProcess& start_short_of_files(int files, const std::vector<std::string>& command) {
-    std::string line = "ulimit -n " + std::to_string(files) + "; exec";
+    std::string line = "exec";
+    for (int fd = STDERR_FILENO + 1; fd < 10; ++fd) line += " " + std::to_string(fd) + ">&-";
+    line += "; ulimit -n " + std::to_string(files) + "; exec";
     for (const std::string& word : command) line += " '" + word + "'";
     return start({"/bin/sh", "-c", line});
   }

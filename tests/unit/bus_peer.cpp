@@ -5,6 +5,7 @@
 //   bus_peer flood CHANNEL SENDER COUNT     publishes the packets 0 to COUNT - 1
 //   bus_peer ask                            twice publishes what is no request, and the requests of a
 //                                           client, to the camera and to the streaming process
+//   bus_peer echo FROM TO                   publishes what comes on one channel on the other
 #include <signal.h>
 
 #include <cstdint>
@@ -54,6 +55,19 @@ int ask() {
   return 0;
 }
 
+const char* g_echo_to;
+
+int echo(const char* from, const char* to) {
+  g_echo_to = to;
+  Receive_msg_t subscription{};
+  std::snprintf(subscription.channel, sizeof subscription.channel, "%s", from);
+  subscription.f = [](void* buf, unsigned int size, char*, void*) {
+    send_msg_to_lcm(static_cast<userlcm_packet_t*>(buf), size - kHeaderSize, g_echo_to);
+  };
+  register_lcm_message(&subscription);
+  return 1;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -64,5 +78,6 @@ int main(int argc, char** argv) {
     return flood(argv[2], argv[3], static_cast<std::uint32_t>(std::stoul(argv[4])));
   }
   if (action == "ask" && argc == 2) return ask();
+  if (action == "echo" && argc == 4) return echo(argv[2], argv[3]);
   return 2;
 }

@@ -6,6 +6,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 constexpr u8 kIdle = 0;
 constexpr u8 kCapturing = 2;
 constexpr u8 kRecording = 3;

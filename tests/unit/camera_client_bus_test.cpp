@@ -20,6 +20,8 @@ using vlm::catalogue::Members;
 using vlm::catalogue::Raw;
 using vlm::catalogue::Row;
 using vlm::catalogue::Value;
+using vlm::sim::CameraModel;
+using vlm::sim::CameraTraits;
 
 using L = LcmRequest;
 

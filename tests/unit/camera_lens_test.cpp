@@ -8,6 +8,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 constexpr u32 kTele = 1;
 constexpr u32 kWide = 2;
 constexpr u32 kStop = 3;

@@ -4,6 +4,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 class Queue : public testing::Test {
  protected:
   NotificationQueue queue;

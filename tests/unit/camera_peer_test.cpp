@@ -25,6 +25,7 @@ __attribute__((noinline)) void operator delete(void* memory, std::size_t) noexce
 
 namespace {
 
+using namespace vlm::sim;
 using std::chrono::steady_clock;
 
 /// Keeps what the peer publishes.

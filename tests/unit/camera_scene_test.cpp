@@ -9,6 +9,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 constexpr u64 kHourMs = u64{3600} * 1000;
 
 TEST(Scene, StaysWithinItsBoundsAndUsesThem) {

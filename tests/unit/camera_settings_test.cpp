@@ -1,12 +1,18 @@
+// What the camera's settings start with, take and refuse, written out from what operators and apps
+// are told. The camera has it from the catalogue: these tables are what the catalogue's rows are
+// checked against, and the last test sees to it that every setting has its place in them.
 #include "camera_settings.h"
 
 #include <gtest/gtest.h>
 
 #include <ostream>
+#include <set>
 
 #include "simulated_camera.h"
 
 namespace {
+
+using namespace vlm::sim;
 
 struct PlainCase {
   int set_code;
@@ -262,21 +268,46 @@ TEST(CameraSettings, ThatAreRecordsKeepEveryByteAndRefuseWhatMeansNothing) {
   }
 }
 
+const std::pair<int, u32> kPlainDefaults[] = {
+    {7, 0},     {9, 0},   {13, 0},    {17, 0},    {19, 0},  {21, 0},  {23, 2},       {25, 1},
+    {40, 0},    {42, 1},  {46, 2},    {48, 1},    {52, 0},  {55, 0},  {57, 55},      {61, 0},
+    {67, 0},    {78, 0},  {80, 10},   {86, 0},    {92, 1},  {94, 1},  {96, 0},       {100, 0},
+    {108, 0},   {110, 1}, {121, 2},   {125, 0},   {127, 0}, {129, 0}, {208, 10},     {209, 0},
+    {210, 100}, {220, 1}, {235, 256}, {237, 256}, {240, 0}, {241, 2}, {206, 0x4000}, {1, 1}};
+
+/// All bytes of the answer; asked without a payload.
+const std::pair<int, Bytes> kRecordDefaults[] = {
+    {11, {1, 0, 100, 0, 100, 0, 0, 0}},
+    {15, video(1920, 1080, 30)},
+    {34, folder(0, "101")},
+    {36, {50, 50}},
+    {50, photo_mode(0)},
+    {69, {'U', 'S', 0, 0, 0, 0, 0, 0, 0, 0}},
+    {82, bytes_of(1.0F)},
+    {104, bytes_of(udp_ctrl_cam_air_params_t{0, 95, 100, 25})},
+    {106, bytes_of(udp_ctrl_cam_temp_bar_range_t{0, 100, 0})},
+    {115, bytes_of(vlm_radiometric_point_settings_t{})},
+    {117, bytes_of(vlm_radiometric_area_settings_t{})},
+    {131, bytes_of(vlm_radiometric_area_coordinate_t{})},
+    {133, bytes_of(udp_ctrl_cam_digital_zoom_params_t{10, 0, 0})},
+    {135, bytes_of(lepton_env_temp_t{})},
+    {138, bytes_of(vlm_thermal_dewarp_t{})},
+    {140, bytes_of(vlm_stream_prop_t{0, 7, 16000000, {1920, 1080}, 30})},
+    {232, Bytes(15, 0)},
+};
+
 TEST(CameraSettings, BeginWithTheirDefaults) {
   SimulatedCamera camera(true);
-  const std::pair<int, u32> kDefaults[] = {
-      {7, 0},     {9, 0},   {13, 0},    {17, 0},    {19, 0},  {21, 0},  {23, 2},      {25, 1},
-      {40, 0},    {42, 1},  {46, 2},    {48, 1},    {52, 0},  {55, 0},  {57, 55},     {61, 0},
-      {67, 0},    {78, 0},  {80, 10},   {86, 0},    {92, 1},  {94, 1},  {96, 0},      {100, 0},
-      {108, 0},   {110, 1}, {121, 2},   {125, 0},   {127, 0}, {129, 0}, {208, 10},    {209, 0},
-      {210, 100}, {220, 1}, {235, 256}, {237, 256}, {240, 0}, {241, 2}, {206, 0x4000}};
-  for (const auto& [code, value] : kDefaults) {
+  for (const auto& [code, value] : kPlainDefaults) {
     EXPECT_EQ(camera.get<u32>(code), value) << code;
   }
-  EXPECT_EQ(camera.ask(15).first(9), video(1920, 1080, 30));
-  EXPECT_EQ(camera.ask(34).first(65), folder(0, "101"));
-  EXPECT_EQ(camera.ask(36).first(2), (Bytes{50, 50}));
-  EXPECT_EQ(camera.ask(69).text(), "US");
+  for (const auto& [code, answer] : kRecordDefaults) {
+    Bytes all = answer;
+    all.resize(128);
+    EXPECT_EQ(camera.ask(code).payload, all) << code;
+  }
+  EXPECT_EQ(camera.ask(140, bytes_of<u32>(1)).first(20),
+            bytes_of(vlm_stream_prop_t{1, 7, 2000000, {1280, 720}, 30}));
 }
 
 TEST(CameraSettings, CustomWhiteBalanceNeedsItsModeAndTakesAnyByte) {
@@ -415,6 +446,30 @@ TEST(CameraSettings, RecallWithoutASaveBringsTheDefaultsBack) {
   camera.ask(22, {3});
   camera.ask(233);
   EXPECT_EQ(camera.get<u8>(21), 0);
+}
+
+TEST(CameraSettings, HaveEachTheirPlaceInTheseTables) {
+  // Those with a test of their own: in this file, and of mode, clock and zoom in those of capture,
+  // model and lens.
+  std::set<int> written = {
+      UDP_CTRL_CAM_SET_CUSTOM_WB,   UDP_CTRL_CAM_SET_SPOT_METERING_COORDS,
+      UDP_CTRL_CAM_SET_STREAM_PROP, UDP_CTRL_CAM_SET_PARAMS_SHUTTER_ISO,
+      UDP_CTRL_CAM_SET_CAMERA_MODE, UDP_CTRL_CAM_SET_COUNTRY_CODE,
+      UDP_CTRL_CAM_SET_SYS_TIME,    UDP_CTRL_CAM_SET_ZOOM,
+  };
+  for (const PlainCase& row : kPlainCases) written.insert(row.set_code);
+  for (const WriteOnlyCase& row : kWriteOnlyCases) written.insert(row.code);
+  for (const RecordCase& row : kRecordCases) written.insert(row.set_code);
+  std::set<int> read;
+  for (const auto& [code, value] : kPlainDefaults) read.insert(code);
+  for (const auto& [code, answer] : kRecordDefaults) read.insert(code);
+  for (const vlm::catalogue::Row& row : vlm::catalogue::rows()) {
+    if (row.kind != vlm::catalogue::Kind::kSetting) continue;
+    EXPECT_EQ(written.count(row.codes.set), 1U) << row.name() << " is set";
+    if (row.readable()) {
+      EXPECT_EQ(read.count(row.codes.get), 1U) << row.name() << " begins";
+    }
+  }
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 class Thermal : public testing::Test {
  protected:
   SimulatedCamera camera{true};

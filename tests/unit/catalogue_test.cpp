@@ -95,6 +95,10 @@ TEST(Catalogue, TellsTheStreamsApartByTheirNumber) {
   payload[0] = 1;
   EXPECT_STREQ(find_by_code(UDP_CTRL_CAM_GET_STREAM_PROP, payload)->name(), "stream.1");
   EXPECT_STREQ(find_by_code(UDP_CTRL_CAM_SET_STREAM_PROP, payload)->name(), "stream.1");
+  EXPECT_TRUE(is_instance(*find("stream.1")->row, payload));
+  payload[1] = 1;
+  EXPECT_FALSE(is_instance(*find("stream.1")->row, payload));
+  EXPECT_TRUE(is_instance(*find("exposure.mode")->row, payload));
   EXPECT_STREQ(find_by_code(UDP_CTRL_CAM_GET_AE_MODE, payload)->name(), "exposure.mode");
   EXPECT_EQ(find_by_code(63, payload), nullptr);
 }
@@ -134,11 +138,21 @@ TEST(Catalogue, FlagsWhatLosesDataOrInterruptsTheCamera) {
                                                 "thermal.calibrate_fpa"}));
 }
 
+TEST(Catalogue, KnowsTheNumbersOfItsChoices) {
+  EXPECT_EQ(number_of<u8>(find("white_balance.mode")->field->choices, "lock"), 99);
+  EXPECT_EQ(number_of<u32>(find("image.defog")->field->choices, "on"), 2U);
+  EXPECT_EQ(number_of<u8>(find("image.osd")->field->choices, "on"), 1);
+  EXPECT_EQ(number_of<u8>(find("image.osd")->field->choices, "off"), 0);
+  EXPECT_THROW(number_of<u8>(find("image.osd")->field->choices, "dim"), std::invalid_argument);
+  EXPECT_THROW(number_of<u8>(find("image.defog")->field->choices, "dim"), std::invalid_argument);
+}
+
 TEST(Catalogue, SaysWhatMustBeSetFirst) {
   const Row& custom = *find("white_balance.custom")->row;
   ASSERT_EQ(custom.needs.size(), 1U);
   EXPECT_STREQ(custom.needs[0].setting, "white_balance.mode");
   EXPECT_STREQ(custom.needs[0].choice, "custom");
+  EXPECT_EQ(custom.needs[0].refusal, VLM_ERR_IS_NOT_MANUAL_WB);
 }
 
 TEST(Catalogue, HasAHashThatProgramsCanCompare) {

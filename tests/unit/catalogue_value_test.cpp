@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -277,6 +278,39 @@ TEST(CatalogueValue, WireNumbersAreUnsigned) {
 }
 
 /// Every value that a row starts with comes back from the bytes that it became.
+/// Whether a camera takes these bytes of a request, padded with zeros.
+bool taken(const char* name, const Blob& bytes) {
+  Payload payload{};
+  std::copy(bytes.begin(), bytes.end(), payload.begin());
+  return takes(field(name), payload.data());
+}
+
+TEST(CatalogueValue, IsTakenFromTheBytesOfARequest) {
+  EXPECT_TRUE(taken("lens.iris", {0x11, 0}));
+  EXPECT_FALSE(taken("lens.iris", {0x11, 1}));
+  EXPECT_FALSE(taken("metering.mode", {3}));
+  EXPECT_TRUE(taken("video.low_delay", {0x11}));
+  EXPECT_FALSE(taken("video.low_delay", {1}));
+  EXPECT_TRUE(taken("thermal.sso", {0x80}));
+  EXPECT_TRUE(taken("lens.zoom", {0, 0, 0xF0, 0x41}));   // 30
+  EXPECT_FALSE(taken("lens.zoom", {0, 0, 0xF8, 0x41}));  // 31
+  EXPECT_FALSE(taken("lens.zoom", {0, 0, 0xC0, 0x7F}));  // no number
+  EXPECT_FALSE(taken("lens.zoom", {0, 0, 0x80, 0x7F}));  // infinity
+  EXPECT_TRUE(taken("camera.country", {'D', 'E'}));
+  EXPECT_FALSE(taken("camera.country", {}));
+  EXPECT_TRUE(taken("camera.memory", Blob(15, 0xFF)));
+  EXPECT_TRUE(taken("video.fps", {0, 0, 0, 0, 120}));
+  EXPECT_FALSE(taken("video.fps", {0, 0, 0, 0, 121}));
+}
+
+TEST(CatalogueValue, IsTakenWhenEachFieldOfARecordIs) {
+  EXPECT_TRUE(taken("metering.spot", {100, 100}));
+  EXPECT_FALSE(taken("metering.spot", {100, 101}));
+  EXPECT_TRUE(taken("exposure", {0xFF, 1, 0, 1, 0, 0xFF, 0xFF, 0, 0}));  // but the fixed one
+  EXPECT_FALSE(taken("exposure", {0, 1, 0, 0, 0, 100, 0, 0, 0}));
+  EXPECT_FALSE(taken("exposure", {0, 1, 0, 1, 0, 0, 0, 1, 0}));
+}
+
 TEST(CatalogueValue, ComesBackFromItsBytesForEverySetting) {
   for (const Row& each : rows()) {
     if (each.kind != Kind::kSetting) continue;

@@ -17,12 +17,14 @@ using Data = LcmRequest::Data;
 // clang-format off
 // A macro, since only it can name a member for offsetof.
 #define TYPED(field, type) \
-  {#field, offsetof(Data, field), sizeof(Data::field), std::is_same_v<decltype(Data::field), type>}
+  {#field, offsetof(Data, field), sizeof(Data::field), alignof(decltype(Data::field)), \
+   std::is_same_v<decltype(Data::field), type>}
 
 struct TypedField {
   const char* name;
   std::size_t offset;
   std::size_t size;
+  std::size_t alignment;
   bool has_its_type;
 };
 
@@ -163,10 +165,12 @@ TEST(ResultFields, StandInOrderInTheirTypes) {
   std::size_t end = 0;
   for (const TypedField& field : kFields) {
     EXPECT_GE(field.offset, end) << field.name;
+    EXPECT_LT(field.offset, end + field.alignment) << "more than padding before " << field.name;
     EXPECT_TRUE(field.has_its_type) << field.name;
     end = field.offset + field.size;
   }
   EXPECT_LE(end, sizeof(Data));
+  EXPECT_LT(sizeof(Data), end + alignof(Data)) << "more than padding at the end";
   EXPECT_TRUE((std::is_same_v<decltype(Data::module_name), char[8]>));
 }
 
@@ -174,6 +178,17 @@ TEST(ResultFields, AreAsWideAsTheirPayloadBytes) {
   for (const CommandContract& row : command_contract()) {
     for (const StoredBytes& bytes : row.reply.stored) {
       EXPECT_EQ(bytes.size, bytes.last - bytes.first + 1) << row.code << " " << bytes.field;
+    }
+  }
+}
+
+TEST(ResultFields, NameAllThatAReplyStores) {
+  for (const CommandContract& row : command_contract()) {
+    for (const StoredBytes& bytes : row.reply.stored) {
+      const bool named = std::any_of(std::begin(kFields), std::end(kFields), [&](const auto& f) {
+        return f.offset <= bytes.offset && bytes.offset + bytes.size <= f.offset + f.size;
+      });
+      EXPECT_TRUE(named) << row.code << " " << bytes.field;
     }
   }
 }

@@ -11,6 +11,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 udp_ctrl_cam_misc_image_info_t picture_of(u32 index, const std::string& url) {
   udp_ctrl_cam_misc_image_info_t picture{};
   picture.image_index = index;

@@ -4,6 +4,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 class Schedule : public testing::Test {
  protected:
   PacketSchedule schedule;

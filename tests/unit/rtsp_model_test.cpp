@@ -6,6 +6,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 class Rtsp : public testing::Test {
  protected:
   RtspModel model;

@@ -6,6 +6,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 std::vector<u8> letters(const std::string& text) { return {text.begin(), text.end()}; }
 
 TEST(Describe, ARequestByCodeNameAndPayload) {
@@ -14,6 +16,16 @@ TEST(Describe, ARequestByCodeNameAndPayload) {
   EXPECT_EQ(describe_request(camera_record(12, {0, 1, 0, 100, 0})),
             "12 SET_SHUTTER_ISO 00 01 00 64");
   EXPECT_EQ(describe_request(camera_record(999)), "999 Unknown lcm cmd");
+}
+
+TEST(Describe, CommandsWithoutANameByWhatTheyReadWriteOrRun) {
+  EXPECT_EQ(describe_request(camera_record(UDP_CTRL_CAM_GET_FOCUS)), "206 get lens.focus");
+  EXPECT_EQ(describe_request(camera_record(UDP_CTRL_CAM_SET_DEFOG_ONOFF, {2})),
+            "218 set image.defog 02");
+  EXPECT_EQ(describe_reply(camera_record(UDP_CTRL_CAM_AUTO_FOCUS)),
+            "204 lens.autofocus [0 VLM success]");
+  // Nor is known what this one does.
+  EXPECT_EQ(describe_request(camera_record(UDP_CTRL_CAM_GET_MAX_GAIN)), "123 Unknown lcm cmd");
 }
 
 TEST(Describe, TextsInQuotesAndWithoutControlCharacters) {

@@ -6,6 +6,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 constexpr int kRounds = 10000;
 
 FaultPlan plan_of(double drop, double duplicate, double reorder) {

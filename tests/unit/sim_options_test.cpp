@@ -4,6 +4,8 @@
 
 namespace {
 
+using namespace vlm::sim;
+
 using Arguments = std::vector<std::string>;
 
 SimOptions parsed(const Arguments& arguments) {

@@ -253,6 +253,14 @@ TEST_F(TimeLogDirectory, ALongLineDoesNotBecomeALineByItsEnd) {
   EXPECT_EQ(read_file(std::string(65'536, 'x') + line(1) + line(2)), "garbage\n2: 2\n");
 }
 
+TEST_F(TimeLogDirectory, ALineIsWholeWhereverAReadEnds) {
+  constexpr std::size_t kRead = 65'536;
+  for (std::size_t held = 0; held <= line(2).size(); ++held) {
+    const std::string before = std::string(kRead - held - 1, 'x') + "\n";
+    EXPECT_EQ(read_file(before + line(2) + line(3)), "garbage\n2: 2\n3: 3\n") << held;
+  }
+}
+
 TEST_F(TimeLogDirectory, LinesAreWholeAcrossReads) {
   std::string text;
   std::string expected;

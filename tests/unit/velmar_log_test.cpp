@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "file_size_limit.h"
+#include "sync_watch.h"
 #include "temporary_directory.h"
 #include "transcript.h"
 
@@ -142,6 +143,17 @@ TEST_F(TraceLog, OpensTheFileForSynchronousAppendingWithMode0644) {
   EXPECT_EQ(flags & O_SYNC, O_SYNC);
   EXPECT_EQ(std::filesystem::status(_dir / "test.log").permissions(),
             static_cast<std::filesystem::perms>(0644));
+}
+
+TEST_F(TraceLog, BringsEachMessageToTheCardAtOnce) {
+  start_file();
+  const SyncWatch watch;
+  for (const std::size_t messages : {1U, 2U, 3U}) {
+    vlm_log_print(5, "message %zu", messages);
+    ASSERT_EQ(watch.syncs().size(), messages);
+    EXPECT_EQ(watch.syncs().back().path, _dir / "test.log");
+    EXPECT_EQ(watch.syncs().back().size, static_cast<off_t>(kBanner.size() + 9 * messages));
+  }
 }
 
 TEST_F(TraceLog, WithTheConsoleMarkerAlonePrintsMessages) {

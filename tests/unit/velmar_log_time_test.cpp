@@ -13,6 +13,7 @@
 
 #include "file_size_limit.h"
 #include "scripted_bus.h"
+#include "sync_watch.h"
 #include "temporary_directory.h"
 #include "transcript.h"
 #include "velmar_log.h"
@@ -412,6 +413,20 @@ TEST_F(TimeLog, SaysWhenTheCardTakesNoMoreLinesAndWhenItDoesAgain) {
     ASSERT_EQ(all.size(), 63U);
     EXPECT_EQ(all[61].substr(0, 5), "0062-");
     EXPECT_EQ(all[61].size(), 33U);
+  }
+}
+
+TEST_F(TimeLog, BringsEachLineToTheCardAtOnce) {
+  enable();
+  block_file(3);
+  const SyncWatch watch;
+  run();
+  ASSERT_EQ(watch.syncs().size(), 6U);
+  for (std::size_t i = 0; i < 6; ++i) {
+    const Sync& sync = watch.syncs()[i];
+    EXPECT_EQ(sync.path, _dir / file(i < 3 ? 1 : 2)) << i;
+    EXPECT_EQ(sync.size, static_cast<off_t>(33 * (i % 3 + 1))) << i;
+    EXPECT_TRUE(sync.writes_synced) << i;
   }
 }
 

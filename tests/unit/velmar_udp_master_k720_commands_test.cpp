@@ -263,7 +263,7 @@ class CamctrlCommands : public testing::Test {
 
   void TearDown() override {
     if (HasFailure()) std::fputs(_transcript.text().c_str(), stderr);
-    set_reply_timeout(_service, std::chrono::seconds(3));
+    restore_timeouts(_service);
   }
 
   Bytes ask(const Bytes& request) {

@@ -12,6 +12,7 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -174,6 +175,24 @@ TEST_F(UdpServiceHandOver, ExecutesTheSlotForAHostThatHandedNothingOver) {
   EXPECT_EQ(_service.process_camera_functions_and_reply(), 0);
   _service.udp_unlock();
   EXPECT_EQ(app.receive(), camctrl_reply(kGetCameraType, 0, {11}));
+}
+
+// Between the writing of the slot and the check the receiving thread takes no lock that this one
+// releases, so that only the slot's own orders the two: a thread sanitizer sees when it is missing.
+TEST_F(UdpServiceHandOver, SlotIsWrittenUnderItsLock) {
+  const Transcript transcript;
+  const CamctrlApp app(port());
+  pthread_mutex_t& mutex = UdpMasterK720Peer::mutex(_service);
+  pthread_mutex_lock(&mutex);
+  app.send(camctrl_request(kGetCameraType));
+  const std::string received = byte_dump(camctrl_request(kGetCameraType));
+  while (transcript.text().find(received) == std::string::npos) std::this_thread::yield();
+  EXPECT_EQ(_service.process_camera_functions_and_reply(), 0);
+  pthread_mutex_unlock(&mutex);
+  EXPECT_EQ(app.receive(), camctrl_reply(kGetCameraType, 0, {11}));
+  start_processing();
+  EXPECT_EQ(app.receive(), camctrl_reply(kGetCameraType, 0, {11})) << "the datagram itself";
+  settle(_service);
 }
 
 // --- At full speed: thousands of datagrams sent back to back ---

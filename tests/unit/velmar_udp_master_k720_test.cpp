@@ -389,7 +389,7 @@ TEST_F(UdpService, SurvivesATimeOutOfTheCamera) {
   set_reply_timeout(_service, std::chrono::milliseconds(1));
   bus().stay_silent();
   EXPECT_EQ(ask(camctrl_request(kGetCameraMode)), camctrl_reply(kGetCameraMode, 26));
-  set_reply_timeout(_service, std::chrono::seconds(3));
+  restore_timeouts(_service);
   bus().answer({1});
   EXPECT_EQ(ask(camctrl_request(kGetCameraMode)), camctrl_reply(kGetCameraMode, 0, {1}));
 }

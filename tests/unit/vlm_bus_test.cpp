@@ -1,7 +1,9 @@
 // The two bus functions, between threads and between processes.
 #include "vlm_bus.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -30,6 +32,7 @@ using namespace vlm::bus;
 
 std::atomic<bool> g_has_inotify{true};
 std::atomic<int> g_looks{0};
+thread_local int t_longest_poll = -1;  // of this thread, in milliseconds
 
 }  // namespace
 
@@ -44,6 +47,13 @@ extern "C" int inotify_init1(int flags) noexcept {
 extern "C" int inotify_add_watch(int fd, const char* path, std::uint32_t mask) noexcept {
   ++g_looks;
   return static_cast<int>(syscall(SYS_inotify_add_watch, fd, path, mask));
+}
+
+// How long a publisher means to wait tells its patience on a machine of any load.
+extern "C" int poll(pollfd* fds, nfds_t count, int timeout) {
+  static const auto next = reinterpret_cast<decltype(&poll)>(dlsym(RTLD_NEXT, "poll"));
+  t_longest_poll = std::max(t_longest_poll, timeout);
+  return next(fds, count, timeout);
 }
 
 namespace {
@@ -367,6 +377,23 @@ TEST_F(VlmBusTest, AStoppedSubscriberIsReportedOnceAndCostsTheOthersNothing) {
   CaptureStderr();
   publish_in_step(many + 1, 2 * many + 1, live);
   EXPECT_EQ(GetCapturedStderr(), stall_line(name, many - held + 1));
+}
+
+TEST_F(VlmBusTest, AFullSubscriberIsWaitedForFor50Ms) {
+  Inbox& full = subscribe(_channel);
+  full.block();
+  CaptureStderr();
+  t_longest_poll = -1;
+  const auto start = std::chrono::steady_clock::now();
+  for (std::uint32_t number = 0; number < more_than_a_queue(); ++number) {
+    publish(_channel, "test", number);
+  }
+  const auto taken = std::chrono::steady_clock::now() - start;
+  GetCapturedStderr();
+  full.unblock();
+  EXPECT_GT(t_longest_poll, 0);
+  EXPECT_LE(t_longest_poll, 50);
+  EXPECT_GE(taken, std::chrono::milliseconds(50));
 }
 
 TEST_F(VlmBusTest, SlowSubscribersAreWaitedForTogether) {

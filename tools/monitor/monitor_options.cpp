@@ -1,0 +1,120 @@
+#include "monitor_options.h"
+
+#include <charconv>
+#include <cstdint>
+
+#include "arguments.h"
+
+namespace vlm::monitor {
+
+namespace {
+
+using Table = std::vector<Option<MonitorOptions>>;
+
+/// "64M": a number, and K, M or G for 1024 and its powers.
+bool parse_size(const std::string& text, std::uint64_t& size) {
+  const char* const end = text.data() + text.size();
+  const auto [rest, fault] = std::from_chars(text.data(), end, size);
+  if (fault != std::errc{} || size == 0 || size > (std::uint64_t{1} << 30)) return false;
+  const std::string unit(rest, end);
+  if (unit == "K") size <<= 10;
+  if (unit == "M") size <<= 20;
+  if (unit == "G") size <<= 30;
+  return unit.empty() || unit == "K" || unit == "M" || unit == "G";
+}
+
+bool parse_keep(const std::string& text, unsigned& keep) {
+  constexpr unsigned kMost = 1000;
+  const char* const end = text.data() + text.size();
+  const auto [rest, fault] = std::from_chars(text.data(), end, keep);
+  return fault == std::errc{} && rest == end && keep >= 1 && keep <= kMost;
+}
+
+bool take_name(const std::string& value, std::string& name) {
+  name = value;
+  return !value.empty();
+}
+
+const Table& table() {
+  using O = MonitorOptions;
+  using V = std::string;
+  static const Table all = {
+      {"--channel", nullptr, "NAME", "show this channel alone; may be given again",
+       [](O& o, const V& v) {
+         o.channels.push_back(v);
+         return !v.empty();
+       }},
+      {"--filter", nullptr, "TERMS", "show what all terms hold for: 'code=SET_ZOOM err!=0'",
+       [](O& o, const V& v) { return o.filter.add(v, o.filter_error); }},
+      {"--json", nullptr, nullptr, "one JSON object a line",
+       [](O& o, const V&) { return o.json = true; }},
+      {"--hex", nullptr, nullptr, "the bytes of each packet as well",
+       [](O& o, const V&) { return o.hex = true; }},
+      {"--stats", nullptr, nullptr, "rates and latencies by command, in place of the packets",
+       [](O& o, const V&) { return o.stats = true; }},
+      {"--quiet", "-q", nullptr, "show no packets", [](O& o, const V&) { return o.quiet = true; }},
+      {"--write", "-w", "FILE", "record to FILE, which wireshark reads; everything, shown or not",
+       [](O& o, const V& v) { return take_name(v, o.write_file); }},
+      {"--rotate", nullptr, "SIZE", "begin a new file after SIZE bytes: 500K, 64M, 1G",
+       [](O& o, const V& v) { return o.rotates = parse_size(v, o.rotation.size); }},
+      {"--keep", nullptr, "N", "how many files --rotate keeps, FILE.1 the last but one (10)",
+       [](O& o, const V& v) { return o.keeps = parse_keep(v, o.rotation.keep); }},
+      {"--redact", nullptr, nullptr, "blank Wi-Fi passwords, in recordings and lines",
+       [](O& o, const V&) { return o.redact = true; }},
+      {"--read", "-r", "FILE", "read the recording FILE instead of the bus",
+       [](O& o, const V& v) { return take_name(v, o.read_file); }},
+      {"--svg", nullptr, "FILE", "with -r: draw round trips over time to FILE",
+       [](O& o, const V& v) { return take_name(v, o.svg_file); }},
+      {"--csv", nullptr, "FILE", "with -r: write round trips as a table to FILE",
+       [](O& o, const V& v) { return take_name(v, o.csv_file); }},
+      {"--help", nullptr, nullptr, "show this text", [](O& o, const V&) { return o.help = true; }},
+      {"--version", nullptr, nullptr, "show the version",
+       [](O& o, const V&) { return o.version = true; }},
+  };
+  return all;
+}
+
+bool check(const MonitorOptions& options, std::string& error) {
+  const bool draws = !options.svg_file.empty() || !options.csv_file.empty();
+  if (options.help || options.version) return true;
+  if (options.rotates && options.write_file.empty()) error = "--rotate needs -w";
+  if (options.keeps && !options.rotates) error = "--keep needs --rotate";
+  if (draws && options.read_file.empty()) error = "--svg and --csv need -r";
+  if (!options.read_file.empty() && options.read_file == options.write_file) {
+    error = "the file that is read cannot be written";
+  }
+  return error.empty();
+}
+
+}  // namespace
+
+bool parse_monitor_options(const std::vector<std::string>& arguments, MonitorOptions& options,
+                           std::string& error) {
+  const auto no_operand = [](MonitorOptions&, const std::string&) { return false; };
+  if (!parse_arguments<MonitorOptions>(arguments, table(), options, no_operand, error)) {
+    if (!options.filter_error.empty()) error = options.filter_error;
+    return false;
+  }
+  return check(options, error);
+}
+
+std::string monitor_help() {
+  return "usage: vlm_bus_monitor [OPTIONS]\n"
+         "Shows every packet of the message bus, a line each, until it is told to end by a "
+         "signal.\n"
+         "\n" +
+         options_help(table()) +
+         "\n"
+         "Marks: [no answer] a request without an answer in time, [unasked] an answer that nobody\n"
+         "asked for, [crossed] a request while another one waits, [dropped N] packets that the\n"
+         "monitor itself has lost.\n"
+         "Terms of --filter: code, err, rtt (ms), number, since (s), kind, channel, name, mark\n"
+         "(no_answer ...), each with = or !=, numbers with <, <=, > and >= too.\n"
+         "\n"
+         "Exit status: 0 ended by a signal or at the file's end, 1 something cannot be read or\n"
+         "written, 2 wrong usage, 3 the file is cut off or damaged (what was whole has been "
+         "shown),\n"
+         "4 no bus.\n";
+}
+
+}  // namespace vlm::monitor
