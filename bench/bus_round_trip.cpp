@@ -20,8 +20,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdio>
@@ -30,12 +28,12 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "contest.h"
 #include "lcm_request.h"
 #include "tap.h"
 #include "vlm_bus.h"
@@ -44,17 +42,12 @@
 
 namespace {
 
+using namespace vlm::bench;
+
 constexpr unsigned int kMessageSize = sizeof(msg_from_rep_t);
 constexpr std::size_t kPacketSize = offsetof(userlcm_packet_t, msg_buf) + kMessageSize;
-constexpr int kBlocks = 20;
 constexpr int kWarmUpRounds = 200;
 constexpr int kReadyMs = 10000;
-
-[[noreturn]] void give_up(const char* what) {
-  std::fprintf(stderr, "bus_round_trip: %s: %s\n", what,
-               std::system_category().message(errno).c_str());
-  std::exit(1);
-}
 
 /// Where a caller waits until its listener thread rings.
 class Doorbell {
@@ -91,7 +84,7 @@ void start_peer(Body body) {
 }
 
 void await_subscriber(const char* channel) {
-  if (!bus_has_subscriber(channel, kReadyMs)) give_up("no subscriber on the bus");
+  if (!vlm::bus::bus_has_subscriber(channel, kReadyMs)) give_up("no subscriber on the bus");
 }
 
 /// One way to make a round trip. The constructor starts its peer, start() its listener thread; both
@@ -327,45 +320,33 @@ class PrivateBus {
   std::string _path = (std::filesystem::temp_directory_path() / "bus_round_trip.XXXXXX").string();
 };
 
-using Microseconds = std::chrono::duration<double, std::micro>;
+/// A contender and the microseconds of its round trips.
+struct Entrant {
+  Contender* contender;
+  std::vector<double> samples;
+};
 
-void measure(Contender& contender, int rounds, std::vector<double>& samples) {
-  using Clock = std::chrono::steady_clock;
+/// Runs `rounds` of the entrant's and adds their times to `samples`.
+void run_entrant(const Entrant& entrant, int rounds, std::vector<double>& samples) {
   constexpr int kUnmeasured = 20;  // in which publishers find what has changed on the bus
+  Contender& contender = *entrant.contender;
   contender.begin();
   for (int i = 0; i < kUnmeasured; ++i) contender.round_trip();
-  for (int i = 0; i < rounds; ++i) {
-    const auto start = Clock::now();
-    contender.round_trip();
-    samples.push_back(Microseconds(Clock::now() - start).count());
-  }
+  measure(rounds, samples, [&] { contender.round_trip(); });
   contender.end();
 }
 
-double quantile(const std::vector<double>& sorted, double share) {
-  return sorted[static_cast<std::size_t>(share * static_cast<double>(sorted.size() - 1))];
-}
-
-/// Sends standard output to the file `path`, line by line as the console writes it, and returns
-/// where it went before.
-std::FILE* divert_output(const std::string& path) {
-  std::FILE* const results = fdopen(dup(STDOUT_FILENO), "w");
-  if (results == nullptr || std::freopen(path.c_str(), "w", stdout) == nullptr) give_up("output");
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-  return results;
-}
-
-/// Prints one row for each contender; the first is what the others are compared with.
-void report(std::FILE* out, const std::vector<Contender*>& contenders,
-            std::vector<std::vector<double>>& samples) {
+/// Prints one row for each entrant; the first is what the others are compared with.
+void report(std::FILE* out, std::vector<Entrant>& entrants) {
   std::fprintf(out, "%-8s %8s %8s %8s %8s\n", "", "min", "median", "p99", "ratio");
   double baseline = 0;
-  for (std::size_t i = 0; i < contenders.size(); ++i) {
-    std::sort(samples[i].begin(), samples[i].end());
-    const double median = quantile(samples[i], 0.5);
-    if (i == 0) baseline = median;
-    std::fprintf(out, "%-8s %8.2f %8.2f %8.2f %8.2f\n", contenders[i]->name(), samples[i].front(),
-                 median, quantile(samples[i], 0.99), median / baseline);
+  for (Entrant& entrant : entrants) {
+    std::sort(entrant.samples.begin(), entrant.samples.end());
+    const double median = quantile(entrant.samples, 0.5);
+    if (baseline == 0) baseline = median;
+    std::fprintf(out, "%-8s %8.2f %8.2f %8.2f %8.2f\n", entrant.contender->name(),
+                 entrant.samples.front(), median, quantile(entrant.samples, 0.99),
+                 median / baseline);
   }
 }
 
@@ -387,61 +368,33 @@ void run(int rounds) {
   // Never destroyed: their listener threads run to the end.
   static const auto& tap = *new TapProcess;
   static auto& bus = *new BusExchange;
-  static const auto& contenders = *new std::vector<Contender*>{
-      new BareExchange,
-      &bus,
-      new TappedExchange("tapped", bus, tap, TapProcess::kTake),
-      new TappedExchange("stopped", bus, tap, TapProcess::kIgnore),
-      new CameraRequest,
+  static auto& entrants = *new std::vector<Entrant>{
+      {new BareExchange, {}},
+      {&bus, {}},
+      {new TappedExchange("tapped", bus, tap, TapProcess::kTake), {}},
+      {new TappedExchange("stopped", bus, tap, TapProcess::kIgnore), {}},
+      {new CameraRequest, {}},
   };
-  std::vector<std::vector<double>> samples(contenders.size());
-
   std::vector<double> warm_up;
-  for (Contender* contender : contenders) {
-    contender->start();
-    measure(*contender, kWarmUpRounds, warm_up);
+  for (const Entrant& entrant : entrants) {
+    entrant.contender->start();
+    run_entrant(entrant, kWarmUpRounds, warm_up);
   }
-  for (int done = 0, block = 1; block <= kBlocks; ++block) {
-    const int until = static_cast<int>(static_cast<long>(rounds) * block / kBlocks);
-    for (std::size_t i = 0; i < contenders.size(); ++i) {
-      measure(*contenders[i], until - done, samples[i]);
-    }
-    done = until;
-  }
+  take_turns(entrants, rounds,
+             [](Entrant& entrant, int part) { run_entrant(entrant, part, entrant.samples); });
   std::fprintf(results,
                "%d round trips of %zu bytes each, on one core; microseconds, ratio of medians\n",
                rounds, kPacketSize);
-  report(results, contenders, samples);
-}
-
-int usage(std::FILE* out, int status) {
-  std::fputs(
-      "Usage: bus_round_trip [--rounds N]\n"
-      "Measures camera requests and round trips over the embedded bus and over bare sockets.\n"
-      "\n"
-      "  --rounds N   round trips of each kind, 1 to 10000000 (default 20000)\n"
-      "  --help       show this text\n"
-      "  --version    show the version\n",
-      out);
-  return status;
+  report(results, entrants);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::string_view option = argc > 1 ? argv[1] : "";
-  if (argc == 2 && option == "--help") return usage(stdout, 0);
-  if (argc == 2 && option == "--version") return std::puts("bus_round_trip " VLM_VERSION) < 0;
-  int rounds = 20000;
-  if (argc > 1) {
-    char* end = nullptr;
-    const long value = argc == 3 && option == "--rounds" ? std::strtol(argv[2], &end, 10) : 0;
-    if (value < 1 || value > 10000000 || *end != '\0') {
-      std::fputs("bus_round_trip: wrong usage\n", stderr);
-      return usage(stderr, 2);
-    }
-    rounds = static_cast<int>(value);
-  }
-  run(rounds);
-  return 0;
+  return contest_main(
+      argc, argv,
+      {"bus_round_trip",
+       "Measures camera requests and round trips over the embedded bus and over bare sockets.",
+       "round trips of each kind, 1 to 10000000 (default 20000)", VLM_VERSION},
+      run);
 }

@@ -14,34 +14,25 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <chrono>
 #include <condition_variable>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <mutex>
 #include <string>
-#include <string_view>
-#include <system_error>
 #include <thread>
 #include <vector>
 
+#include "contest.h"
 #include "velmar_udp_master_k720.h"
 
 namespace {
 
-constexpr int kBlocks = 20;
+using namespace vlm::bench;
+
 constexpr int kWarmUpRounds = 500;
 constexpr std::size_t kRequestSize = 10;
 constexpr std::size_t kReplySize = 11;
-
-[[noreturn]] void give_up(const char* what) {
-  std::fprintf(stderr, "udp_service_bench: %s: %s\n", what,
-               std::system_category().message(errno).c_str());
-  std::exit(1);
-}
 
 sockaddr* generic(sockaddr_in& address) { return reinterpret_cast<sockaddr*>(&address); }
 
@@ -141,16 +132,12 @@ class Application {
   }
 
   void ask(Contender& contender, int rounds) const {
-    using Clock = std::chrono::steady_clock;
-    for (int i = 0; i < rounds; ++i) {
-      const auto start = Clock::now();
+    measure(rounds, contender.microseconds, [&] {
       u8 reply[sizeof(camctrl_msg_t)];
       sockaddr_in server{};
       _socket.send(&_request, kRequestSize, Socket::loopback(contender.port));
       if (_socket.receive(reply, sizeof reply, server) != kReplySize) give_up("a wrong answer");
-      const std::chrono::duration<double, std::micro> time = Clock::now() - start;
-      contender.microseconds.push_back(time.count());
-    }
+    });
   }
 
  private:
@@ -158,34 +145,23 @@ class Application {
   camctrl_msg_t _request{};
 };
 
-/// Throws standard output away, line by line as the service writes it, and returns where it went.
-std::FILE* divert_output() {
-  std::FILE* const results = fdopen(dup(STDOUT_FILENO), "w");
-  if (results == nullptr || std::freopen("/dev/null", "w", stdout) == nullptr) give_up("output");
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-  return results;
-}
-
 double median(std::vector<double>& values) {
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
+  std::sort(values.begin(), values.end());
+  return quantile(values, 0.5);
 }
 
 /// Prints the rates of both and their ratio.
 void compare(std::FILE* results, const Application& application, Contender& bare,
              Contender& service, int rounds, const char* where) {
-  for (Contender* contender : {&bare, &service}) {
+  Contender* const contenders[] = {&bare, &service};
+  for (Contender* contender : contenders) {
     application.ask(*contender, kWarmUpRounds);
     contender->microseconds.clear();
   }
-  for (int done = 0, block = 1; block <= kBlocks; ++block) {
-    const int until = static_cast<int>(static_cast<long>(rounds) * block / kBlocks);
-    for (Contender* contender : {&bare, &service}) application.ask(*contender, until - done);
-    done = until;
-  }
+  take_turns(contenders, rounds,
+             [&](Contender* contender, int part) { application.ask(*contender, part); });
   std::fprintf(results, "%s\n", where);
-  for (Contender* contender : {&bare, &service}) {
+  for (Contender* contender : contenders) {
     const double time = median(contender->microseconds);
     std::fprintf(results, "  %-8s %8.1f us %9.0f requests/s\n", contender->name, time, 1e6 / time);
   }
@@ -204,7 +180,7 @@ void pin_all_threads_to_one_core() {
 }
 
 void run(int rounds) {
-  std::FILE* const results = divert_output();
+  std::FILE* const results = divert_output("/dev/null");
   static const auto& bare_server = *new BareServer;
   if (vlm_udp_master_k720_init(0) != 0) give_up("the service");
   Contender bare{"bare", bare_server.port(), {}};
@@ -217,34 +193,13 @@ void run(int rounds) {
   compare(results, application, bare, service, rounds, "on one core");
 }
 
-int usage(std::FILE* out, int status) {
-  std::fputs(
-      "Usage: udp_service_bench [--rounds N]\n"
-      "Measures requests to the camera-control service beside a bare exchange of datagrams.\n"
-      "\n"
-      "  --rounds N   requests of each kind, 1 to 10000000 (default 20000)\n"
-      "  --help       show this text\n"
-      "  --version    show the version\n",
-      out);
-  return status;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::string_view option = argc > 1 ? argv[1] : "";
-  if (argc == 2 && option == "--help") return usage(stdout, 0);
-  if (argc == 2 && option == "--version") return std::puts("udp_service_bench " VLM_VERSION) < 0;
-  int rounds = 20000;
-  if (argc > 1) {
-    char* end = nullptr;
-    const long value = argc == 3 && option == "--rounds" ? std::strtol(argv[2], &end, 10) : 0;
-    if (value < 1 || value > 10000000 || *end != '\0') {
-      std::fputs("udp_service_bench: wrong usage\n", stderr);
-      return usage(stderr, 2);
-    }
-    rounds = static_cast<int>(value);
-  }
-  run(rounds);
-  return 0;
+  return contest_main(
+      argc, argv,
+      {"udp_service_bench",
+       "Measures requests to the camera-control service beside a bare exchange of datagrams.",
+       "requests of each kind, 1 to 10000000 (default 20000)", VLM_VERSION},
+      run);
 }

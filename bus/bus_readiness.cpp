@@ -6,12 +6,15 @@
 #include <cstring>
 #include <utility>
 
+#include "envelope.h"
+
+namespace vlm::bus {
+
 namespace {
 
 /// No message of the system has this type.
 constexpr char kProbeType = '\xFF';
 constexpr std::chrono::milliseconds kProbeInterval{10};
-constexpr std::size_t kTextOffset = offsetof(userlcm_packet_t, msg_buf);
 
 }  // namespace
 
@@ -22,9 +25,9 @@ BusReadiness::BusReadiness(std::string sender, std::vector<std::string> channels
 
 /// The text is compared whole, so that no other process' probe counts.
 bool BusReadiness::is_probe(const void* packet, unsigned int length, const char* channel) {
-  const char* message = static_cast<const char*>(packet) + kTextOffset;
+  const char* message = static_cast<const char*>(packet) + kEnvelopeSize;
   const std::size_t size = _text.size() + 1;  // its terminator: no number is taken for a longer one
-  if (length < kTextOffset + size || std::memcmp(message, _text.c_str(), size) != 0) {
+  if (length < kEnvelopeSize + size || std::memcmp(message, _text.c_str(), size) != 0) {
     return false;
   }
   const std::lock_guard<std::mutex> guard(_mutex);
@@ -55,8 +58,9 @@ bool BusReadiness::wait(std::chrono::milliseconds limit) {
 }
 
 void BusReadiness::publish_probe(const std::string& channel) const {
-  userlcm_packet_t probe{};
-  std::strncpy(probe.channel, _sender.c_str(), sizeof probe.channel - 1);
+  userlcm_packet_t probe = packet_from(_sender);
   std::memcpy(probe.msg_buf, _text.c_str(), _text.size() + 1);
   send_msg_to_lcm(&probe, static_cast<unsigned int>(_text.size() + 1), channel.c_str());
 }
+
+}  // namespace vlm::bus

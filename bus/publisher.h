@@ -17,6 +17,8 @@
 #include "tap_sender.h"
 #include "unique_fd.h"
 
+namespace vlm::bus {
+
 /// Sends packets to the subscribers of a channel, over sockets that stay connected. Any thread may
 /// publish; the threads take turns. The directory is read only when it has changed, or when nobody
 /// is known to listen.
@@ -77,5 +79,7 @@ class Publisher {
   vlm::bus::TapSender _taps;
   Complaint _complaint;
 };
+
+}  // namespace vlm::bus
 
 #endif  // PUBLISHER_H

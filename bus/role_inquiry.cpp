@@ -5,17 +5,20 @@
 #include <cstring>
 #include <utility>
 
+#include "envelope.h"
+
+namespace vlm::bus {
+
 namespace {
 
 /// No message of the system has this type.
 constexpr char kInquiryType = '\xFE';
-constexpr std::size_t kTextOffset = offsetof(userlcm_packet_t, msg_buf);
 
 /// The message as a text, up to its terminator.
 std::string text_of(const void* packet, unsigned int length) {
-  if (length <= kTextOffset) return {};
-  const char* text = static_cast<const char*>(packet) + kTextOffset;
-  return std::string(text, strnlen(text, length - kTextOffset));
+  if (length <= kEnvelopeSize) return {};
+  const char* text = static_cast<const char*>(packet) + kEnvelopeSize;
+  return std::string(text, strnlen(text, length - kEnvelopeSize));
 }
 
 /// The number behind `beginning`; 0 when `text` is another.
@@ -72,8 +75,9 @@ void RoleInquiry::serve() {
 
 void RoleInquiry::publish(const std::string& text) const {
   const std::string message = text + std::to_string(_id);
-  userlcm_packet_t packet{};
-  std::strncpy(packet.channel, _sender.c_str(), sizeof packet.channel - 1);
+  userlcm_packet_t packet = packet_from(_sender);
   std::memcpy(packet.msg_buf, message.c_str(), message.size() + 1);
   _publish(&packet, static_cast<unsigned int>(message.size() + 1), _channel.c_str());
 }
+
+}  // namespace vlm::bus

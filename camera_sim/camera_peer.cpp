@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "envelope.h"
 #include "faulty_packets.h"
 #include "payload_bytes.h"
 #include "sim_describe.h"
@@ -13,20 +14,13 @@ namespace vlm::sim {
 
 namespace {
 
-/// Bytes before the message.
-constexpr std::size_t kEnvelopeSize = offsetof(userlcm_packet_t, msg_buf);
+using vlm::bus::kEnvelopeSize;
+using vlm::bus::packet_from;
 
 /// Whether the packet names `sender` as its sender's channel; the field may have no terminator.
 bool is_from(const void* packet, const char* sender) {
   const char* channel = static_cast<const char*>(packet);
   return std::strncmp(channel, sender, sizeof(userlcm_packet_t::channel)) == 0;
-}
-
-/// An empty packet that names `sender` as its sender's channel.
-userlcm_packet_t packet_from(const char* sender) {
-  userlcm_packet_t packet{};
-  std::strncpy(packet.channel, sender, sizeof packet.channel - 1);
-  return packet;
 }
 
 }  // namespace

@@ -14,13 +14,12 @@
 #include <random>
 #include <string>
 #include <system_error>
-#include <thread>
 #include <vector>
 
-#include "bus_readiness.h"
 #include "bus_role.h"
 #include "camera_peer.h"
 #include "media_folder.h"
+#include "proven_subscriptions.h"
 #include "sim_options.h"
 #include "standard_output.h"
 #include "vlm_userlcm_control_camera.h"
@@ -35,7 +34,6 @@ constexpr std::chrono::seconds kReadinessLimit{5};
 
 // The bus threads never end, so what they use is never destroyed.
 CameraPeer* g_peer;
-BusReadiness* g_readiness;
 volatile std::sig_atomic_t g_end;
 
 /// Runs on the main thread while it waits for input.
@@ -43,13 +41,12 @@ void on_end_signal(int) { g_end = 1; }
 
 // On the bus threads.
 
-extern "C" void on_camera_packet(void* packet, unsigned int length, char* channel, void*) {
-  if (g_readiness->is_probe(packet, length, channel) || is_role_packet(packet, length)) return;
-  g_peer->receive(packet, length);
+void on_camera_packet(const void* packet, unsigned int length, const char*) {
+  if (!vlm::bus::is_role_packet(packet, length)) g_peer->receive(packet, length);
 }
 
-extern "C" void on_rtsp_packet(void* packet, unsigned int length, char* channel, void*) {
-  if (!g_readiness->is_probe(packet, length, channel)) g_peer->receive_rtsp(packet, length);
+void on_rtsp_packet(const void* packet, unsigned int length, const char*) {
+  g_peer->receive_rtsp(packet, length);
 }
 
 /// The signals that end the program are delivered only while the main thread waits for input.
@@ -76,22 +73,12 @@ void ensure_standard_input() {
   if (fcntl(STDIN_FILENO, F_GETFD) == -1) open("/dev/null", O_RDONLY);
 }
 
-/// Serves a subscription on a thread of its own, as long as the process lives.
-void subscribe(const char* channel, ReceiveBufCallBack callback) {
-  auto* subscription = new Receive_msg_t{};
-  std::snprintf(subscription->channel, sizeof subscription->channel, "%s", channel);
-  subscription->f = callback;
-  std::thread([subscription] {
-    register_lcm_message(subscription);
-    g_readiness->give_up();
-  }).detach();
-}
-
 /// Subscribes the channels of both processes; false when the bus does not deliver.
 bool subscribe_all() {
-  subscribe(kRequestChannel, on_camera_packet);
-  subscribe(kRtspRequestChannel, on_rtsp_packet);
-  return g_readiness->wait(kReadinessLimit);
+  auto& subscriptions = vlm::bus::ProvenSubscriptions::create(
+      "camera_sim", {{kRequestChannel, on_camera_packet}, {kRtspRequestChannel, on_rtsp_packet}});
+  subscriptions.start();
+  return subscriptions.wait(kReadinessLimit);
 }
 
 void print_line(const std::string& line) { std::puts(line.c_str()); }
@@ -187,11 +174,10 @@ int run_script(const std::string& script) {
 int simulate(const SimOptions& options) {
   const u64 seed = options.seed ? *options.seed : std::random_device()();
   const sigset_t waiting_mask = hold_end_signals();
-  g_readiness = new BusReadiness("camera_sim", {kRequestChannel, kRtspRequestChannel});
   g_peer = new CameraPeer({options.thermal, options.live, options.card_kib, seed}, options.faults,
                           outlets_of(options));
   const std::string objection =
-      serve_in_role("camera_sim", kRequestChannel, options.force, subscribe_all);
+      vlm::bus::serve_in_role("camera_sim", kRequestChannel, options.force, subscribe_all);
   if (!objection.empty()) return complain(objection, kFailure);
   if (const int status = run_script(options.script); status >= 0) return status;
   std::printf("camera_sim: ready, seed %llu\n", static_cast<unsigned long long>(seed));
@@ -207,8 +193,8 @@ int main(int argc, char** argv) {
   const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
   const std::string fault = parse_options(arguments, options);
   if (!fault.empty()) return complain(fault + "; see --help", kUsageFault);
-  if (options.help) return host::show("camera_sim", options_help());
-  if (options.version) return host::show("camera_sim", "camera_sim " VLM_VERSION "\n");
+  if (options.help) return vlm::host::show("camera_sim", options_help());
+  if (options.version) return vlm::host::show("camera_sim", "camera_sim " VLM_VERSION "\n");
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   ensure_standard_input();
   try {

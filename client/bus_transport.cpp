@@ -1,53 +1,36 @@
 #include "bus_transport.h"
 
-#include <cstring>
 #include <mutex>
-#include <thread>
 
-#include "bus_readiness.h"
+#include "proven_subscriptions.h"
 
 namespace vlm::client {
 
 /// Never freed: the bus delivers to it while the process exits.
 struct BusTransport::Subscription {
-  Subscription() {
-    std::memcpy(bus.channel, kReplyChannel, sizeof kReplyChannel);
-    bus.f = on_packet;
-    bus.func = this;
-  }
-
-  static void on_packet(void* packet, unsigned int length, char* channel, void* user) {
-    if (packet == nullptr || channel == nullptr) return;
-    static_cast<Subscription*>(user)->receive(packet, length, channel);
-  }
-
-  void receive(const void* packet, unsigned int length, const char* channel) {
-    if (readiness.is_probe(packet, length, channel)) return;
+  void receive(const void* packet, unsigned int length) {
     const std::lock_guard<std::recursive_mutex> guard(mutex);
     const Receiver current = receiver;
     if (current) current(packet, length);
   }
 
-  Receive_msg_t bus{};
-  // What a console on the reply channel takes for a message of the camera, and does not know.
-  BusReadiness readiness{kRequestChannel, {kReplyChannel}};
+  // What a console on the reply channel takes for a message of the camera, and does not know, is the
+  // sender of the probes.
+  bus::ProvenSubscriptions& replies = bus::ProvenSubscriptions::create(
+      kRequestChannel, {{kReplyChannel, [this](const void* packet, unsigned int length,
+                                               const char*) { receive(packet, length); }}});
   // Held while the receiver runs, so that it can be changed only between two packets; recursive, as
   // the receiver itself may change it.
   std::recursive_mutex mutex;
   Receiver receiver;  // guarded by the mutex
 };
 
-BusTransport::BusTransport() : _subscription(*new Subscription) {
-  std::thread([subscription = &_subscription] {
-    register_lcm_message(&subscription->bus);
-    subscription->readiness.give_up();
-  }).detach();
-}
+BusTransport::BusTransport() : _subscription(*new Subscription) { _subscription.replies.start(); }
 
-BusTransport::~BusTransport() { listen(nullptr); }
+BusTransport::~BusTransport() { BusTransport::listen(nullptr); }
 
 bool BusTransport::wait_until_serving(std::chrono::milliseconds limit) {
-  return _subscription.readiness.wait(limit);
+  return _subscription.replies.wait(limit);
 }
 
 bool BusTransport::publish(const userlcm_packet_t& packet, unsigned int length) {

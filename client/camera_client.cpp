@@ -9,6 +9,8 @@
 #include <map>
 #include <optional>
 
+#include "envelope.h"
+
 namespace vlm::client {
 
 using catalogue::Field;
@@ -41,26 +43,17 @@ userlcm_packet_t packet_of(const Request& request) {
   udp_ctrl_cam_t record{};
   record.cmd_type = request.code;
   std::memcpy(record.cmd_params, request.payload.data(), request.payload.size());
-  msg_from_rep_t message{};
-  message.msg_type = LCM_CONTROL_CAMERA;
-  std::memcpy(message.msg_data, &record, sizeof record);
-  userlcm_packet_t packet{};
-  std::memcpy(packet.channel, kReplyChannel, sizeof kReplyChannel);
-  std::memcpy(packet.msg_buf, &message, sizeof message);
-  return packet;
+  return bus::camera_packet_from(kReplyChannel, record);
 }
 
 /// The message of a packet that the camera has sent; a short one is completed with zeros.
 std::optional<msg_from_rep_t> message_of(const void* bytes, std::size_t length) {
-  userlcm_packet_t packet{};
-  std::memcpy(&packet, bytes, std::min(length, sizeof packet));
+  const auto packet = bus::read_record<userlcm_packet_t>(bytes, length);
   // The field may lack its terminator; the name with its terminator fits in either case.
   if (std::memcmp(packet.channel, kRequestChannel, sizeof kRequestChannel) != 0) {
     return std::nullopt;
   }
-  msg_from_rep_t message;
-  std::memcpy(&message, packet.msg_buf, sizeof message);
-  return message;
+  return bus::read_record<msg_from_rep_t>(packet.msg_buf, sizeof packet.msg_buf);
 }
 
 u64 number_at(const Field& field, const u8* payload) {

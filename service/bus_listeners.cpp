@@ -1,57 +1,40 @@
 #include "bus_listeners.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
-#include <cstring>
 
-#include "bus_readiness.h"
+#include "envelope.h"
 #include "lcm_request.h"
+#include "proven_subscriptions.h"
 #include "threads.h"
 #include "vlm_test_listener.h"
+
+namespace vlm::service {
 
 namespace {
 
 constexpr std::chrono::seconds kReadinessLimit{5};
 
-/// Never destroyed: the listener threads use it while the process exits.
-BusReadiness& readiness() {
-  // What a console on the reply channel takes for a message of the camera, and does not know.
-  static auto& instance = *new BusReadiness(kRequestChannel, {kReplyChannel, kRtspReplyChannel});
-  return instance;
-}
-
-extern "C" void on_reply(void* packet, unsigned int length, char* channel, void* user) {
-  if (!readiness().is_probe(packet, length, channel)) TestGetLcmMsg(packet, length, channel, user);
+void on_reply(void* packet, unsigned int length, char* channel) {
+  TestGetLcmMsg(packet, length, channel, nullptr);
 }
 
 /// A packet that is too short for its record is completed with zeros.
-extern "C" void on_rtsp_answer(void* bytes, unsigned int length, char* channel, void*) {
-  if (readiness().is_probe(bytes, length, channel)) return;
-  userlcm_packet_t packet{};
-  std::memcpy(&packet, bytes, std::min<std::size_t>(length, sizeof packet));
-  lcm_udp_rtsp_msg_t answer;
-  std::memcpy(&answer, packet.msg_buf, sizeof answer);
+void on_rtsp_answer(const void* packet, unsigned int length, const char*) {
+  auto answer = bus::read_record<lcm_udp_rtsp_msg_t>(packet, length, bus::kEnvelopeSize);
   lcm_request.receive_msg_from_rtsp(answer.msg_cmd, answer.msg_buf);
-}
-
-bool subscribe(const char* channel, ReceiveBufCallBack callback) {
-  auto* subscription = new Receive_msg_t{};  // its thread's, for good
-  std::snprintf(subscription->channel, sizeof subscription->channel, "%s", channel);
-  subscription->f = callback;
-  return start_thread("BUS", [subscription] {
-    register_lcm_message(subscription);
-    readiness().give_up();
-  });
 }
 
 }  // namespace
 
 bool start_bus_listeners() {
-  if (!subscribe(kReplyChannel, on_reply)) return false;
-  if (!subscribe(kRtspReplyChannel, on_rtsp_answer)) return false;
-  const bool ready = readiness().wait(kReadinessLimit);
+  // As its sender probes name what a console on the reply channel takes for the camera.
+  auto& listeners = bus::ProvenSubscriptions::create(
+      kRequestChannel, {{kReplyChannel, on_reply}, {kRtspReplyChannel, on_rtsp_answer}});
+  if (!listeners.start(start_thread)) return false;
+  const bool ready = listeners.wait(kReadinessLimit);
   errno = 0;
   return ready;
 }
+
+}  // namespace vlm::service

@@ -15,6 +15,8 @@
 #include <thread>
 #include <utility>
 
+namespace vlm::service {
+
 namespace {
 
 /// What the kernel has of a thread's name, with a newline behind it.
@@ -72,3 +74,5 @@ bool thread_lives(const char* name) {
   }
   return false;
 }
+
+}  // namespace vlm::service

@@ -4,6 +4,8 @@
 
 #include <functional>
 
+namespace vlm::service {
+
 /// Says on standard error that there is no memory left and ends the process with status 1. It needs
 /// no memory, and no thread that prints.
 [[noreturn]] void end_without_memory();
@@ -15,5 +17,7 @@ bool start_thread(const char* name, std::function<void()> body);
 /// Whether this process has a thread named `name`. False with errno 0: it has none; with another
 /// errno: that cannot be told.
 bool thread_lives(const char* name);
+
+}  // namespace vlm::service
 
 #endif  // THREADS_H

@@ -35,7 +35,7 @@ void receive(FuzzInput& input) {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   be_quiet();
-  must(start_bus_listeners(), "the listeners start");
+  must(vlm::service::start_bus_listeners(), "the listeners start");
   return 0;
 }
 

@@ -8,6 +8,8 @@
 #include "time_report_svg.h"
 #include "time_report_text.h"
 
+using namespace vlm::time_report;
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const TemporaryDirectory directory;
   FuzzInput input(bytes, size);

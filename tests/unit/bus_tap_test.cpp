@@ -92,11 +92,11 @@ TEST_F(BusTapTest, CopiesPacketsOfEverySizeByteForByte) {
 
 TEST_F(BusTapTest, IsCountedAsNoSubscriber) {
   const Tap tap = open_tap();
-  EXPECT_FALSE(bus_has_subscriber("tap"));
-  EXPECT_FALSE(bus_has_subscriber(_channel.c_str()));
+  EXPECT_FALSE(vlm::bus::bus_has_subscriber("tap"));
+  EXPECT_FALSE(vlm::bus::bus_has_subscriber(_channel.c_str()));
   const auto names = sockets("tap-");
   ASSERT_EQ(names.size(), 1U);
-  EXPECT_FALSE(bus_has_subscriber(names.front().c_str()));
+  EXPECT_FALSE(vlm::bus::bus_has_subscriber(names.front().c_str()));
 }
 
 TEST_F(BusTapTest, LeavesTheDirectoryWithItsObject) {
@@ -172,7 +172,7 @@ TEST_F(BusTapTest, PutsAnAnswerBehindItsRequestWhoeverPublishes) {
   Tap tap = open_tap();
   Inbox& answers = subscribe(back);
   ChildProcess& echo = start({BUS_PEER, "echo", there, back});
-  ASSERT_TRUE(comes_true([&] { return bus_has_subscriber(there.c_str()); }));
+  ASSERT_TRUE(comes_true([&] { return vlm::bus::bus_has_subscriber(there.c_str()); }));
   std::vector<TapCopy> copies;
   constexpr std::uint32_t kRounds = 2000;
   for (std::uint32_t number = 0; number < kRounds; ++number) {

@@ -28,6 +28,8 @@ using ::testing::internal::GetCapturedStderr;
 
 namespace {
 
+using namespace vlm::bus;
+
 std::atomic<bool> g_has_inotify{true};
 std::atomic<int> g_looks{0};
 thread_local int t_longest_poll = -1;  // of this thread, in milliseconds

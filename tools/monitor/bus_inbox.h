@@ -40,7 +40,7 @@ class BusInbox {
   static void on_packet(void* packet, unsigned int length, char* channel, void* user);
   void put(const void* packet, unsigned int length, char* channel);
 
-  BusReadiness _readiness;
+  bus::BusReadiness _readiness;
   std::deque<Receive_msg_t> _subscriptions;
   std::mutex _mutex;  // guards all members below
   std::condition_variable _changed;

@@ -28,8 +28,8 @@ bool RecordingFile::fail(const std::string& what, std::string& error) const {
 }
 
 bool RecordingFile::create(std::string& error) {
-  _file = UniqueFd(::open(_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY,
-                          S_IRUSR | S_IWUSR));
+  _file = bus::UniqueFd(::open(_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY,
+                               S_IRUSR | S_IWUSR));
   if (!_file) return fail("write", error);
   fchmod(_file.get(), S_IRUSR | S_IWUSR);  // of a file that was there before
   _size = 0;

@@ -35,7 +35,7 @@ class RecordingFile {
 
   std::string _path;
   Rotation _rotation;
-  UniqueFd _file;
+  bus::UniqueFd _file;
   PcapngWriter _writer;
   std::string _unwritten;
   std::uint64_t _size = 0;

@@ -78,7 +78,8 @@ int tell(const ReplayOptions& options, const ReplayResult& result, Loaded loaded
 
 int play_console(const ReplayOptions& options, const std::vector<Observation>& packets,
                  BusInbox& inbox, Loaded loaded) {
-  if (!bus_has_subscriber(kRequestChannel)) return complain("no camera on the bus", kNoBus);
+  if (!vlm::bus::bus_has_subscriber(kRequestChannel))
+    return complain("no camera on the bus", kNoBus);
   ReplayConsole console(options, inbox);
   console.play(packets);
   std::fprintf(stderr, "vlm_bus_replay: %.3f s of the recording played in %.3f s, speed %.2f\n",
