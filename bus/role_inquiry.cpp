@@ -41,18 +41,28 @@ bool RoleInquiry::receive(const void* packet, unsigned int length) {
   const std::string text = text_of(packet, length);
   const long asking = number_behind(_question, text);
   const long serving = number_behind(_answer, text);
-  bool answer = false;
   std::unique_lock<std::mutex> lock(_mutex);
   if (asking == 0 && serving == 0) return _state != State::kServing;
-  if (asking != 0 && asking != _id) {
-    answer = _state == State::kServing || (_state == State::kAsking && _id < asking);
-    if (!answer) _other = asking;
-  }
-  if (serving != 0 && serving != _id) _other = serving;
+  const std::string* reply = nullptr;
+  if (asking != 0 && asking != _id) reply = reply_to(asking);
+  if (serving != 0 && serving != _id) give_way_to(serving);
   lock.unlock();
   _changed.notify_all();
-  if (answer) publish(_answer);
+  if (reply != nullptr) publish(*reply);
   return true;
+}
+
+/// What process `asking` is told, null for nothing. The lock is held.
+const std::string* RoleInquiry::reply_to(long asking) {
+  if (_state == State::kServing) return &_answer;
+  // No answer: all hear it, and one with a smaller number still would give way to one that only asks.
+  if (_state == State::kAsking && _other == 0 && _id < asking) return &_question;
+  give_way_to(asking);
+  return nullptr;
+}
+
+void RoleInquiry::give_way_to(long other) {
+  if (_other == 0) _other = other;
 }
 
 long RoleInquiry::ask(std::chrono::milliseconds limit) {

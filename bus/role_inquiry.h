@@ -1,8 +1,8 @@
 // Settles by asking which process serves a channel, on a bus that offers nothing but its channels.
 //
 // Each process subscribes the channel before it asks, so of two that start at the same moment at
-// least one hears the other's question: it answers when it serves already or has the smaller number,
-// and gives way otherwise. A process that is stopped cannot answer.
+// least one hears the other's question: it answers when it serves already, asks again when it has the
+// smaller number, and gives way otherwise. A process that is stopped cannot answer.
 #ifndef ROLE_INQUIRY_H
 #define ROLE_INQUIRY_H
 
@@ -38,6 +38,8 @@ class RoleInquiry {
  private:
   enum class State { kSubscribing, kAsking, kServing };
 
+  const std::string* reply_to(long asking);
+  void give_way_to(long other);
   void publish(const std::string& text) const;
 
   const std::string _question;  // the number of the asking process follows
