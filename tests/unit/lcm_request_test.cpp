@@ -363,7 +363,7 @@ class BehindTheAnswer : public RequestEngine {
 
   void publish(int code) {
     ASSERT_TRUE(_engine.get_ready("caller"));
-    _engine.send_ctrl_cam(camera_record(code));
+    Peer::publish(_engine, camera_record(code));
   }
 };
 
