@@ -20,6 +20,34 @@ constexpr Option kSetOptions[] = {
     kJson,
     kHelp};
 
+constexpr Option kRunOptions[] = {
+    {"--wait", nullptr, "until the camera is idle again; tells its states on standard error"},
+    {"--for", "TIME", "the longest that --wait waits (10m); exit status 11 when it is over"},
+    {"--yes", nullptr,
+     "do not ask at the terminal before what loses data or interrupts the camera"},
+    kJson,
+    kHelp};
+constexpr Option kWatchOptions[] = {
+    {"--every", "TIME", "read that often (1s)"},
+    {"--count", "N", "read N times; without it, until interrupted"},
+    {"--changes", nullptr, "show a value only when it is another than before"},
+    kJson,
+    kHelp};
+constexpr Option kEventsOptions[] = {
+    {"--count", "N", "end after N events"}, {"--for", "TIME", "end after that time"}, kJson, kHelp};
+constexpr Option kWaitOptions[] = {
+    {"--for", "TIME", "the longest wait (10s); exit status 11 when it is over"}, kJson, kHelp};
+constexpr Option kPingOptions[] = {{"--count", "N", "ask N times (10)"},
+                                   {"--interval", "TIME", "ask that often (100ms)"},
+                                   kJson,
+                                   kHelp};
+
+constexpr Option kRestoreOptions[] = {
+    {"--dry-run", nullptr, "read the camera and tell what would be changed; write nothing"},
+    {"--keep-going", nullptr, "go on after a failure"},
+    kJson,
+    kHelp};
+
 constexpr Command kCommands[] = {
     {"list", "[PATTERN]",
      "settings, readings and actions whose name or help holds PATTERN, or whose name matches it",
@@ -28,6 +56,21 @@ constexpr Command kCommands[] = {
     {"get", "NAME...", "read settings and readings", kGetOptions, run_get},
     {"set", "NAME=VALUE...", "write settings, in the order given, up to the first that fails",
      kSetOptions, run_set},
+    {"run", "ACTION [NAME=VALUE...]", "run an action", kRunOptions, run_run},
+    {"watch", "NAME...", "read again and again, with time stamps", kWatchOptions, run_watch},
+    {"wait", "NAME=VALUE", "wait until it reads so", kWaitOptions, run_wait},
+    {"events", "", "tell what the camera says unasked: cards, pictures, changes of its mode",
+     kEventsOptions, run_events},
+    {"save", "[FILE]", "write all settings that can be read back into a file", kCommon, run_save},
+    {"restore", "FILE",
+     "set what differs from a saved file; what is refused is tried again after the rest",
+     kRestoreOptions, run_restore},
+    {"diff", "FILE [FILE]",
+     "compare a saved file with the camera, or with another; exit status 10 when they differ",
+     kCommon, run_diff},
+    {"ping", "", "measure how fast the camera tells its status", kPingOptions, run_ping},
+    {"send", "CODE [HEX | NAME=VALUE...]", "send any code of the table, and decode the answer",
+     kCommon, run_send},
 };
 
 const Command& find_command(const std::string& name) {

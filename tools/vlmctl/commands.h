@@ -26,6 +26,15 @@ int run_list(Session& session, const Arguments& arguments);
 int run_describe(Session& session, const Arguments& arguments);
 int run_get(Session& session, const Arguments& arguments);
 int run_set(Session& session, const Arguments& arguments);
+int run_run(Session& session, const Arguments& arguments);
+int run_send(Session& session, const Arguments& arguments);
+int run_watch(Session& session, const Arguments& arguments);
+int run_wait(Session& session, const Arguments& arguments);
+int run_events(Session& session, const Arguments& arguments);
+int run_ping(Session& session, const Arguments& arguments);
+int run_save(Session& session, const Arguments& arguments);
+int run_restore(Session& session, const Arguments& arguments);
+int run_diff(Session& session, const Arguments& arguments);
 
 }  // namespace vlm::ctl
 

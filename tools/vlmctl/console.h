@@ -29,6 +29,9 @@ class Console {
 
   bool json = false;
 
+  /// Asks a question that is answered with yes or no; true where nobody is there to ask.
+  std::function<bool(const std::string&)> confirm = [](const std::string&) { return true; };
+
   /// A line of text on standard output.
   void line(const std::string& text) const { _out(text + '\n'); }
   /// A remark on standard error; not part of the result.

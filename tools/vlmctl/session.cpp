@@ -1,6 +1,7 @@
 #include "session.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <thread>
 #include <utility>
 
@@ -19,6 +20,14 @@ std::string milliseconds_text(std::chrono::nanoseconds time) {
   char text[32] = {};
   std::snprintf(text, sizeof text, "%.3f ms", static_cast<double>(time.count()) / 1e6);
   return text;
+}
+
+/// A setting rather than the field of one.
+std::string nearest_item(const std::string& name) {
+  std::vector<std::string> rows;
+  for (const Row& row : catalogue::rows()) rows.emplace_back(row.name());
+  const std::string like = catalogue::nearest(name, rows);
+  return like.empty() ? catalogue::nearest_name(name) : like;
 }
 
 }  // namespace
@@ -97,7 +106,7 @@ std::optional<Failure> failure_of(const Answer& answer, const std::string& subje
 
 catalogue::Item find_item(const std::string& name) {
   if (const auto item = catalogue::find(name)) return *item;
-  const std::string like = catalogue::nearest_name(name);
+  const std::string like = nearest_item(name);
   throw Failure{kNotAllowed, name,
                 "no such name" + (like.empty() ? "" : ", did you mean " + like + "?")};
 }
