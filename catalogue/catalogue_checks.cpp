@@ -137,21 +137,27 @@ constexpr bool has_choice(const Row& row, std::string_view name) {
   return row.value.type == Type::kBool && (name == "on" || name == "off");
 }
 
-constexpr const Row* row_of(std::string_view name) {
+constexpr bool has_row(std::string_view name) {
   for (const Row& row : kRows) {
-    if (name == row.name()) return &row;
+    if (name == row.name()) return true;
   }
-  return nullptr;
+  return false;
+}
+
+constexpr bool has_row_with_choice(std::string_view name, std::string_view choice) {
+  for (const Row& row : kRows) {
+    if (name == row.name()) return has_choice(row, choice);
+  }
+  return false;
 }
 
 constexpr bool references_resolve() {
   for (const Row& row : kRows) {
     for (const Need& need : row.needs) {
-      const Row* const needed = row_of(need.setting);
-      if (needed == nullptr || !has_choice(*needed, need.choice)) return false;
+      if (!has_row_with_choice(need.setting, need.choice)) return false;
     }
     for (const std::string_view name : row.affects) {
-      if (name != "*" && row_of(name) == nullptr) return false;
+      if (name != "*" && !has_row(name)) return false;
     }
   }
   return true;

@@ -220,7 +220,10 @@ bool check_members(List<Field> fields, const Members& members, std::string& erro
     const std::string name = member.field->name;
     if (given(members, *member.field) != &member.value)
       return fail(error, name + " is given twice");
-    if (!check(*member.field, member.value, error)) return fail(error, name + ": " + error);
+    if (!check(*member.field, member.value, error)) {
+      error.insert(0, name + ": ");
+      return false;
+    }
   }
   return true;
 }
@@ -306,7 +309,7 @@ void put(const Field& field, const Value& value, Payload& payload) {
     store(place, *number, field.width);
   } else if (const auto* characters = std::get_if<std::string>(&value)) {
     std::memset(place, 0, field.width);
-    std::memcpy(place, characters->data(), characters->size());
+    std::copy(characters->begin(), characters->end(), place);
   } else if (const auto* blob = std::get_if<Blob>(&value)) {
     std::memcpy(place, blob->data(), blob->size());
   } else if (const auto* members = std::get_if<Members>(&value)) {

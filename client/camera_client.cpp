@@ -146,7 +146,7 @@ struct CameraClient::State : std::enable_shared_from_this<State> {
   // Called with the lock held.
   Scheduler::Id timer_of(Id id, std::chrono::milliseconds delay);
   Request take_in_flight();
-  Request take_waiting(std::deque<Request>::iterator place);
+  Request take_waiting(std::size_t place);
   bool is_owed(u16 code);
   void settle(u16 code);
 
@@ -178,6 +178,7 @@ Scheduler::Id CameraClient::State::timer_of(Id id, std::chrono::milliseconds del
 void CameraClient::State::make(Request request) {
   Outcome outcome = Outcome::kBusy;
   bool queued = false;
+  const Done done = request.done;
   {
     const std::lock_guard<std::mutex> guard(mutex);
     if (closed) outcome = Outcome::kCancelled;
@@ -190,7 +191,7 @@ void CameraClient::State::make(Request request) {
       ++telling;
     }
   }
-  if (!queued) return tell(request.done, with_outcome(outcome));
+  if (!queued) return tell(done, with_outcome(outcome));
   send_next();
 }
 
@@ -266,7 +267,8 @@ void CameraClient::State::time_over(Id id) {
     const auto queued = std::find_if(waiting.begin(), waiting.end(),
                                      [id](const Request& each) { return each.id == id; });
     if (queued != waiting.end()) {
-      ended = {take_waiting(queued), with_outcome(Outcome::kBusy)};
+      ended = {take_waiting(static_cast<std::size_t>(queued - waiting.begin())),
+               with_outcome(Outcome::kBusy)};
     } else if (in_flight && in_flight->id == id) {
       owed[in_flight->code].push_back(scheduler.now() + options.owed);
       ended = {take_in_flight(), with_outcome(Outcome::kNoAnswer)};
@@ -295,7 +297,7 @@ void CameraClient::State::close() {
     const std::lock_guard<std::mutex> guard(mutex);
     closed = true;
     if (in_flight) rest.push_back(take_in_flight());
-    while (!waiting.empty()) rest.push_back(take_waiting(waiting.begin()));
+    while (!waiting.empty()) rest.push_back(take_waiting(0));
   }
   for (const Request& request : rest) tell(request.done, with_outcome(Outcome::kCancelled));
   std::unique_lock<std::mutex> lock(mutex);
@@ -328,9 +330,9 @@ Request CameraClient::State::take_in_flight() {
   return request;
 }
 
-Request CameraClient::State::take_waiting(std::deque<Request>::iterator place) {
-  Request request = std::move(*place);
-  waiting.erase(place);
+Request CameraClient::State::take_waiting(std::size_t place) {
+  Request request = std::move(waiting[place]);
+  waiting.erase(waiting.begin() + static_cast<std::ptrdiff_t>(place));
   scheduler.cancel(request.timer);
   ++telling;
   return request;

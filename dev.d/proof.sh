@@ -93,7 +93,7 @@ check_scripts() {
 
 analyse() {
   git ls-files -- 'camera_repeater/*.cpp' 'bus/*.cpp' 'camera_sim/*.cpp' 'service/*.cpp' \
-    'tools/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy -p build/clang --quiet 2>/dev/null
+    'tools/*.cpp' 'host/*.cpp' 'catalogue/*.cpp' 'client/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy -p build/clang --quiet 2>/dev/null
 }
 
 run_tests() {
@@ -119,6 +119,7 @@ dev_test() {
   step "scripts" check_scripts
   step "build clang" build clang
   step_after "static analysis" "build clang" analyse
+  step "models" dev_model
   build_and_test dev
   build_and_test asan
   build_and_test tsan
@@ -131,5 +132,6 @@ dev_test() {
     tests/armhf/bare_root_test.sh build/board-static/bin/vlm_test
   step "build release" build release
   step_after "documents" "build release" run_documents
+  step "fuzzers, a moment each" dev_fuzz 4
   report
 }

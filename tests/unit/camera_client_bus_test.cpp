@@ -154,7 +154,7 @@ TEST_F(ClientOnBus, PublishesWhatTheEngineDoesForEveryCode) {
 }
 
 TEST_F(ClientOnBus, ReadsEverySettingOfACamera) {
-  CameraModel camera(true);
+  CameraModel camera(CameraTraits{true});
   ThreadScheduler scheduler;
   CameraClient client(transport(), scheduler);
   deliver_to_subscription();
@@ -230,13 +230,14 @@ TEST(ClientScheduler, RunsActionsInTheOrderInWhichTheyAreDue) {
   std::string order;
   ThreadScheduler scheduler;
   scheduler.after(std::chrono::milliseconds(0), [&] { all_scheduled.get_future().wait(); });
-  scheduler.after(std::chrono::milliseconds(3), [&] {
+  scheduler.after(std::chrono::hours(1), [&] { order += "z"; });
+  scheduler.after(std::chrono::milliseconds(0), [&] { order += "a"; });
+  const auto forgotten = scheduler.after(std::chrono::milliseconds(1), [&] { order += "x"; });
+  scheduler.after(std::chrono::milliseconds(1), [&] { order += "b"; });
+  scheduler.after(std::chrono::milliseconds(2), [&] {
     order += "c";
     last.set_value();
   });
-  const auto forgotten = scheduler.after(std::chrono::milliseconds(1), [&] { order += "x"; });
-  scheduler.after(std::chrono::milliseconds(2), [&] { order += "b"; });
-  scheduler.after(std::chrono::milliseconds(0), [&] { order += "a"; });
   scheduler.cancel(forgotten);
   scheduler.cancel(forgotten);
   all_scheduled.set_value();
