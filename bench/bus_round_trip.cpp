@@ -85,7 +85,7 @@ void start_peer(Body body) {
 }
 
 void await_subscriber(const char* channel) {
-  if (!bus_has_subscriber(channel, kReadyMs)) give_up("no subscriber on the bus");
+  if (!vlm::bus::bus_has_subscriber(channel, kReadyMs)) give_up("no subscriber on the bus");
 }
 
 /// One way to make a round trip. The constructor starts its peer, start() its listener thread; both

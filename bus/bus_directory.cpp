@@ -14,6 +14,8 @@
 #include <cstdlib>
 #include <system_error>
 
+namespace vlm::bus {
+
 namespace {
 
 constexpr std::size_t kMaxChannelLength = 63;
@@ -187,3 +189,5 @@ void DirectoryWatch::wait(int timeout_ms) {
   poll(&inotify, 1, std::min(timeout_ms, longest));
   changed();
 }
+
+}  // namespace vlm::bus

@@ -21,6 +21,8 @@
 
 #include "unique_fd.h"
 
+namespace vlm::bus {
+
 /// True when `channel` can begin the name of a socket: 1 to 63 bytes and no '/'.
 bool is_channel_name(std::string_view channel);
 
@@ -79,5 +81,7 @@ class DirectoryWatch {
   UniqueFd _inotify;
   int _watched = -1;  // inotify's number for the directory, -1 for none
 };
+
+}  // namespace vlm::bus
 
 #endif  // BUS_DIRECTORY_H

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <utility>
 
+namespace vlm::bus {
+
 namespace {
 
 /// No message of the system has this type.
@@ -65,3 +67,5 @@ void BusReadiness::publish_probe(const std::string& channel) const {
   std::memcpy(probe.msg_buf, _text.c_str(), _text.size() + 1);
   send_msg_to_lcm(&probe, static_cast<unsigned int>(_text.size() + 1), channel.c_str());
 }
+
+}  // namespace vlm::bus

@@ -11,6 +11,8 @@
 
 #include "vlm_userlcm_control_camera.h"
 
+namespace vlm::bus {
+
 class BusReadiness {
  public:
   /// Waits for the subscriptions of `channels`. Probes name `sender` as their sender's channel, so
@@ -37,5 +39,7 @@ class BusReadiness {
   std::set<std::string> _silent;
   bool _failed = false;
 };
+
+}  // namespace vlm::bus
 
 #endif  // BUS_READINESS_H

@@ -10,6 +10,8 @@
 #include <functional>
 #include <string>
 
+namespace vlm::bus {
+
 /// Starts serving `channel` in `role`, which `subscribe` does, and keeps the role until the process
 /// ends. Returns an empty text, or why it does not serve: another process has the role, which
 /// `force`, the option --force of its program, overrides, or `subscribe` failed. To be called once.
@@ -18,5 +20,7 @@ std::string serve_in_role(const std::string& role, const std::string& channel, b
 
 /// To be called first with each packet of the channel. True: it is not for anyone else. Bus threads.
 bool is_role_packet(const void* packet, unsigned int length);
+
+}  // namespace vlm::bus
 
 #endif  // BUS_ROLE_H

@@ -6,6 +6,8 @@
 #include "bus_role.h"
 #include "role_inquiry.h"
 
+namespace vlm::bus {
+
 namespace {
 
 constexpr std::chrono::milliseconds kAnswerLimit{500};
@@ -32,3 +34,5 @@ bool is_role_packet(const void* packet, unsigned int length) {
   RoleInquiry* inquiry = g_inquiry;
   return inquiry != nullptr && inquiry->receive(packet, length);
 }
+
+}  // namespace vlm::bus

@@ -8,6 +8,8 @@
 #include "bus_directory.h"
 #include "bus_role.h"
 
+namespace vlm::bus {
+
 namespace {
 
 struct flock whole_file() {
@@ -59,3 +61,5 @@ std::string serve_in_role(const std::string& role, const std::string&, bool forc
 }
 
 bool is_role_packet(const void*, unsigned int) { return false; }
+
+}  // namespace vlm::bus

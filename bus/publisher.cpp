@@ -8,6 +8,8 @@
 #include <optional>
 #include <system_error>
 
+namespace vlm::bus {
+
 namespace {
 
 constexpr std::chrono::milliseconds kPatience{50};
@@ -172,3 +174,5 @@ void Publisher::forget_gone(Channel& channel) {
   erase_if(channel.subscribers, [](const Subscriber& known) { return !known.connection; });
   if (channel.subscribers.size() != before) channel.seen = 0;
 }
+
+}  // namespace vlm::bus

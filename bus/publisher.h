@@ -16,6 +16,8 @@
 #include "report.h"
 #include "unique_fd.h"
 
+namespace vlm::bus {
+
 /// Sends packets to the subscribers of a channel, over sockets that stay connected. Any thread may
 /// publish; the threads take turns. The directory is read only when it has changed, or when nobody
 /// is known to listen.
@@ -75,5 +77,7 @@ class Publisher {
   std::map<std::string, Channel, std::less<>> _channels;
   Complaint _complaint;
 };
+
+}  // namespace vlm::bus
 
 #endif  // PUBLISHER_H

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <string>
 
+namespace vlm::bus {
+
 inline void report(const std::string& text) { std::fprintf(stderr, "vlm_bus: %s\n", text.c_str()); }
 
 /// Reports what goes wrong over and over once.
@@ -19,5 +21,7 @@ class Complaint {
  private:
   std::string _last;
 };
+
+}  // namespace vlm::bus
 
 #endif  // REPORT_H

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+namespace vlm::bus {
+
 namespace {
 
 /// No message of the system has this type.
@@ -77,3 +79,5 @@ void RoleInquiry::publish(const std::string& text) const {
   std::memcpy(packet.msg_buf, message.c_str(), message.size() + 1);
   _publish(&packet, static_cast<unsigned int>(message.size() + 1), _channel.c_str());
 }
+
+}  // namespace vlm::bus

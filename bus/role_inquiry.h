@@ -14,6 +14,8 @@
 
 #include "vlm_userlcm_control_camera.h"
 
+namespace vlm::bus {
+
 class RoleInquiry {
  public:
   /// Publishes as send_msg_to_lcm does; called from any thread.
@@ -49,5 +51,7 @@ class RoleInquiry {
   State _state = State::kSubscribing;
   long _other = 0;  // the process to which this one gives way
 };
+
+}  // namespace vlm::bus
 
 #endif  // ROLE_INQUIRY_H

@@ -12,6 +12,8 @@
 #include <system_error>
 #include <utility>
 
+namespace vlm::bus {
+
 namespace {
 
 constexpr std::size_t kHeaderSize = offsetof(userlcm_packet_t, msg_buf);
@@ -106,3 +108,5 @@ void Subscription::deliver(userlcm_packet_t& packet, std::size_t size) {
   std::memcpy(channel, _client.channel, sizeof channel);
   _client.f(&packet, static_cast<unsigned int>(size), channel, _client.func);
 }
+
+}  // namespace vlm::bus

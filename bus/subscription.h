@@ -11,6 +11,8 @@
 #include "unique_fd.h"
 #include "vlm_userlcm_control_camera.h"
 
+namespace vlm::bus {
+
 /// Serves one Receive_msg_t on the calling thread. Its socket leaves the directory with the object,
 /// or with the process when that exits.
 class Subscription {
@@ -41,5 +43,7 @@ class Subscription {
   UniqueFd _socket;
   Complaint _complaint;
 };
+
+}  // namespace vlm::bus
 
 #endif  // SUBSCRIPTION_H

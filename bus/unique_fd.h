@@ -6,6 +6,8 @@
 
 #include <utility>
 
+namespace vlm::bus {
+
 /// Closes its descriptor when it goes; converts to true while it holds one.
 class UniqueFd {
  public:
@@ -29,5 +31,7 @@ class UniqueFd {
  private:
   int _fd = -1;
 };
+
+}  // namespace vlm::bus
 
 #endif  // UNIQUE_FD_H

@@ -14,6 +14,8 @@
 #include "subscription.h"
 #include "vlm_userlcm_control_camera.h"
 
+namespace vlm::bus {
+
 namespace {
 
 constexpr std::size_t kHeaderSize = offsetof(userlcm_packet_t, msg_buf);
@@ -65,9 +67,7 @@ bool any_live(const BusDirectory& directory, const char* channel, std::string& e
   return false;
 }
 
-}  // namespace
-
-int send_msg_to_lcm(const userlcm_packet_t* packet, unsigned int length, const char* channel) {
+int publish(const userlcm_packet_t* packet, unsigned int length, const char* channel) {
   if (!packet) return refuse_to_publish("no packet");
   if (length > sizeof packet->msg_buf) return refuse_to_publish("the message is too long");
   if (!channel || !is_channel_name(channel)) return refuse_to_publish("no channel has this name");
@@ -76,15 +76,15 @@ int send_msg_to_lcm(const userlcm_packet_t* packet, unsigned int length, const c
   return subscribers ? 0 : -1;
 }
 
-void* register_lcm_message(Receive_msg_t* subscription) {
+void serve(const Receive_msg_t* subscription) {
   if (!is_servable(subscription)) {
-    report("cannot subscribe: no callback, or no channel of this name");
-    return nullptr;
+    return report("cannot subscribe: no callback, or no channel of this name");
   }
   Subscription served(*subscription);
   if (served.announce()) served.serve();
-  return nullptr;
 }
+
+}  // namespace
 
 bool bus_has_subscriber(const char* channel, int timeout_ms) {
   using Clock = std::chrono::steady_clock;
@@ -105,4 +105,15 @@ bool bus_has_subscriber(const char* channel, int timeout_ms) {
     if (left.count() <= 0) return false;
     watch.wait(static_cast<int>(left.count()));
   }
+}
+
+}  // namespace vlm::bus
+
+int send_msg_to_lcm(const userlcm_packet_t* packet, unsigned int length, const char* channel) {
+  return vlm::bus::publish(packet, length, channel);
+}
+
+void* register_lcm_message(Receive_msg_t* subscription) {
+  vlm::bus::serve(subscription);
+  return nullptr;
 }

@@ -1,72 +1,79 @@
 // Tells whether a channel of the embedded bus has a live subscriber, so that scripts can wait until
 // a program is ready. Subscribers do not notice.
-//
-//   vlm_bus_probe CHANNEL [--wait MS]     --wait: look for up to MS milliseconds
-//
-// Exit status: 0 there is one, 1 there is none, 2 usage fault.
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <optional>
-#include <string_view>
+#include <string>
+#include <vector>
 
 #include "bus_directory.h"
+#include "options.h"
 #include "standard_output.h"
 #include "vlm_bus.h"
 
+namespace vlm::bus {
+
 namespace {
 
-constexpr char kUsage[] =
-    "Usage: vlm_bus_probe CHANNEL [--wait MS]\n"
-    "Tells by its exit status whether CHANNEL has a live subscriber on the bus.\n"
-    "\n"
-    "  --wait MS    look for up to MS milliseconds (default 0)\n"
-    "  --help       show this text\n"
-    "  --version    show the version\n"
-    "\n"
-    "Exit status: 0 there is a subscriber, 1 there is none, 2 wrong usage.\n";
-
 struct Request {
-  const char* channel = nullptr;
+  std::string channel;
   int wait_ms = 0;
+  bool help = false;
+  bool version = false;
 };
 
-std::optional<int> milliseconds_from(const char* text) {
-  char* end = nullptr;
-  const long value = std::strtol(text, &end, 10);
+bool parse_milliseconds(const std::string& text, int& ms) {
   constexpr long kDay = 24L * 60 * 60 * 1000;
-  if (end == text || *end != '\0' || value < 0 || value > kDay) return std::nullopt;
-  return static_cast<int>(value);
+  char* end = nullptr;
+  const long value = std::strtol(text.c_str(), &end, 10);
+  if (text.empty() || end != text.c_str() + text.size() || value < 0 || value > kDay) return false;
+  ms = static_cast<int>(value);
+  return true;
 }
 
-std::optional<Request> request_from(int argc, char** argv) {
+std::vector<host::Option> table(Request& request) {
+  return {
+      {"--wait", "MS", "look for up to MS milliseconds (default 0)",
+       [&](const std::string& value) { return parse_milliseconds(value, request.wait_ms); }},
+      {"--help", nullptr, "show this text", host::sets(request.help)},
+      {"--version", nullptr, "show the version", host::sets(request.version)},
+  };
+}
+
+std::string usage() {
+  Request unused;
+  return "Usage: vlm_bus_probe CHANNEL [--wait MS]\n"
+         "Tells by its exit status whether CHANNEL has a live subscriber on the bus.\n"
+         "\n" +
+         host::options_help(table(unused), 11) +
+         "\n"
+         "Exit status: 0 there is a subscriber, 1 there is none, 2 wrong usage.\n";
+}
+
+/// Help and version stand alone.
+bool parse(const std::vector<std::string>& arguments, Request& request) {
+  const auto channel = [&](const std::string& name) {
+    const bool first = request.channel.empty();
+    request.channel = name;
+    return first && is_channel_name(name);
+  };
+  if (host::read_arguments(arguments, {table(request), channel})) return false;
+  if (request.help || request.version) return arguments.size() == 1;
+  return !request.channel.empty();
+}
+
+int run(int argc, char** argv) {
   Request request;
-  for (int i = 1; i < argc; ++i) {
-    if (std::strcmp(argv[i], "--wait") == 0) {
-      const auto wait = i + 1 < argc ? milliseconds_from(argv[++i]) : std::nullopt;
-      if (!wait) return std::nullopt;
-      request.wait_ms = *wait;
-    } else if (argv[i][0] != '-' && !request.channel && is_channel_name(argv[i])) {
-      request.channel = argv[i];
-    } else {
-      return std::nullopt;
-    }
+  if (!parse(host::arguments_of(argc, argv), request)) {
+    std::fprintf(stderr, "vlm_bus_probe: wrong usage\n%s", usage().c_str());
+    return 2;
   }
-  return request.channel ? std::optional(request) : std::nullopt;
+  if (request.help) return host::show("vlm_bus_probe", usage());
+  if (request.version) return host::show("vlm_bus_probe", "vlm_bus_probe " VLM_VERSION "\n");
+  return bus_has_subscriber(request.channel.c_str(), request.wait_ms) ? 0 : 1;
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  const std::string_view only = argc == 2 ? argv[1] : "";
-  if (only == "--help") return host::show("vlm_bus_probe", kUsage);
-  if (only == "--version") {
-    return host::show("vlm_bus_probe", "vlm_bus_probe " VLM_VERSION "\n");
-  }
-  const auto request = request_from(argc, argv);
-  if (!request) {
-    std::fprintf(stderr, "vlm_bus_probe: wrong usage\n%s", kUsage);
-    return 2;
-  }
-  return bus_has_subscriber(request->channel, request->wait_ms) ? 0 : 1;
-}
+}  // namespace vlm::bus
+
+int main(int argc, char** argv) { return vlm::bus::run(argc, argv); }

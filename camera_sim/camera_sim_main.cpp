@@ -33,7 +33,7 @@ constexpr std::chrono::seconds kReadinessLimit{5};
 
 // The bus threads never end, so what they use is never destroyed.
 CameraPeer* g_peer;
-BusReadiness* g_readiness;
+vlm::bus::BusReadiness* g_readiness;
 volatile std::sig_atomic_t g_end;
 
 /// Runs on the main thread while it waits for input.
@@ -42,7 +42,8 @@ void on_end_signal(int) { g_end = 1; }
 // On the bus threads.
 
 extern "C" void on_camera_packet(void* packet, unsigned int length, char* channel, void*) {
-  if (g_readiness->is_probe(packet, length, channel) || is_role_packet(packet, length)) return;
+  if (g_readiness->is_probe(packet, length, channel) || vlm::bus::is_role_packet(packet, length))
+    return;
   g_peer->receive(packet, length);
 }
 
@@ -185,11 +186,11 @@ int run_script(const std::string& script) {
 int simulate(const SimOptions& options) {
   const u64 seed = options.seed ? *options.seed : std::random_device()();
   const sigset_t waiting_mask = hold_end_signals();
-  g_readiness = new BusReadiness("camera_sim", {kRequestChannel, kRtspRequestChannel});
+  g_readiness = new vlm::bus::BusReadiness("camera_sim", {kRequestChannel, kRtspRequestChannel});
   g_peer = new CameraPeer({options.thermal, options.live, options.card_kib, seed}, options.faults,
                           outlets_of(options));
   const std::string objection =
-      serve_in_role("camera_sim", kRequestChannel, options.force, subscribe_all);
+      vlm::bus::serve_in_role("camera_sim", kRequestChannel, options.force, subscribe_all);
   if (!objection.empty()) return complain(objection, kFailure);
   if (const int status = run_script(options.script); status >= 0) return status;
   std::printf("camera_sim: ready, seed %llu\n", static_cast<unsigned long long>(seed));
@@ -205,8 +206,8 @@ int main(int argc, char** argv) {
   const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
   const std::string fault = parse_options(arguments, options);
   if (!fault.empty()) return complain(fault + "; see --help", kUsageFault);
-  if (options.help) return host::show("camera_sim", options_help());
-  if (options.version) return host::show("camera_sim", "camera_sim " VLM_VERSION "\n");
+  if (options.help) return vlm::host::show("camera_sim", options_help());
+  if (options.version) return vlm::host::show("camera_sim", "camera_sim " VLM_VERSION "\n");
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   ensure_standard_input();
   try {

@@ -1,15 +1,17 @@
 #include "sim_options.h"
 
-#include <cstdio>
-#include <functional>
 #include <iterator>
 
 #include "fault_switches.h"
+#include "options.h"
 #include "sim_values.h"
 
 namespace {
 
-// Each reads the whole of `text`; false when it is anything else.
+using vlm::host::keeps;
+using vlm::host::Option;
+using vlm::host::OptionFault;
+using vlm::host::sets;
 
 /// A card that exists: not of size 0.
 bool parse_card(const std::string& text, SimOptions& options) {
@@ -19,103 +21,57 @@ bool parse_card(const std::string& text, SimOptions& options) {
   return true;
 }
 
-bool parse_seed(const std::string& text, SimOptions& options) {
-  return parse_number(text, options.seed.emplace());
-}
-
-/// A row of the option table.
-struct Option {
-  std::string name;
-  const char* value;  // what it takes, null for a switch
-  const char* help;
-  std::function<bool(const std::string& value, SimOptions& options)> apply;  // false: no such value
-};
-
-const Option kCameraOptions[] = {
-    {"--thermal", nullptr, "a camera with a thermal sensor",
-     [](const std::string&, SimOptions& o) { return o.thermal = true; }},
-    {"--live", nullptr, "a camera that moves in time and sees a scene that changes",
-     [](const std::string&, SimOptions& o) { return o.live = true; }},
-    {"--card", "SIZE", "a card of SIZE instead of 62G (K, M, G)", parse_card},
-    {"--media", "DIR", "keep pictures as files in the folder DIR, which must exist",
-     [](const std::string& v, SimOptions& o) {
-       o.media = v;
-       return !v.empty();
-     }},
-};
-
-const Option kRunOptions[] = {
-    {"--script", "FILE", "run the commands in FILE first",
-     [](const std::string& v, SimOptions& o) {
-       o.script = v;
-       return !v.empty();
-     }},
-    {"--seed", "N", "start of the random numbers; a fresh one otherwise", parse_seed},
-    {"--force", nullptr, "serve although another simulated camera serves the bus",
-     [](const std::string&, SimOptions& o) { return o.force = true; }},
-    {"--verbose", nullptr, "print one line for each request, reply and notification",
-     [](const std::string&, SimOptions& o) { return o.verbose = true; }},
-    {"--help", nullptr, "print this and exit",
-     [](const std::string&, SimOptions& o) { return o.help = true; }},
-    {"--version", nullptr, "print the version and exit",
-     [](const std::string&, SimOptions& o) { return o.version = true; }},
-};
-
 /// Those of the camera, of its faults and of the run.
-const std::vector<Option>& all_options() {
-  static const std::vector<Option> all = [] {
-    std::vector<Option> options(std::begin(kCameraOptions), std::end(kCameraOptions));
-    for (const FaultSwitch& fault : fault_switches()) {
-      options.push_back({"--" + std::string(fault.name), fault.value, fault.help,
-                         [&fault](const std::string& value, SimOptions& o) {
-                           return fault.apply(value, o.faults);
-                         }});
-    }
-    options.insert(options.end(), std::begin(kRunOptions), std::end(kRunOptions));
-    return options;
-  }();
+std::vector<Option> table(SimOptions& o) {
+  std::vector<Option> all = {
+      {"--thermal", nullptr, "a camera with a thermal sensor", sets(o.thermal)},
+      {"--live", nullptr, "a camera that moves in time and sees a scene that changes",
+       sets(o.live)},
+      {"--card", "SIZE", "a card of SIZE instead of 62G (K, M, G)",
+       [&o](const std::string& value) { return parse_card(value, o); }},
+      {"--media", "DIR", "keep pictures as files in the folder DIR, which must exist",
+       keeps(o.media)},
+  };
+  for (const FaultSwitch& fault : fault_switches()) {
+    all.push_back(
+        {"--" + std::string(fault.name), fault.value, fault.help,
+         [&fault, &o](const std::string& value) { return fault.apply(value, o.faults); }});
+  }
+  const Option run[] = {
+      {"--script", "FILE", "run the commands in FILE first", keeps(o.script)},
+      {"--seed", "N", "start of the random numbers; a fresh one otherwise",
+       [&o](const std::string& value) { return parse_number(value, o.seed.emplace()); }},
+      {"--force", nullptr, "serve although another simulated camera serves the bus", sets(o.force)},
+      {"--verbose", nullptr, "print one line for each request, reply and notification",
+       sets(o.verbose)},
+      {"--help", nullptr, "print this and exit", sets(o.help)},
+      {"--version", nullptr, "print the version and exit", sets(o.version)},
+  };
+  all.insert(all.end(), std::begin(run), std::end(run));
   return all;
 }
 
-const Option* find_option(const std::string& name) {
-  for (const Option& option : all_options()) {
-    if (name == option.name) return &option;
+std::string wording_of(const OptionFault& fault) {
+  switch (fault.kind) {
+    case OptionFault::kTakesNoValue: return fault.name + " takes no value";
+    case OptionFault::kNeedsValue: return fault.name + " needs " + fault.wanted;
+    case OptionFault::kBadValue:
+      return fault.name + " needs " + fault.wanted + ", not \"" + fault.value + "\"";
+    default: return "unknown option " + fault.argument;
   }
-  return nullptr;
 }
 
 }  // namespace
 
 std::string parse_options(const std::vector<std::string>& arguments, SimOptions& options) {
-  for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
-    const auto equals = argument->find('=');
-    const std::string name = argument->substr(0, equals);
-    const Option* option = find_option(name);
-    if (option == nullptr) return "unknown option " + *argument;
-    std::optional<std::string> value;
-    if (equals != std::string::npos) value = argument->substr(equals + 1);
-    if (option->value == nullptr && value) return name + " takes no value";
-    if (option->value != nullptr && !value) {
-      if (++argument == arguments.end()) return name + " needs " + option->value;
-      value = *argument;
-    }
-    if (!option->apply(value.value_or(""), options)) {
-      return name + " needs " + option->value + ", not \"" + *value + "\"";
-    }
-  }
-  return "";
+  const auto fault = vlm::host::read_arguments(arguments, {table(options), nullptr});
+  return fault ? wording_of(*fault) : "";
 }
 
 std::string options_help() {
-  std::string help =
-      "Usage: camera_sim [OPTION]...\n"
-      "Plays the camera and its streaming process on the message bus.\n\n";
-  for (const Option& option : all_options()) {
-    const std::string usage =
-        option.name + (option.value != nullptr ? std::string(" ") + option.value : "");
-    char line[200];
-    std::snprintf(line, sizeof line, "  %-29s  %s\n", usage.c_str(), option.help);
-    help += line;
-  }
-  return help + "\nCommands on standard input: see \"help\" there.\n";
+  SimOptions unused;
+  return "Usage: camera_sim [OPTION]...\n"
+         "Plays the camera and its streaming process on the message bus.\n\n" +
+         vlm::host::options_help(table(unused), 29) +
+         "\nCommands on standard input: see \"help\" there.\n";
 }

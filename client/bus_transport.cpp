@@ -30,7 +30,7 @@ struct BusTransport::Subscription {
 
   Receive_msg_t bus{};
   // What a console on the reply channel takes for a message of the camera, and does not know.
-  BusReadiness readiness{kRequestChannel, {kReplyChannel}};
+  vlm::bus::BusReadiness readiness{kRequestChannel, {kReplyChannel}};
   // Held while the receiver runs, so that it can be changed only between two packets; recursive, as
   // the receiver itself may change it.
   std::recursive_mutex mutex;

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <system_error>
 
-namespace host {
+namespace vlm::host {
 
 /// Flushed here: at the program's end nobody asks any more whether it was written.
 int show(const char* program, const std::string& text) {
@@ -16,4 +16,4 @@ int show(const char* program, const std::string& text) {
   return 1;
 }
 
-}  // namespace host
+}  // namespace vlm::host

@@ -4,12 +4,12 @@
 
 #include <string>
 
-namespace host {
+namespace vlm::host {
 
 /// Prints `text` on standard output, to its last byte. Returns the exit status: 0, or 1 after a line
 /// on standard error, which begins with the name of `program`, when it could not be written.
 int show(const char* program, const std::string& text);
 
-}  // namespace host
+}  // namespace vlm::host
 
 #endif  // HOST_STANDARD_OUTPUT_H

@@ -11,14 +11,17 @@
 #include "threads.h"
 #include "vlm_test.h"
 
+namespace vlm::service {
+
 namespace {
 
 constexpr std::chrono::seconds kReadinessLimit{5};
 
 /// Never destroyed: the listener threads use it while the process exits.
-BusReadiness& readiness() {
+bus::BusReadiness& readiness() {
   // What a console on the reply channel takes for a message of the camera, and does not know.
-  static auto& instance = *new BusReadiness(kRequestChannel, {kReplyChannel, kRtspReplyChannel});
+  static auto& instance =
+      *new bus::BusReadiness(kRequestChannel, {kReplyChannel, kRtspReplyChannel});
   return instance;
 }
 
@@ -55,3 +58,5 @@ bool start_bus_listeners() {
   errno = 0;
   return ready;
 }
+
+}  // namespace vlm::service

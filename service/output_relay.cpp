@@ -11,6 +11,8 @@
 
 #include "threads.h"
 
+namespace vlm::service {
+
 namespace {
 
 constexpr std::chrono::milliseconds kMoment{1};
@@ -166,3 +168,5 @@ void drain_standard_output(std::chrono::milliseconds limit) {
     if (one != nullptr) one->drain(std::max(left, std::chrono::milliseconds(0)));
   }
 }
+
+}  // namespace vlm::service

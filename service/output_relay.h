@@ -13,6 +13,8 @@
 #include <mutex>
 #include <string>
 
+namespace vlm::service {
+
 class OutputRelay {
  public:
   /// For output to `descriptor`, with `program` in front of the line about what was dropped.
@@ -68,5 +70,7 @@ bool relay_standard_output(const char* program);
 
 /// Waits until what was printed is written, but no longer than `limit`.
 void drain_standard_output(std::chrono::milliseconds limit);
+
+}  // namespace vlm::service
 
 #endif  // OUTPUT_RELAY_H

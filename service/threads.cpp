@@ -13,6 +13,8 @@
 #include <thread>
 #include <utility>
 
+namespace vlm::service {
+
 namespace {
 
 /// What the kernel has of a thread's name, with a newline behind it.
@@ -55,3 +57,5 @@ bool thread_lives(const char* name) {
   }
   return false;
 }
+
+}  // namespace vlm::service

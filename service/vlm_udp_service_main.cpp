@@ -1,6 +1,5 @@
 // vlm_udp_service: serves the camera-control UDP protocol until SIGTERM or SIGINT.
 #include <fcntl.h>
-#include <getopt.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -13,15 +12,20 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "bus_listeners.h"
+#include "options.h"
 #include "output_relay.h"
 #include "standard_output.h"
 #include "threads.h"
 #include "velmar_log.h"
 #include "velmar_udp_master_k720.h"
+
+namespace vlm::service {
 
 namespace {
 
@@ -36,26 +40,12 @@ constexpr std::size_t kLongestCardOfTimeLog = 27;
 /// What is still to be printed at the end gets that long.
 constexpr std::chrono::milliseconds kTimeToDrain{300};
 
-constexpr char kHelp[] =
-    "Usage: vlm_udp_service [OPTION]...\n"
-    "Serves the camera-control UDP protocol: applications drive the camera with it.\n"
-    "\n"
-    "  --port N      serve UDP port N (default 9528; 0: a free one)\n"
-    "  --sdcard DIR  where the SD card is mounted (default /sdcard)\n"
-    "  --log-time    run the time log, which its marker on the SD card enables\n"
-    "  --help        print this and exit\n"
-    "  --version     print the version and exit\n";
-
-constexpr option kOptions[] = {
-    {"port", required_argument, nullptr, 'p'}, {"sdcard", required_argument, nullptr, 's'},
-    {"log-time", no_argument, nullptr, 't'},   {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, 'v'},    {nullptr, 0, nullptr, 0},
-};
-
 struct Settings {
   int port = 9528;
-  const char* sdcard = nullptr;  // null: where the board has it
+  std::optional<std::string> sdcard;  // none: where the board has it
   bool log_time = false;
+  bool help = false;
+  bool version = false;
 };
 
 std::string reason() { return std::system_category().message(errno); }
@@ -65,37 +55,61 @@ int complain(const std::string& message, int status) {
   return status;
 }
 
-bool parse_port(const char* text, int& port) {
-  const char* end = text + std::strlen(text);
-  const auto [stop, error] = std::from_chars(text, end, port);
+bool parse_port(const std::string& text, int& port) {
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, port);
   return error == std::errc() && stop == end && port >= 0 && port <= 65535;
+}
+
+std::vector<host::Option> table(Settings& settings) {
+  return {
+      {"--port", "N", "serve UDP port N (default 9528; 0: a free one)",
+       [&](const std::string& value) { return parse_port(value, settings.port); }},
+      {"--sdcard", "DIR", "where the SD card is mounted (default /sdcard)",
+       [&](const std::string& value) {
+         settings.sdcard = value;
+         return true;
+       }},
+      {"--log-time", nullptr, "run the time log, which its marker on the SD card enables",
+       host::sets(settings.log_time)},
+      {"--help", nullptr, "print this and exit", host::sets(settings.help), nullptr, true},
+      {"--version", nullptr, "print the version and exit", host::sets(settings.version), nullptr,
+       true},
+  };
+}
+
+std::string help() {
+  Settings unused;
+  return "Usage: vlm_udp_service [OPTION]...\n"
+         "Serves the camera-control UDP protocol: applications drive the camera with it.\n"
+         "\n" +
+         host::options_help(table(unused), 12);
+}
+
+std::string wording_of(const host::OptionFault& fault) {
+  switch (fault.kind) {
+    case host::OptionFault::kNeedsValue: return "a value is missing: " + fault.argument;
+    case host::OptionFault::kBadValue: return "no port: " + fault.value;
+    default: return "not an option: " + fault.argument;
+  }
 }
 
 /// Fills `settings`. Returns -1, or the status to exit with at once.
 int parse_arguments(int argc, char** argv, Settings& settings) {
-  opterr = 0;
-  for (int name = 0; (name = getopt_long(argc, argv, ":", kOptions, nullptr)) != -1;) {
-    switch (name) {
-      case 'p':
-        if (!parse_port(optarg, settings.port)) {
-          return complain(std::string("no port: ") + optarg, kUsageFault);
-        }
-        break;
-      case 's': settings.sdcard = optarg; break;
-      case 't': settings.log_time = true; break;
-      case 'h': return host::show(kName, kHelp);
-      case 'v': return host::show(kName, "vlm_udp_service " VLM_VERSION "\n");
-      case ':':
-        return complain(std::string("a value is missing: ") + argv[optind - 1], kUsageFault);
-      default: return complain(std::string("not an option: ") + argv[optind - 1], kUsageFault);
-    }
-  }
-  if (settings.log_time && settings.sdcard != nullptr &&
-      std::strlen(settings.sdcard) > kLongestCardOfTimeLog) {
+  std::optional<std::string> stray;  // told last: help goes before it
+  const auto operand = [&](const std::string& argument) {
+    if (!stray) stray = argument;
+    return true;
+  };
+  const auto fault =
+      host::read_arguments(host::arguments_of(argc, argv), {table(settings), operand, true});
+  if (fault) return complain(wording_of(*fault), kUsageFault);
+  if (settings.help) return host::show(kName, help());
+  if (settings.version) return host::show(kName, "vlm_udp_service " VLM_VERSION "\n");
+  if (settings.log_time && settings.sdcard && settings.sdcard->size() > kLongestCardOfTimeLog) {
     return complain("the time log takes no card path of more than 27 characters", kUsageFault);
   }
-  if (optind == argc) return -1;
-  return complain(std::string("not an option: ") + argv[optind], kUsageFault);
+  return stray ? complain("not an option: " + *stray, kUsageFault) : -1;
 }
 
 /// A text that is never freed: the logs keep no copy of their paths.
@@ -172,7 +186,7 @@ int start(const Settings& settings) {
   if (!relay_standard_output(kName)) {
     end(complain("no thread for the output: " + reason(), kFailure));
   }
-  if (settings.sdcard != nullptr) use_sdcard(settings.sdcard);
+  if (settings.sdcard) use_sdcard(*settings.sdcard);
   vlm_camera_log_init();
   const auto start_or_end = [settings] {
     try {
@@ -189,16 +203,20 @@ int start(const Settings& settings) {
   end(0);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  hold_standard_descriptors();
+int run(int argc, char** argv) {
   Settings settings;
   const int status = parse_arguments(argc, argv, settings);
   if (status >= 0) return status;
+  hold_standard_descriptors();  // after the help, whose loss is to be told
   try {
     serve(settings);
   } catch (const std::bad_alloc&) {
     return complain("out of memory", kFailure);
   }
 }
+
+}  // namespace
+
+}  // namespace vlm::service
+
+int main(int argc, char** argv) { return vlm::service::run(argc, argv); }

@@ -13,6 +13,8 @@
 
 namespace {
 
+using namespace vlm::service;
+
 TEST(BusListeners, BringAnswersOfCameraAndStreamingProcessToTheEngine) {
   const TemporaryDirectory directory;
   setenv("VLM_BUS_DIR", (directory / "bus").c_str(), 1);

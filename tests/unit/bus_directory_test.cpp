@@ -22,6 +22,8 @@ using ::testing::internal::GetCapturedStderr;
 
 namespace {
 
+using namespace vlm::bus;
+
 std::function<void()> g_on_bind;
 
 }  // namespace

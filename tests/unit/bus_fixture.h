@@ -143,10 +143,10 @@ class BusFixture : public ::testing::Test {
   template <typename Event>
   static ::testing::AssertionResult comes_true(Event event) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPlentyMs);
-    DirectoryWatch watch;
+    vlm::bus::DirectoryWatch watch;
     while (std::chrono::steady_clock::now() < deadline) {
       std::string error;
-      if (const auto directory = BusDirectory::open(error)) watch.watch(*directory);
+      if (const auto directory = vlm::bus::BusDirectory::open(error)) watch.watch(*directory);
       if (event()) return ::testing::AssertionSuccess();
       watch.wait(kPlentyMs);
     }

@@ -9,6 +9,8 @@
 
 namespace {
 
+using namespace vlm::bus;
+
 constexpr std::chrono::seconds kLong{30};
 
 class Readiness : public testing::Test {

@@ -4,6 +4,8 @@
 
 namespace {
 
+using namespace vlm::time_report;
+
 TEST(IntervalColumns, AreTenMillisecondsWideAtFirst) {
   IntervalColumns columns;
   columns.add(10'000, 5);

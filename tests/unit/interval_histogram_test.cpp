@@ -9,6 +9,8 @@
 
 namespace {
 
+using namespace vlm::time_report;
+
 TEST(IntervalHistogram, IsEmptyAtFirst) {
   const IntervalHistogram histogram;
   EXPECT_EQ(histogram.count(), 0U);

@@ -16,6 +16,8 @@
 
 namespace {
 
+using namespace vlm::service;
+
 constexpr std::chrono::seconds kPlenty{20};
 const std::string kNote = " lines of output were dropped: nobody took them\n";
 

@@ -10,6 +10,8 @@
 
 namespace {
 
+using namespace vlm::bus;
+
 using std::chrono::milliseconds;
 
 constexpr milliseconds kNobodyAnswers{0};  // what answers does so before the question returns

@@ -6,6 +6,8 @@
 
 namespace {
 
+using namespace vlm::time_report;
+
 TEST(SvgLabels, StandToTheRightOfTheirLeaderInTheLowestRow) {
   LabelRows rows(0, 1000, 3);
   const auto label = rows.place(100, 200);

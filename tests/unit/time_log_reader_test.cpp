@@ -12,6 +12,8 @@
 
 namespace {
 
+using namespace vlm::time_report;
+
 // --- One line ---
 
 constexpr std::int64_t kLine42 = 1'709'622'489'012'345;  // 07:08:09.012345 on 5 March 2024

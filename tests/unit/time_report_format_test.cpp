@@ -4,6 +4,8 @@
 
 namespace {
 
+using namespace vlm::time_report;
+
 constexpr std::int64_t kMs = 1'000;
 constexpr std::int64_t kSecond = 1'000 * kMs;
 
@@ -40,32 +42,6 @@ TEST(TimeReportFormat, CountsWithThePlural) {
   EXPECT_EQ(count_text(0, "stall"), "0 stalls");
   EXPECT_EQ(count_text(1, "stall"), "1 stall");
   EXPECT_EQ(count_text(2, "stall"), "2 stalls");
-}
-
-TEST(TimeReportFormat, LeavesWellFormedTextAlone) {
-  for (const auto* text : {"/sdcard/log_time_dir", "", "é", "\xEF\xBF\xBF", "\xF4\x8F\xBF\xBF",
-                           "\xED\x9F\xBF", "日本 <&\"> \xF0\x9F\x93\xB7"}) {
-    EXPECT_EQ(printable(text), text);
-  }
-}
-
-TEST(TimeReportFormat, ReplacesWhatCannotBePrinted) {
-  const std::string mark = "\xEF\xBF\xBD";
-  EXPECT_EQ(printable("a\nb\x7f"
-                      "c\x1b"),
-            "a" + mark + "b" + mark + "c" + mark);
-  EXPECT_EQ(printable("\xff"), mark);
-  EXPECT_EQ(printable("\x80"
-                      "a"),
-            mark + "a");
-  EXPECT_EQ(printable("\xc3"), mark);
-  EXPECT_EQ(printable("\xc3("), mark + "(");
-  EXPECT_EQ(printable("\xe2\x82"), mark + mark);
-  EXPECT_EQ(printable("\xc0\x80"), mark + mark);                        // overlong
-  EXPECT_EQ(printable("\xe0\x80\x80"), mark + mark + mark);             // overlong
-  EXPECT_EQ(printable("\xed\xa0\x80"), mark + mark + mark);             // a surrogate
-  EXPECT_EQ(printable("\xf4\x90\x80\x80"), mark + mark + mark + mark);  // beyond the last
-  EXPECT_EQ(printable("\xf0\x80\x80\x80"), mark + mark + mark + mark);  // overlong
 }
 
 }  // namespace

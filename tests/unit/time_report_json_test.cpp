@@ -6,6 +6,8 @@
 
 namespace {
 
+using namespace vlm::time_report;
+
 constexpr std::int64_t kStart = 1'709'622'489'012'345;
 
 TEST(TimeReportJson, HoldsTheWholeReport) {

@@ -7,6 +7,8 @@
 
 namespace {
 
+using namespace vlm::time_report;
+
 struct Parsed {
   bool valid;
   TimeReportOptions options;

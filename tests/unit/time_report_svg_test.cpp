@@ -8,6 +8,8 @@
 
 namespace {
 
+using namespace vlm::time_report;
+
 constexpr std::int64_t kStart = 1'709'622'489'012'345;
 
 /// A report on lines of 10 ms, and the `gaps` between blocks of `lines` of them.

@@ -7,6 +7,8 @@
 
 namespace {
 
+using namespace vlm::time_report;
+
 constexpr std::int64_t kMs = 1'000;
 constexpr std::int64_t kSecond = 1'000'000;
 constexpr std::int64_t kHour = 3'600 * kSecond;

@@ -26,6 +26,8 @@ using ::testing::internal::GetCapturedStderr;
 
 namespace {
 
+using namespace vlm::bus;
+
 std::atomic<bool> g_has_inotify{true};
 std::atomic<int> g_looks{0};
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace vlm::time_report {
+
 namespace {
 
 void widen(IntervalColumns::Column& column, const IntervalColumns::Column& other) {
@@ -31,3 +33,5 @@ void IntervalColumns::join_pairs() {
   _columns.resize(joined);
   _width_us *= 2;
 }
+
+}  // namespace vlm::time_report

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace vlm::time_report {
+
 /// Columns of equal width from time 0 on. When a time lies beyond the last column that there may
 /// be, columns are joined in pairs, as often as it takes.
 class IntervalColumns {
@@ -29,5 +31,7 @@ class IntervalColumns {
   std::vector<Column> _columns;
   std::int64_t _width_us = 10'000;
 };
+
+}  // namespace vlm::time_report
 
 #endif  // INTERVAL_COLUMNS_H

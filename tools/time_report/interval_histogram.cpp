@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace vlm::time_report {
+
 namespace {
 
 constexpr int kBucketBits = 13;
@@ -45,3 +47,5 @@ std::int64_t IntervalHistogram::percentile(unsigned percent) const {
   }
   return _max;
 }
+
+}  // namespace vlm::time_report

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace vlm::time_report {
+
 /// Below 16384 every value has a bucket of its own; above, each power of two is cut into 8192
 /// buckets, so that a percentile is at most 0.02 % above the exact one.
 class IntervalHistogram {
@@ -28,5 +30,7 @@ class IntervalHistogram {
   std::int64_t _min = 0;
   std::int64_t _max = 0;
 };
+
+}  // namespace vlm::time_report
 
 #endif  // INTERVAL_HISTOGRAM_H

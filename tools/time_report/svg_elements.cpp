@@ -1,12 +1,15 @@
 #include "svg_elements.h"
 
 #include "time_report_format.h"
+#include "utf8.h"
+
+namespace vlm::time_report {
 
 namespace {
 
 std::string escaped(const std::string& text) {
   std::string result;
-  for (const char c : printable(text)) {
+  for (const char c : host::printable(text)) {
     switch (c) {
       case '<': result += "&lt;"; break;
       case '>': result += "&gt;"; break;
@@ -37,3 +40,5 @@ std::string svg_box(double x, double y, double width, double height,
                 height) +
          attributes + "/>\n";
 }
+
+}  // namespace vlm::time_report

@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace vlm::time_report {
+
 /// How a line is drawn: a colour, and a dash pattern or "none".
 struct Look {
   const char* colour;
@@ -14,5 +16,7 @@ struct Look {
 std::string svg_text(double x, double y, const std::string& attributes, const std::string& text);
 std::string svg_line(double x1, double y1, double x2, double y2, const Look& look, double width);
 std::string svg_box(double x, double y, double width, double height, const std::string& attributes);
+
+}  // namespace vlm::time_report
 
 #endif  // SVG_ELEMENTS_H

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace vlm::time_report {
+
 namespace {
 
 constexpr double kGap = 6;
@@ -38,3 +40,5 @@ bool LabelRows::is_free(const PlacedLabel& wanted) const {
     return overlaps(wanted, other) || crosses(wanted, other) || crosses(other, wanted);
   });
 }
+
+}  // namespace vlm::time_report

@@ -5,6 +5,8 @@
 #include <optional>
 #include <vector>
 
+namespace vlm::time_report {
+
 struct PlacedLabel {
   int row;       // 0 is the lowest
   double x;      // where its leader goes down to the plot
@@ -29,5 +31,7 @@ class LabelRows {
   int _rows;
   std::vector<PlacedLabel> _placed;
 };
+
+}  // namespace vlm::time_report
 
 #endif  // SVG_LABELS_H

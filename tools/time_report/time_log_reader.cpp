@@ -12,6 +12,8 @@
 #include <memory>
 #include <tuple>
 
+namespace vlm::time_report {
+
 namespace {
 
 // --- One line ---
@@ -230,3 +232,5 @@ void read_time_log(const std::string& directory, const TimeLogListing& listing, 
     }
   }
 }
+
+}  // namespace vlm::time_report

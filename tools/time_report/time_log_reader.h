@@ -13,6 +13,8 @@
 #include <string_view>
 #include <vector>
 
+namespace vlm::time_report {
+
 constexpr int kLinesPerFile = 9999;
 
 struct TimeLine {
@@ -60,5 +62,7 @@ using ReadProgress = std::function<void(std::uint64_t bytes)>;
 /// Reads all files of `listing`; what cannot be read is passed on and passed over.
 void read_time_log(const std::string& directory, const TimeLogListing& listing, TimeLogSink& sink,
                    const ReadProgress& progress);
+
+}  // namespace vlm::time_report
 
 #endif  // TIME_LOG_READER_H

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <utility>
 
+namespace vlm::time_report {
+
 namespace {
 
 constexpr double kNominalIntervalUs = 10'000;
@@ -156,3 +158,5 @@ bool TimeReport::clean() const {
   return count(TimeEventKind::kJumpBack) == 0 && count(TimeEventKind::kJumpForward) == 0 &&
          count(TimeEventKind::kStall) == 0;
 }
+
+}  // namespace vlm::time_report

@@ -26,6 +26,8 @@
 #include "interval_histogram.h"
 #include "time_log_reader.h"
 
+namespace vlm::time_report {
+
 struct TimeThresholds {
   std::int64_t stall_us = 100'000;    // a longer gap is a stall
   std::int64_t jump_us = 10'000'000;  // a longer gap is a jump of the clock
@@ -145,5 +147,7 @@ class TimeReport : public TimeLogSink {
   double _usual_sum_us = 0;
   std::uint64_t _usual_count = 0;
 };
+
+}  // namespace vlm::time_report
 
 #endif  // TIME_REPORT_H

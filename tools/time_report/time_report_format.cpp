@@ -5,32 +5,11 @@
 #include <cstdlib>
 #include <ctime>
 
+namespace vlm::time_report {
+
 namespace {
 
 constexpr std::int64_t kMicrosPerSecond = 1'000'000;
-
-/// Bytes of the well-formed UTF-8 character at `at`; 0 when there is none.
-std::size_t character_size(const std::string& text, std::size_t at) {
-  const auto byte = [&](std::size_t i) {
-    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-  };
-  const unsigned lead = byte(at);
-  if (lead < 0x80) return 1;
-  const std::size_t size = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-  // The second byte is narrower after some first ones: no overlong forms, no surrogates, nothing
-  // beyond U+10FFFF.
-  unsigned least = 0x80;
-  unsigned most = 0xbf;
-  if (lead == 0xe0) least = 0xa0;
-  if (lead == 0xed) most = 0x9f;
-  if (lead == 0xf0) least = 0x90;
-  if (lead == 0xf4) most = 0x8f;
-  if (lead < 0xc2 || lead > 0xf4 || byte(at + 1) < least || byte(at + 1) > most) return 0;
-  for (std::size_t i = at + 2; i < at + size; ++i) {
-    if (byte(i) < 0x80 || byte(i) > 0xbf) return 0;
-  }
-  return size;
-}
 
 }  // namespace
 
@@ -90,19 +69,4 @@ std::string faults_text(const TimeReport& report) {
          count_text(report.count(TimeEventKind::kStall), "stall");
 }
 
-std::string printable(const std::string& text) {
-  std::string result;
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t size = character_size(text, at);
-    const bool control =
-        size == 1 && (static_cast<unsigned char>(text[at]) < 0x20 || text[at] == 0x7f);
-    if (size == 0 || control) {
-      result += "\xEF\xBF\xBD";
-      ++at;
-    } else {
-      result.append(text, at, size);
-      at += size;
-    }
-  }
-  return result;
-}
+}  // namespace vlm::time_report

@@ -7,6 +7,8 @@
 
 #include "time_report.h"
 
+namespace vlm::time_report {
+
 /// As printf does.
 std::string format(const char* form, ...) __attribute__((format(printf, 1, 2)));
 
@@ -25,8 +27,6 @@ std::string count_text(std::uint64_t count, const std::string& noun);
 /// "1 jump back, 0 jumps forward, 2 stalls".
 std::string faults_text(const TimeReport& report);
 
-/// `text` with every byte that is not part of well-formed UTF-8 and every control character
-/// replaced by U+FFFD.
-std::string printable(const std::string& text);
+}  // namespace vlm::time_report
 
 #endif  // TIME_REPORT_FORMAT_H

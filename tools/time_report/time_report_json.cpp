@@ -1,49 +1,18 @@
 #include "time_report_json.h"
 
+#include "json_writer.h"
 #include "time_report_format.h"
+#include "utf8.h"
+
+namespace vlm::time_report {
 
 namespace {
 
-std::string quoted(const std::string& text) {
-  std::string result = "\"";
-  for (const char c : printable(text)) {
-    if (c == '"' || c == '\\') result += '\\';
-    result += c;
-  }
-  return result + "\"";
-}
+using host::json_array;
+using host::json_object;
 
-/// The members of an object, or the elements of an array, one a line at an indentation.
-class Block {
- public:
-  Block(char opening, char closing, int depth)
-      : _closing(closing), _indent(2 * static_cast<std::size_t>(depth), ' '), _text(1, opening) {}
-
-  Block& element(const std::string& json) {
-    _text += (_empty ? "\n  " : ",\n  ") + _indent + json;
-    _empty = false;
-    return *this;
-  }
-  Block& member(const char* name, const std::string& json) {
-    return element(quoted(name) + ": " + json);
-  }
-  Block& text(const char* name, const std::string& value) { return member(name, quoted(value)); }
-  template <typename Integer>
-  Block& number(const char* name, Integer value) {
-    return member(name, std::to_string(value));
-  }
-
-  std::string str() const { return _text + (_empty ? "" : "\n" + _indent) + _closing; }
-
- private:
-  char _closing;
-  std::string _indent;
-  std::string _text;
-  bool _empty = true;
-};
-
-Block object(int depth) { return {'{', '}', depth}; }
-Block array(int depth) { return {'[', ']', depth}; }
+/// What the other outputs show, too: no control character is kept.
+std::string shown(const std::string& text) { return host::printable(text); }
 
 /// "2024-03-05T07:08:09.012345Z".
 std::string iso_text(std::int64_t time_us) {
@@ -53,7 +22,7 @@ std::string iso_text(std::int64_t time_us) {
 }
 
 std::string intervals_json(const IntervalHistogram& intervals) {
-  auto json = object(1);
+  auto json = json_object(1);
   json.number("count", intervals.count());
   if (intervals.count() != 0) {
     json.number("min", intervals.min())
@@ -65,17 +34,18 @@ std::string intervals_json(const IntervalHistogram& intervals) {
 }
 
 std::string unreadable_json(const std::vector<TimeLogFile>& files) {
-  auto json = array(1);
+  auto json = json_array(1);
   for (const auto& file : files) {
-    json.element(object(2).text("file", file.name).text("reason", file.fault).str());
+    json.element(
+        json_object(2).text("file", shown(file.name)).text("reason", shown(file.fault)).str());
   }
   return json.str();
 }
 
 std::string event_json(const TimeEvent& event) {
-  return object(2)
+  return json_object(2)
       .text("kind", kind_text(event.kind))
-      .text("file", event.file)
+      .text("file", shown(event.file))
       .number("line", event.position)
       .text("time", iso_text(event.time_us))
       .number("time_us", event.time_us)
@@ -85,7 +55,7 @@ std::string event_json(const TimeEvent& event) {
 }
 
 std::string events_json(const std::vector<TimeEvent>& events) {
-  auto json = array(1);
+  auto json = json_array(1);
   for (const auto& event : events) json.element(event_json(event));
   return json.str();
 }
@@ -94,9 +64,9 @@ std::string events_json(const std::vector<TimeEvent>& events) {
 
 std::string time_report_json(const TimeReport& report, const std::string& directory) {
   const auto& summary = report.summary();
-  auto json = object(0);
-  json.text("directory", directory)
-      .member("clean", report.clean() ? "true" : "false")
+  auto json = json_object(0);
+  json.text("directory", shown(directory))
+      .boolean("clean", report.clean())
       .number("jumps_back", report.count(TimeEventKind::kJumpBack))
       .number("jumps_forward", report.count(TimeEventKind::kJumpForward))
       .number("stalls", report.count(TimeEventKind::kStall))
@@ -122,3 +92,5 @@ std::string time_report_json(const TimeReport& report, const std::string& direct
       .member("events", events_json(report.events()));
   return json.str() + "\n";
 }
+
+}  // namespace vlm::time_report

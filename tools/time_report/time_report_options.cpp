@@ -1,11 +1,11 @@
 #include "time_report_options.h"
 
-#include <algorithm>
-#include <array>
 #include <charconv>
 #include <string_view>
 
-#include "time_report_format.h"
+#include "options.h"
+
+namespace vlm::time_report {
 
 namespace {
 
@@ -20,65 +20,24 @@ bool parse_ms(std::string_view text, std::int64_t& us) {
   return true;
 }
 
-struct Option {
-  const char* name;
-  const char* value;  // its name in the help; null for a switch
-  const char* help;
-  bool (*apply)(TimeReportOptions& options, std::string_view value);  // false: not a valid value
-};
-
-constexpr std::array<Option, 6> kOptions = {{
-    {"--stall", "MS", "a gap above MS milliseconds is a stall (100)",
-     [](auto& o, auto value) { return parse_ms(value, o.thresholds.stall_us); }},
-    {"--jump", "MS", "a gap above MS milliseconds is a clock set forward (10000)",
-     [](auto& o, auto value) { return parse_ms(value, o.thresholds.jump_us); }},
-    {"--json", nullptr, "print JSON instead of text", [](auto& o, auto) { return o.json = true; }},
-    {"--svg", "FILE", "draw the interval over time to FILE, faults marked",
-     [](auto& o, auto value) { return !(o.svg_file = value).empty(); }},
-    {"--help", nullptr, "print this help and end", [](auto& o, auto) { return o.help = true; }},
-    {"--version", nullptr, "print the version and end",
-     [](auto& o, auto) { return o.version = true; }},
-}};
-
-const Option* find_option(std::string_view name) {
-  const auto* const found = std::find_if(kOptions.begin(), kOptions.end(),
-                                         [&](const Option& option) { return name == option.name; });
-  return found == kOptions.end() ? nullptr : found;
+std::vector<host::Option> table(TimeReportOptions& o) {
+  const auto milliseconds = [](std::int64_t& us) {
+    return [&us](const std::string& value) { return parse_ms(value, us); };
+  };
+  return {
+      {"--stall", "MS", "a gap above MS milliseconds is a stall (100)",
+       milliseconds(o.thresholds.stall_us)},
+      {"--jump", "MS", "a gap above MS milliseconds is a clock set forward (10000)",
+       milliseconds(o.thresholds.jump_us)},
+      {"--json", nullptr, "print JSON instead of text", host::sets(o.json)},
+      {"--svg", "FILE", "draw the interval over time to FILE, faults marked",
+       host::keeps(o.svg_file)},
+      {"--help", nullptr, "print this help and end", host::sets(o.help)},
+      {"--version", nullptr, "print the version and end", host::sets(o.version)},
+  };
 }
 
-/// The arguments that are still to be read.
-class Arguments {
- public:
-  Arguments(int argc, const char* const* argv) : _next(argv + 1), _end(argv + argc) {}
-  bool empty() const { return _next == _end; }
-  std::string_view take() { return *_next++; }
-
- private:
-  const char* const* _next;
-  const char* const* _end;
-};
-
-bool apply_option(std::string_view argument, Arguments& rest, TimeReportOptions& options,
-                  std::string& error) {
-  const auto equals = argument.find('=');
-  const std::string name(argument.substr(0, equals));
-  const Option* const option = find_option(name);
-  const bool has_value = equals != std::string_view::npos;
-  if (option == nullptr) {
-    error = "unknown option " + name;
-  } else if (option->value == nullptr && has_value) {
-    error = name + " takes no value";
-  } else if (option->value != nullptr && !has_value && rest.empty()) {
-    error = name + " needs a value";
-  } else {
-    std::string_view value;
-    if (option->value != nullptr) value = has_value ? argument.substr(equals + 1) : rest.take();
-    if (!option->apply(options, value)) error = "bad value for " + name + ": " + std::string(value);
-  }
-  return error.empty();
-}
-
-bool take_directory(std::string_view argument, TimeReportOptions& options, std::string& error) {
+bool take_directory(const std::string& argument, TimeReportOptions& options, std::string& error) {
   if (!options.directory.empty()) error = "more than one directory";
   if (argument.empty()) error = "the directory has no name";
   options.directory = argument;
@@ -96,32 +55,22 @@ bool complete(const TimeReportOptions& options, std::string& error) {
 
 bool parse_time_report_options(int argc, const char* const* argv, TimeReportOptions& options,
                                std::string& error) {
-  Arguments rest(argc, argv);
-  bool options_ended = false;
-  while (!rest.empty()) {
-    const auto argument = rest.take();
-    if (!options_ended && argument == "--") {
-      options_ended = true;
-    } else if (options_ended || argument.substr(0, 1) != "-") {
-      if (!take_directory(argument, options, error)) return false;
-    } else if (!apply_option(argument, rest, options, error)) {
-      return false;
-    }
-  }
-  return complete(options, error);
+  const auto directory = [&](const std::string& text) {
+    return take_directory(text, options, error);
+  };
+  const auto fault =
+      host::read_arguments(host::arguments_of(argc, argv), {table(options), directory});
+  if (fault && error.empty()) error = host::text_of(*fault);
+  return !fault && complete(options, error);
 }
 
 std::string time_report_help() {
-  std::string text =
-      "usage: vlm_time_report [OPTIONS] DIRECTORY\n"
-      "Reads the files log_time_file_NNNN.log of a time log and tells where the clock jumped and\n"
-      "where the system stalled.\n\n";
-  for (const auto& option : kOptions) {
-    const auto name =
-        std::string(option.name) + (option.value ? std::string(" ") + option.value : "");
-    text += format("  %-12s  %s\n", name.c_str(), option.help);
-  }
-  return text +
+  TimeReportOptions unused;
+  return "usage: vlm_time_report [OPTIONS] DIRECTORY\n"
+         "Reads the files log_time_file_NNNN.log of a time log and tells where the clock jumped "
+         "and\n"
+         "where the system stalled.\n\n" +
+         host::options_help(table(unused), 12) +
          "\nThe log knows the wall clock only. A clock set back by more than an interval always "
          "shows.\n"
          "A clock set forward looks like a stall of the same length: gaps above --stall and up to\n"
@@ -132,3 +81,5 @@ std::string time_report_help() {
          "written,\n"
          "2 wrong usage.\n";
 }
+
+}  // namespace vlm::time_report

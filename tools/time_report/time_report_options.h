@@ -6,6 +6,8 @@
 
 #include "time_report.h"
 
+namespace vlm::time_report {
+
 struct TimeReportOptions {
   TimeThresholds thresholds;
   bool json = false;
@@ -21,5 +23,7 @@ bool parse_time_report_options(int argc, const char* const* argv, TimeReportOpti
                                std::string& error);
 
 std::string time_report_help();
+
+}  // namespace vlm::time_report
 
 #endif  // TIME_REPORT_OPTIONS_H

@@ -11,6 +11,8 @@
 #include "svg_labels.h"
 #include "time_report_format.h"
 
+namespace vlm::time_report {
+
 namespace {
 
 // The page. Labels stand in rows between the heading and the plot.
@@ -311,3 +313,5 @@ std::string time_report_svg(const TimeReport& report, const std::string& directo
          curve(report.columns(), time, interval) + threshold(report, interval) + legend() +
          "</svg>\n";
 }
+
+}  // namespace vlm::time_report

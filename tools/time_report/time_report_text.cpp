@@ -1,6 +1,9 @@
 #include "time_report_text.h"
 
 #include "time_report_format.h"
+#include "utf8.h"
+
+namespace vlm::time_report {
 
 namespace {
 
@@ -36,7 +39,7 @@ std::string lines_text(const TimeSummary& summary) {
 
 std::string log_text(const TimeReport& report, const std::string& directory) {
   const auto& summary = report.summary();
-  return row("log", printable(directory) + ": " + count_text(summary.files, "file") + ", " +
+  return row("log", host::printable(directory) + ": " + count_text(summary.files, "file") + ", " +
                         count_text(summary.lines, "line")) +
          row("from", utc_text(summary.first_us) + " UTC") +
          row("to", utc_text(summary.last_us) + " UTC") +
@@ -75,3 +78,5 @@ std::string time_report_text(const TimeReport& report, const std::string& direct
   const auto verdict = report.clean() ? "clean: " : "FAULTY: ";
   return verdict + faults_text(report) + "\n" + log_text(report, directory) + events_text(report);
 }
+
+}  // namespace vlm::time_report

@@ -15,6 +15,9 @@
 #include "time_report_options.h"
 #include "time_report_svg.h"
 #include "time_report_text.h"
+#include "utf8.h"
+
+namespace vlm::time_report {
 
 namespace {
 
@@ -63,7 +66,8 @@ bool write_file(const std::string& path, const std::string& text) {
 int read_log(const std::string& directory, TimeReport& report) {
   TimeLogListing listing;
   std::string error;
-  if (!list_time_log(directory, listing, error)) return fail(printable(directory) + ": " + error);
+  if (!list_time_log(directory, listing, error))
+    return fail(host::printable(directory) + ": " + error);
   {
     ProgressLine progress(listing.bytes);
     read_time_log(directory, listing, report, [&](auto bytes) { progress.update(bytes); });
@@ -71,7 +75,7 @@ int read_log(const std::string& directory, TimeReport& report) {
   report.finish();
   for (const auto& file : report.summary().unreadable_files) fail(file.name + ": " + file.fault);
   if (report.summary().lines != 0) return kClean;
-  return fail(printable(directory) + ": no line of a time log");
+  return fail(host::printable(directory) + ": no line of a time log");
 }
 
 int make_report(const TimeReportOptions& options) {
@@ -79,7 +83,7 @@ int make_report(const TimeReportOptions& options) {
   if (const int status = read_log(options.directory, report); status != kClean) return status;
   if (!options.svg_file.empty() &&
       !write_file(options.svg_file, time_report_svg(report, options.directory))) {
-    return fail(printable(options.svg_file) + ": " + std::strerror(errno));
+    return fail(host::printable(options.svg_file) + ": " + std::strerror(errno));
   }
   const auto text = options.json ? time_report_json(report, options.directory)
                                  : time_report_text(report, options.directory);
@@ -87,9 +91,7 @@ int make_report(const TimeReportOptions& options) {
   return report.clean() ? kClean : kFaulty;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   TimeReportOptions options;
   std::string error;
   if (!parse_time_report_options(argc, argv, options, error)) {
@@ -103,3 +105,9 @@ int main(int argc, char** argv) {
   }
   return make_report(options);
 }
+
+}  // namespace
+
+}  // namespace vlm::time_report
+
+int main(int argc, char** argv) { return vlm::time_report::run(argc, argv); }
