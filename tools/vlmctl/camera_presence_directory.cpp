@@ -5,6 +5,6 @@
 
 namespace vlm::ctl {
 
-bool may_have_camera() { return bus_has_subscriber(kRequestChannel); }
+bool may_have_camera() { return bus::bus_has_subscriber(kRequestChannel); }
 
 }  // namespace vlm::ctl

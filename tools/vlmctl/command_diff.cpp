@@ -33,11 +33,11 @@ class Comparison {
   }
 
   void show_json(const Item& item, const Side& left, const Side& right) {
-    JsonBuilder json = JsonBuilder::object();
-    json.add_text("name", item.name());
-    if (left) json.add("left", value_json(*item.field, *left));
-    if (right) json.add("right", value_json(*item.field, *right));
-    if (*item.field->unit != '\0') json.add_text("unit", item.field->unit);
+    host::JsonBlock json = host::json_object();
+    json.text("name", item.name());
+    if (left) json.member("left", value_json(*item.field, *left));
+    if (right) json.member("right", value_json(*item.field, *right));
+    if (*item.field->unit != '\0') json.text("unit", item.field->unit);
     _console.object(json);
   }
 

@@ -52,10 +52,10 @@ class Events {
 
 void show(const Console& console, const Event& event) {
   if (console.json) {
-    JsonBuilder json = JsonBuilder::object();
-    json.add_text("event", event.name);
-    for (const auto& [name, value] : event.details) json.add(name, value);
-    return console.object(json.add_text("time", console.time()));
+    host::JsonBlock json = host::json_object();
+    json.text("event", event.name);
+    for (const auto& [name, value] : event.details) json.member(name, value);
+    return console.object(json.text("time", console.time()));
   }
   std::string line = console.time() + " " + event.name;
   for (const auto& [name, value] : event.details) line += " " + name + "=" + value;

@@ -19,21 +19,21 @@ struct Statistic {
 
 constexpr Statistic kStatistics[] = {{"min", 0}, {"median", 0.5}, {"p99", 0.99}, {"max", 1}};
 
-JsonBuilder result_json(unsigned sent, const Latency& latency) {
-  JsonBuilder json = JsonBuilder::object();
-  json.add_number("sent", sent);
-  json.add_number("answered", static_cast<long long>(latency.count()));
+host::JsonBlock result_json(unsigned sent, const Latency& latency) {
+  host::JsonBlock json = host::json_object();
+  json.number("sent", sent);
+  json.number("answered", static_cast<long long>(latency.count()));
   if (latency.count() == 0) return json;
   for (const auto& [name, part] : kStatistics) {
-    json.add(std::string(name) + "_ms", milliseconds(latency.quantile(part)));
+    json.member(std::string(name) + "_ms", milliseconds(latency.quantile(part)));
   }
-  JsonBuilder bins = JsonBuilder::array();
+  host::JsonBlock bins = host::json_array();
   for (const auto& bin : latency.histogram()) {
-    JsonBuilder one = JsonBuilder::object();
-    one.add("above_ms", milliseconds(bin.above)).add("up_to_ms", milliseconds(bin.up_to));
-    bins.append(one.add_number("count", bin.count).text());
+    host::JsonBlock one = host::json_object();
+    one.member("above_ms", milliseconds(bin.above)).member("up_to_ms", milliseconds(bin.up_to));
+    bins.element(one.number("count", bin.count).str());
   }
-  return json.add("histogram", bins.text());
+  return json.member("histogram", bins.str());
 }
 
 std::string bar(unsigned count, std::size_t all) {

@@ -84,10 +84,10 @@ class Restorer {
     const Console& console = _session.console();
     const bool same = is_same(*part.item.field, part.value, before);
     if (console.json) {
-      return console.value(part.item, part.value, [&](JsonBuilder& json) {
-        json.add_text("was", shown(*part.item.field, before));
-        json.add("changed", same ? "false" : "true");
-        if (_dry_run) json.add("dry_run", "true");
+      return console.value(part.item, part.value, [&](host::JsonBlock& json) {
+        json.text("was", shown(*part.item.field, before));
+        json.member("changed", same ? "false" : "true");
+        if (_dry_run) json.member("dry_run", "true");
       });
     }
     console.line(part.item.name() + " = " + shown(*part.item.field, part.value) +
@@ -106,35 +106,49 @@ class Passes {
       : _session(session), _restorer(session, dry_run), _keep_going(keep_going) {}
 
   int run(std::vector<Write> left) {
-    for (bool last = false; !left.empty() && !_stopped;) {
-      const std::vector<Write> refused = pass(left, last);
-      last = refused.size() == left.size();
-      left = refused;
+    while (!left.empty()) {
+      const std::vector<Refusal> refused = pass(left);
+      const bool progress = refused.size() < left.size();
+      left.clear();
+      for (const Refusal& refusal : refused) {
+        if (progress && !_stopped) left.push_back(refusal.write);
+        if (!progress || _stopped) report(refusal.failure);
+      }
     }
     return _tally.status();
   }
 
  private:
-  std::vector<Write> pass(const std::vector<Write>& writes, bool last) {
-    std::vector<Write> refused;
+  struct Refusal {
+    Write write;
+    Failure failure;
+  };
+
+  /// Returns what was refused.
+  std::vector<Refusal> pass(const std::vector<Write>& writes) {
+    std::vector<Refusal> refused;
     for (const Write& write : writes) {
       if (_stopped) break;
       if (interrupted()) {
-        report({kPartly, write.parts[0].item.name(), "interrupted, not restored"});
-        _stopped = true;
+        stop({kPartly, write.parts[0].item.name(), "interrupted, not restored"});
         break;
       }
       const auto failure = _restorer.restore(write);
       if (!failure) {
         _tally.succeeded();
-      } else if (failure->status == kRefused && !last) {
-        refused.push_back(write);
+      } else if (failure->status == kRefused) {
+        refused.push_back({write, *failure});
       } else {
         report(*failure);
         _stopped = !_keep_going;
       }
     }
-    return last ? std::vector<Write>() : refused;
+    return refused;
+  }
+
+  void stop(const Failure& failure) {
+    report(failure);
+    _stopped = true;
   }
 
   void report(const Failure& failure) {

@@ -46,8 +46,8 @@ void show_done(const Console& console, const Row& row, const catalogue::Value& r
     return console.value({&row, &row.value}, result);
   }
   if (!console.json) return console.line(std::string(row.name()) + ": done");
-  JsonBuilder json = JsonBuilder::object();
-  json.add_text("name", row.name()).add_text("time", console.time());
+  host::JsonBlock json = host::json_object();
+  json.text("name", row.name()).text("time", console.time());
   console.object(json);
 }
 

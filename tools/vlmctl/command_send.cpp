@@ -111,9 +111,9 @@ std::string hex(const Payload& payload) {
 
 void show(const Console& console, int code, const client::Answer& answer) {
   if (console.json) {
-    JsonBuilder json = JsonBuilder::object();
-    json.add_number("code", code).add_text("name", vlm_strcmd(code));
-    json.add_text("payload", hex(answer.payload)).add_text("time", console.time());
+    host::JsonBlock json = host::json_object();
+    json.number("code", code).text("name", vlm_strcmd(code));
+    json.text("payload", hex(answer.payload)).text("time", console.time());
     return console.object(json);
   }
   const std::string bytes = hex(answer.payload);

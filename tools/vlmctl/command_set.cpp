@@ -25,8 +25,8 @@ void require_readable(Session& session, const std::vector<Write>& writes) {
 /// What was, or would be, set.
 void show(Session& session, const Write& write, const char* extra) {
   for (const Assignment& part : write.parts) {
-    session.console().value(part.item, part.value, [&](JsonBuilder& json) {
-      if (extra != nullptr) json.add(extra, "true");
+    session.console().value(part.item, part.value, [&](host::JsonBlock& json) {
+      if (extra != nullptr) json.member(extra, "true");
     });
   }
 }

@@ -35,15 +35,15 @@ std::string failure_text(const Failure& failure) {
   return printable(text);
 }
 
-JsonBuilder failure_json(const Failure& failure) {
-  JsonBuilder error = JsonBuilder::object();
+host::JsonBlock failure_json(const Failure& failure) {
+  host::JsonBlock error = host::json_object();
   if (failure.code != 0) {
-    error.add_number("code", failure.code).add_text("name", result_text(failure.code));
+    error.number("code", failure.code).text("name", result_text(failure.code));
   }
-  if (!failure.subject.empty()) error.add_text("setting", failure.subject);
-  error.add_number("status", failure.status).add_text("message", failure.message);
-  JsonBuilder json = JsonBuilder::object();
-  json.add("error", error.text());
+  if (!failure.subject.empty()) error.text("setting", failure.subject);
+  error.number("status", static_cast<int>(failure.status)).text("message", failure.message);
+  host::JsonBlock json = host::json_object();
+  json.member("error", error.str());
   return json;
 }
 
@@ -88,20 +88,20 @@ Console::Console(Write out, Write err, Now now)
     : _out(std::move(out)), _err(std::move(err)), _now(std::move(now)) {}
 
 void Console::value(const Item& item, const Value& value,
-                    const std::function<void(JsonBuilder&)>& extra) const {
+                    const std::function<void(host::JsonBlock&)>& extra) const {
   const Field& field = *item.field;
   if (!json) return line(item.name() + " = " + shown(field, value));
-  JsonBuilder object = JsonBuilder::object();
-  object.add_text("name", item.name());
+  host::JsonBlock object = host::json_object();
+  object.text("name", item.name());
   if (field.is(catalogue::kSecret)) {
-    object.add_text("value", kSecretShown);
+    object.text("value", kSecretShown);
   } else {
-    object.add("value", value_json(field, value));
+    object.member("value", value_json(field, value));
     const std::string raw = raw_json(field, value);
-    if (!raw.empty()) object.add("raw", raw);
+    if (!raw.empty()) object.member("raw", raw);
   }
-  if (*field.unit != '\0') object.add_text("unit", field.unit);
-  object.add_text("time", time());
+  if (*field.unit != '\0') object.text("unit", field.unit);
+  object.text("time", time());
   if (extra) extra(object);
   this->object(object);
 }

@@ -9,7 +9,7 @@
 
 #include "catalogue_value.h"
 #include "exit_status.h"
-#include "json.h"
+#include "json_writer.h"
 
 namespace vlm::ctl {
 
@@ -37,12 +37,12 @@ class Console {
   /// A remark on standard error; not part of the result.
   void remark(const std::string& text) const { _err("vlmctl: " + text + '\n'); }
   /// One object.
-  void object(const JsonBuilder& json_object) const { line(json_object.text()); }
+  void object(const host::JsonBlock& json_object) const { line(json_object.str()); }
 
   /// "lens.zoom = 5.5 x", or the object of a value; `extra` is added to the object. A secret is not
   /// shown.
   void value(const catalogue::Item& item, const catalogue::Value& value,
-             const std::function<void(JsonBuilder&)>& extra = nullptr) const;
+             const std::function<void(host::JsonBlock&)>& extra = nullptr) const;
   void failure(const Failure& failure) const;
 
   std::string time() const { return utc_text(_now()); }

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "json.h"
+#include "json_writer.h"
 
 namespace vlm::ctl {
 
@@ -31,7 +31,7 @@ const char* storage_status(int status) {
 /// Status, number of the storage and their count less one, in 3, 3 and 2 bits.
 Event storage_event(u8 packed) {
   return {"storage",
-          {{"status", json_text(storage_status(packed & 7))},
+          {{"status", host::json_string(storage_status(packed & 7))},
            {"storage", std::to_string((packed & 0x38) >> 3)},
            {"count", std::to_string((packed >> 6) + 1)}}};
 }
@@ -40,7 +40,7 @@ Event picture_event(const u8* data) {
   udp_ctrl_cam_misc_image_info_t info;
   std::memcpy(&info, data, sizeof info);
   return {"picture",
-          {{"file", json_text(std::string(info.url, strnlen(info.url, sizeof info.url)))},
+          {{"file", host::json_string(std::string(info.url, strnlen(info.url, sizeof info.url)))},
            {"index", std::to_string(info.image_index)},
            {"result", std::to_string(info.result)},
            {"roll", real(info.roll)},
