@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "process.h"
+#include "udp_service_program.h"
 
 namespace {
 
@@ -169,6 +170,80 @@ TEST_F(VlmctlProgram, TellsTheStatesOfAnUpgrade) {
   EXPECT_NE(err.find("camera.upgrade: VLM err is upgrading quorin camera\n"), std::string::npos);
   EXPECT_EQ(run({"get", "camera.version.patch"}), 0);
   EXPECT_EQ(out, "camera.version.patch = 1\n");
+}
+
+// Over the UDP service, with the real one between.
+
+class VlmctlOverUdp : public UdpServiceProgram {
+ protected:
+  Outcome vlmctl(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"--camera", url});
+    return run("vlmctl", arguments);
+  }
+  void start_all() {
+    start_camera();
+    url = "udp://127.0.0.1:" + std::to_string(start_service());
+  }
+
+  std::string url;
+};
+
+TEST_F(VlmctlOverUdp, ReadsAndWritesWhatTheServiceOffers) {
+  start_all();
+  for (const std::string assignment :
+       {"video=1280x720@25", "photo.ratio=16:9", "white_balance.mode=sunny", "metering.mode=spot",
+        "image.color_mode=vivid", "video.encoding=h265", "video.standard=pal",
+        "camera.mode=photo"}) {
+    EXPECT_EQ(vlmctl({"set", assignment}).status, 0) << assignment;
+    const std::string name = assignment.substr(0, assignment.find('='));
+    const std::string value = assignment.substr(name.size() + 1);
+    // The bus tells what arrived.
+    EXPECT_EQ(run("vlmctl", {"get", name}).output, name + " = " + value + "\n");
+  }
+  EXPECT_EQ(vlmctl({"get", "video", "photo.ratio", "camera.type", "camera.version"}).output,
+            "video = 1280x720@25\nphoto.ratio = 16:9\ncamera.type = 11\n"
+            "camera.version = module=VLMSIM,major=1,minor=4,patch=0,branch=R\n");
+  EXPECT_EQ(vlmctl({"set", "metering.spot=10,20", "--verify"}).status, 0);
+}
+
+TEST_F(VlmctlOverUdp, WritesWhatTheServiceOnlyTakes) {
+  start_all();
+  for (const std::string assignment :
+       {"exposure=shutter=1/250,iso=400", "exposure.ev=-1/3", "exposure.shutter_code=258",
+        "photo=mode=bracket,count=5,ev_step=1/3,interval=1000", "photo.format=jpg+dng",
+        "photo.quality=low", "video.file_format=mov", "exposure.mode=manual",
+        "image.flicker=50hz"}) {
+    EXPECT_EQ(vlmctl({"set", assignment}).status, 0) << assignment;
+    const std::string name = assignment.substr(0, assignment.find('='));
+    EXPECT_EQ(run("vlmctl", {"get", name})
+                  .output.rfind(name + " = " + assignment.substr(name.size() + 1), 0),
+              0U)
+        << assignment;
+  }
+}
+
+TEST_F(VlmctlOverUdp, NamesWhatThisWayCannotDo) {
+  start_all();
+  const Outcome zoom = vlmctl({"get", "lens.zoom"});
+  EXPECT_EQ(zoom.status, 6);
+  EXPECT_EQ(zoom.errors, "vlmctl: lens.zoom: it cannot be read over " + url + "\n");
+  EXPECT_EQ(vlmctl({"set", "exposure.shutter=1/10"}).status, 6);  // its ISO cannot be read
+  EXPECT_EQ(vlmctl({"run", "lens.autofocus"}).status, 6);
+  EXPECT_EQ(vlmctl({"run", "photo.take", "--wait"}).status, 6);
+  EXPECT_EQ(vlmctl({"events"}).status, 6);
+  EXPECT_EQ(vlmctl({"ping"}).status, 6);
+  EXPECT_EQ(vlmctl({"send", "1"}).status, 6);
+}
+
+TEST_F(VlmctlOverUdp, TellsRefusalsAndTheServicesOwnTimeOut) {
+  start_all();
+  EXPECT_EQ(vlmctl({"run", "photo.take"}).status, 1);
+  EXPECT_EQ(vlmctl({"run", "recording.start"}).status, 0);
+  EXPECT_EQ(vlmctl({"run", "recording.stop"}).status, 0);
+  _camera.reset();
+  EXPECT_EQ(vlmctl({"get", "camera.mode"}).status, 3);
+  _service.reset();
+  EXPECT_EQ(vlmctl({"get", "camera.mode"}).status, 7);
 }
 
 }  // namespace

@@ -7,11 +7,13 @@ namespace vlm::ctl {
 namespace {
 
 constexpr Option kProgramOptions[] = {
-    {"--camera", "NAME",
-     "local, the default: the bus of this machine; a path with a slash: the bus in that directory"},
+    {"--camera", "CAMERA",
+     "local, the default: the bus of this machine; a path with a slash: the bus in that directory; "
+     "udp://HOST[:PORT]: the UDP service there (port 9528), for what it offers"},
     {"--json", nullptr, "print objects of JSON, one a line; also behind the command"},
     {"--timeout", "TIME",
-     "wait that long for each answer (3s; 500ms for the camera's status): 500ms, 2s, 1m"},
+     "wait that long for each answer (3s; 500ms for the camera's status; 4s over UDP): 500ms, 2s, "
+     "1m"},
     {"--retries", "N", "ask again up to N times where there is no answer, or a busy one (0)"},
     {"-v", nullptr, "tell each request and the time it took on standard error"},
     {"--help", nullptr, "print this, or behind a command its own help, and exit"},
