@@ -377,6 +377,107 @@ TEST_F(VlmctlFiles, KeepsTextsThatWouldNotSurviveALine) {
   EXPECT_EQ(std::string(camera.payloads[69].begin(), camera.payloads[69].begin() + 6), text);
 }
 
+// batch
+
+class VlmctlBatch : public VlmctlFiles {
+ protected:
+  int batch(const std::string& script, const std::string& options = "") {
+    directory.write("script", script);
+    return run("batch " + options + " " + file("script"));
+  }
+};
+
+TEST_F(VlmctlBatch, RunsLineByLine) {
+  EXPECT_EQ(batch("# a comment\n\n  set lens.zoom=2 # two\nget lens.zoom\nexpect lens.zoom=2\n"),
+            0);
+  EXPECT_EQ(out, "lens.zoom = 2 x\nlens.zoom = 2 x\n");
+  EXPECT_EQ(err, "");
+}
+
+TEST_F(VlmctlBatch, KeepsQuotedWordsTogether) {
+  EXPECT_EQ(batch("set \"wifi.name=my net\" wifi.name='a#b'\n"), 0);
+  EXPECT_EQ(out, "wifi.name = my net\nwifi.name = a#b\n");
+}
+
+TEST_F(VlmctlBatch, StopsAtTheFirstFailureWithItsStatus) {
+  camera.fails(2, Outcome::kRefused, VLM_ERR_FAILED);
+  EXPECT_EQ(batch("set camera.mode=photo\nget lens.zoom\n"), 1);
+  EXPECT_EQ(out, "");
+  EXPECT_EQ(err,
+            "vlmctl: camera.mode: the camera refused (needs camera.mode_lock=off): VLM failed (3)\n"
+            "vlmctl: line 1 ended with 1: set camera.mode=photo\n");
+}
+
+TEST_F(VlmctlBatch, GoesOnWhenToldTo) {
+  EXPECT_EQ(batch("expect lens.zoom=9\nget lens.zoom\n", "--keep-going"), 9);
+  EXPECT_EQ(out, "lens.zoom = 1 x\n");
+  EXPECT_EQ(batch("expect lens.zoom=9\n"), 8);
+}
+
+TEST_F(VlmctlBatch, RepeatsBlocks) {
+  EXPECT_EQ(batch("repeat 2\n get lens.zoom\n repeat 3\n  get image.osd\n end\nend\n"), 0);
+  EXPECT_EQ(camera.requests.size(), 8U);
+}
+
+TEST_F(VlmctlBatch, RefusesAFileThatIsNoScript) {
+  for (const char* const script : {"repeat 2\nget lens.zoom\n", "end\n", "repeat 0\nend\n",
+                                   "repeat x\nend\n", "get \"lens.zoom\n"}) {
+    EXPECT_EQ(batch(script), 2) << script;
+    EXPECT_EQ(err.rfind("vlmctl: line 1: ", 0), 0U) << err;
+  }
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(VlmctlBatch, ExpectsWithinATime) {
+  camera.fails(1, Outcome::kNoAnswer);
+  EXPECT_EQ(batch("within 1m expect camera.mode=video\nwithin 1m get lens.zoom\n"), 0);
+  EXPECT_EQ(batch("within 1ms expect camera.mode=photo\n"), 8);
+  EXPECT_EQ(batch("within 0ms sleep 2ms\n"), 11);
+}
+
+TEST_F(VlmctlBatch, ChecksEveryLineAndSendsNothing) {
+  EXPECT_EQ(batch("set lens.zoom=2\nrepeat 2\nget camera.mode\nsleep 1h\nend\nsave " +
+                      file("never") + "\nwithin 1s run photo.take --wait\nevents\nping\n",
+                  "--check"),
+            0)
+      << err;
+  EXPECT_TRUE(camera.requests.empty());
+  EXPECT_FALSE(directory.has("never"));
+  EXPECT_EQ(batch("set lens.zoom=99\nget nothing\nget lens.zoom\n", "--check"), 5);
+  EXPECT_EQ(err,
+            "vlmctl: line 1: lens.zoom: 99 is not allowed: 1 to 30 x\n"
+            "vlmctl: line 2: nothing: no such name\n");
+  EXPECT_EQ(batch("set lens.zoom=99\nnonsense\n", "--check"), 9);
+  EXPECT_EQ(batch("sleep\n", "--check"), 2);
+  EXPECT_EQ(batch("batch x\n", "--check"), 2);
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+std::string without_times(std::string text) {
+  for (std::size_t place = 0; (place = text.find(" # ", place)) != std::string::npos;) {
+    text.erase(place, text.find(" ms", place) + 3 - place);
+  }
+  return text;
+}
+
+TEST_F(VlmctlBatch, ReportsStepsAsTap) {
+  EXPECT_EQ(batch("expect lens.zoom=1\nexpect lens.zoom=2\n", "--tap --keep-going"), 9);
+  EXPECT_EQ(without_times(out),
+            "ok 1 - expect lens.zoom=1\n"
+            "not ok 2 - expect lens.zoom=2\n  ---\n  status: 8\n  message: >-\n"
+            "    lens.zoom: it is 1 x\n  ...\n1..2\n");
+}
+
+TEST_F(VlmctlBatch, ReportsStepsAsJUnit) {
+  EXPECT_EQ(batch("expect lens.zoom=1\nset \"camera.country=<&\"\nexpect lens.zoom=2\n",
+                  "--junit " + file("result.xml")),
+            8);
+  const std::string xml = directory.read("result.xml");
+  EXPECT_NE(xml.find("tests=\"3\" failures=\"1\""), std::string::npos) << xml;
+  EXPECT_NE(xml.find("name=\"set &quot;camera.country=&lt;&amp;&quot;\""), std::string::npos);
+  EXPECT_NE(xml.find("<failure type=\"8\" message=\"lens.zoom: it is 1 x\"/>"), std::string::npos);
+}
+
 // usage
 
 TEST_F(Vlmctl, EndsWith2WhenTheCommandLineIsWrong) {

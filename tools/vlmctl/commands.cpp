@@ -48,6 +48,14 @@ constexpr Option kRestoreOptions[] = {
     kJson,
     kHelp};
 
+constexpr Option kBatchOptions[] = {
+    {"--check", nullptr, "check every line, and send nothing"},
+    {"--keep-going", nullptr, "go on after a failed line; exit status 9 in the end"},
+    {"--tap", nullptr, "print a line of TAP for each step"},
+    {"--junit", "FILE", "write the steps as test cases into FILE"},
+    kJson,
+    kHelp};
+
 constexpr Command kCommands[] = {
     {"list", "[PATTERN]",
      "settings, readings and actions whose name or help holds PATTERN, or whose name matches it",
@@ -68,6 +76,10 @@ constexpr Command kCommands[] = {
     {"diff", "FILE [FILE]",
      "compare a saved file with the camera, or with another; exit status 10 when they differ",
      kCommon, run_diff},
+    {"batch", "FILE|-",
+     "run the commands of a file, one a line, up to the first that fails; also sleep TIME, expect "
+     "NAME=VALUE, within TIME COMMAND, repeat N ... end",
+     kBatchOptions, run_batch},
     {"ping", "", "measure how fast the camera tells its status", kPingOptions, run_ping},
     {"send", "CODE [HEX | NAME=VALUE...]", "send any code of the table, and decode the answer",
      kCommon, run_send},

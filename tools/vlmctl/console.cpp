@@ -107,8 +107,9 @@ void Console::value(const Item& item, const Value& value,
 }
 
 void Console::failure(const Failure& failure) const {
+  _last_failure = failure_text(failure);
   if (json) return object(failure_json(failure));
-  remark(failure_text(failure));
+  remark(_last_failure);
 }
 
 }  // namespace vlm::ctl

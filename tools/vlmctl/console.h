@@ -45,12 +45,17 @@ class Console {
              const std::function<void(host::JsonBlock&)>& extra = nullptr) const;
   void failure(const Failure& failure) const;
 
+  /// The text of the last failure; empty: none since it was forgotten.
+  const std::string& last_failure() const { return _last_failure; }
+  void forget_failure() const { _last_failure.clear(); }
+
   std::string time() const { return utc_text(_now()); }
 
  private:
   Write _out;
   Write _err;
   Now _now;
+  mutable std::string _last_failure;
 };
 
 /// The value as `Console::value` shows it, with its unit.
