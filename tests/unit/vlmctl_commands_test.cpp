@@ -1,6 +1,7 @@
 // What the sub-commands of vlmctl send, say and end with.
 
 #include "commands.h"
+#include "script.h"
 #include "temporary_directory.h"
 #include "vlmctl_fixture.h"
 
@@ -528,6 +529,36 @@ TEST_F(Vlmctl, HelpListsEveryCommandAndEachHasItsOwn) {
   }
   EXPECT_EQ(run("--version"), 0);
   EXPECT_EQ(out, "vlmctl 9.9\n");
+}
+
+// completion
+
+TEST_F(Vlmctl, CompletesWithoutACamera) {
+  const auto offered = [this](const std::string& line, const std::string& last) {
+    vlm::ctl::Words words{"__complete"};
+    for (const auto& word : vlm::ctl::split_words(line)) words.push_back(word);
+    words.push_back(last);
+    EXPECT_EQ(run_words(words), 0);
+    return out;
+  };
+  EXPECT_EQ(offered("", "desc"), "describe\n");
+  EXPECT_EQ(offered("--timeout 2s -v", "re"), "restore\n");
+  EXPECT_EQ(offered("--timeout", ""), "");
+  EXPECT_EQ(offered("", "--ret"), "--retries\n");
+  EXPECT_EQ(offered("get", "video.w"), "video.width\n");
+  EXPECT_EQ(offered("get", "--a"), "--all\n");
+  EXPECT_EQ(offered("set", "exposure.m"), "exposure.mode=\n");
+  EXPECT_EQ(offered("set lens.zoom=1", "exposure.mode="),
+            "exposure.mode=auto\nexposure.mode=manual\n");
+  EXPECT_EQ(offered("set", "image.osd=o"), "image.osd=on\nimage.osd=off\n");
+  EXPECT_EQ(offered("set", "camera.stat"), "");
+  EXPECT_EQ(offered("wait", "camera.status=i"), "camera.status=idle\n");
+  EXPECT_EQ(offered("run", "photo.ta"), "photo.take\n");
+  EXPECT_EQ(offered("run storage.format", ""), "slot=\n");
+  EXPECT_EQ(offered("run --yes storage.format", "slot=i"), "slot=internal\n");
+  EXPECT_EQ(offered("save", ""), "");
+  EXPECT_EQ(offered("nonsense", ""), "");
+  EXPECT_TRUE(camera.requests.empty());
 }
 
 // list, describe

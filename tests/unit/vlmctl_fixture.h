@@ -114,15 +114,18 @@ class Vlmctl : public testing::Test {
 
   /// Runs a command line; words are parted by spaces.
   int run(const std::string& line) {
-    out.clear();
-    err.clear();
-    camera.requests.clear();
     vlm::ctl::Words words;
     for (std::size_t place = 0; place <= line.size();) {
       const std::size_t end = std::min(line.find(' ', place), line.size());
       if (end > place) words.push_back(line.substr(place, end - place));
       place = end + 1;
     }
+    return run_words(words);
+  }
+  int run_words(const vlm::ctl::Words& words) {
+    out.clear();
+    err.clear();
+    camera.requests.clear();
     vlm::ctl::Console console([this](const std::string& text) { out += text; },
                               [this](const std::string& text) { err += text; },
                               [] { return std::chrono::system_clock::time_point(); });

@@ -1,6 +1,7 @@
 #include "program.h"
 
 #include "commands.h"
+#include "completion.h"
 
 namespace vlm::ctl {
 
@@ -56,6 +57,13 @@ Settings settings_of(const Arguments& arguments) {
 
 int run_or_throw(const Words& line, Console& console, const Session::Open& open,
                  const std::string& version) {
+  // For shells, not for people: no part of the help.
+  if (!line.empty() && line[0] == "__complete") {
+    for (const auto& each : completions(Words(line.begin() + 1, line.end()), kProgramOptions)) {
+      console.line(each);
+    }
+    return kDone;
+  }
   std::size_t place = 0;
   const Arguments arguments = parse_arguments(kProgramOptions, line, place, true);
   console.json = arguments.has("--json");
