@@ -2,7 +2,7 @@
 # Prints the bash completion of a program.
 # usage: generate.sh console LISTS        the console's two lists of commands
 #        generate.sh tool NAME HELP       what the program NAME prints for --help
-#        generate.sh vlmctl TEMPLATE        which asks the program itself
+#        generate.sh vlmctl TEMPLATE      which asks the program itself
 set -eu
 parts=$(dirname "$0")
 
