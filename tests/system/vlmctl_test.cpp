@@ -35,7 +35,7 @@ class VlmctlProgram : public testing::Test {
   }
 
   TemporaryDirectory directory;
-  const std::vector<std::string> environment{"VLM_BUS_DIR=" + (directory / "bus")};
+  std::vector<std::string> environment{"VLM_BUS_DIR=" + (directory / "bus")};
   std::unique_ptr<Process> camera;
   std::string out;
   std::string err;
@@ -170,6 +170,60 @@ TEST_F(VlmctlProgram, TellsTheStatesOfAnUpgrade) {
   EXPECT_NE(err.find("camera.upgrade: VLM err is upgrading quorin camera\n"), std::string::npos);
   EXPECT_EQ(run({"get", "camera.version.patch"}), 0);
   EXPECT_EQ(out, "camera.version.patch = 1\n");
+}
+
+// The shell.
+
+class VlmctlShell : public VlmctlProgram {
+ protected:
+  std::unique_ptr<Process> start_shell(Process::Terminal terminal) {
+    environment.push_back("XDG_STATE_HOME=" + (directory / "state"));
+    environment.push_back("TERM=dumb");
+    return start({"shell"}, terminal);
+  }
+};
+
+TEST_F(VlmctlShell, RunsLinesOfAPipeToItsEnd) {
+  start_camera();
+  const auto shell = start_shell(Process::kPipe);
+  shell->write("get lens.zoom\n\n--json\nget --json image.osd\nset lens.zoom=99\n");
+  shell->close_input();
+  const std::string printed = shell->read_all();
+  EXPECT_EQ(printed.rfind("lens.zoom = 1 x\n{\"name\":\"image.osd\",\"value\":false,", 0), 0U)
+      << printed;
+  EXPECT_EQ(shell->wait(), 5);
+}
+
+TEST_F(VlmctlShell, CompletesAtATerminalAndKeepsTheHistory) {
+  start_camera();
+  const auto shell = start_shell(Process::kPty);
+  shell->read_until("vlmctl> ");
+  shell->write("get lens.zo\t");  // lens.zoom or lens.zoom_drive, of which one can be read
+  shell->write("\n");
+  shell->read_until("lens.zoom = 1 x");
+  shell->write("set wifi.password=hunter22\n");
+  shell->read_until("(secret)");
+  shell->write("exit\n");
+  EXPECT_EQ(shell->wait(), 0);
+  const std::string history = directory.read("state/vlmctl/history");
+  EXPECT_NE(history.find("get"), std::string::npos);
+  EXPECT_EQ(history.find("hunter"), std::string::npos);
+}
+
+TEST_F(VlmctlShell, CtrlCEndsTheCommandAndNotTheShell) {
+  start_camera();
+  const auto shell = start_shell(Process::kPty);
+  shell->read_until("vlmctl> ");
+  shell->write("watch lens.zoom --every 20ms\n");
+  shell->read_until("lens.zoom = 1 x");
+  shell->write("\x03");
+  shell->read_until("vlmctl> ");
+  shell->write("half a line\x03");
+  shell->read_until("vlmctl> ");
+  shell->write("get image.osd\n");
+  shell->read_until("image.osd = off");
+  shell->write("\x04");
+  EXPECT_EQ(shell->wait(), 0);
 }
 
 // Over the UDP service, with the real one between.

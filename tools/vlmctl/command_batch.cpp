@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 constexpr std::chrono::milliseconds kExpectInterval{100};
-constexpr const char* kNotInBatch[] = {"batch"};
+constexpr const char* kNotInBatch[] = {"batch", "shell"};
 
 std::chrono::milliseconds duration_word(const Words& words, std::size_t place) {
   const auto parsed = place < words.size() ? parse_duration(words[place]) : std::nullopt;

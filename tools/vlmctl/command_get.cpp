@@ -1,4 +1,5 @@
 #include "commands.h"
+#include "interruption.h"
 #include "reading.h"
 #include "tally.h"
 
@@ -31,6 +32,7 @@ int run_get(Session& session, const Arguments& arguments) {
   Reader reader(session);
   Tally tally;
   for (const Item& item : items) {
+    if (interrupted()) return kPartly;
     const Read read = reader.read(item);
     if (const auto* value = std::get_if<catalogue::Value>(&read)) {
       session.console().value(item, *value);

@@ -80,6 +80,9 @@ constexpr Command kCommands[] = {
      "run the commands of a file, one a line, up to the first that fails; also sleep TIME, expect "
      "NAME=VALUE, within TIME COMMAND, repeat N ... end",
      kBatchOptions, run_batch},
+    {"shell", "",
+     "run commands typed at a prompt, with completion; exit or the end of input leaves", kCommon,
+     run_shell},
     {"ping", "", "measure how fast the camera tells its status", kPingOptions, run_ping},
     {"send", "CODE [HEX | NAME=VALUE...]", "send any code of the table, and decode the answer",
      kCommon, run_send},

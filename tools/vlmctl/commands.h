@@ -36,6 +36,7 @@ int run_save(Session& session, const Arguments& arguments);
 int run_restore(Session& session, const Arguments& arguments);
 int run_diff(Session& session, const Arguments& arguments);
 int run_batch(Session& session, const Arguments& arguments);
+int run_shell(Session& session, const Arguments& arguments);
 
 }  // namespace vlm::ctl
 

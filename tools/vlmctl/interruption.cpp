@@ -17,10 +17,10 @@ extern "C" void on_interruption(int) { g_interrupted = 1; }
 
 }  // namespace
 
-InterruptionHandler::InterruptionHandler() {
+InterruptionHandler::InterruptionHandler(Reading reading) {
   struct sigaction action {};
   action.sa_handler = on_interruption;
-  action.sa_flags = SA_RESTART;
+  action.sa_flags = reading == kGoesOn ? SA_RESTART : 0;
   sigaction(SIGINT, &action, &_before);
 }
 

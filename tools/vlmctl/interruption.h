@@ -14,7 +14,10 @@ void clear_interruption();
 /// While it lives, Ctrl-C is an interruption and does not end the program.
 class InterruptionHandler {
  public:
-  InterruptionHandler();
+  /// Whether reading goes on behind it.
+  enum Reading { kGoesOn, kEndsReading };
+
+  explicit InterruptionHandler(Reading reading = kGoesOn);
   ~InterruptionHandler();
   InterruptionHandler(const InterruptionHandler&) = delete;
   InterruptionHandler& operator=(const InterruptionHandler&) = delete;

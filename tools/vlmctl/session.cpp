@@ -5,6 +5,8 @@
 #include <thread>
 #include <utility>
 
+#include "interruption.h"
+
 namespace vlm::ctl {
 
 using catalogue::Row;
@@ -50,7 +52,7 @@ Answer Session::ask(const std::string& what, const std::function<Answer()>& once
     }
     const bool busy = answer.outcome == Outcome::kBusy;
     const bool again = busy || answer.outcome == Outcome::kNoAnswer;
-    if (!again || left == 0) return answer;
+    if (!again || left == 0 || interrupted()) return answer;
     // Who is busy needs time; who was silent has had it.
     if (busy) std::this_thread::sleep_for(pause);
     if (busy) pause = std::min(2 * pause, kLongestPause);
