@@ -28,7 +28,7 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_VLM_PACKAGE_NAME vlm)
 set(CPACK_DEBIAN_VLM_PACKAGE_SECTION embedded)
 set(CPACK_DEBIAN_VLM_PACKAGE_RECOMMENDS systemd)
-set(CPACK_DEBIAN_VLM_PACKAGE_SUGGESTS "bash-completion, vlm-tools")
+set(CPACK_DEBIAN_VLM_PACKAGE_SUGGESTS "bash-completion, libedit2, vlm-tools")
 set(CPACK_DEBIAN_VLM_PACKAGE_CONTROL_EXTRA
   ${debian}/vlm/postinst ${debian}/vlm/prerm ${debian}/vlm/postrm)
 set(CPACK_COMPONENT_VLM_DESCRIPTION "control and test console of the Velmar camera

@@ -70,7 +70,7 @@ class StepRunner {
       if (value != nullptr && is_same(*item.field, wanted.value, *value)) return kDone;
       next = std::max(next + kExpectInterval, Clock::now());
       if (next <= deadline && pause_until(next)) continue;
-      if (value == nullptr) throw std::get<Failure>(read);
+      if (value == nullptr) throw Failure(std::get<Failure>(read));
       throw Failure{kDiffers, item.name(), "it is " + shown(*item.field, *value)};
     }
   }

@@ -58,7 +58,8 @@ void show(const Console& console, const Event& event) {
     return console.object(json.text("time", console.time()));
   }
   std::string line = console.time() + " " + event.name;
-  for (const auto& [name, value] : event.details) line += " " + name + "=" + value;
+  for (const auto& [name, value] : event.details)
+    line.append(" ").append(name).append("=").append(value);
   console.line(line);
 }
 

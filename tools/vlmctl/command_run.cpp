@@ -94,7 +94,7 @@ int run_run(Session& session, const Arguments& arguments) {
   }
   if (row.is(catalogue::kDestructive) && !arguments.has("--yes")) confirm(session, row);
   const Answer answer = session.run(row, parameters);
-  if (const auto failure = failure_of(answer, row.name(), row)) throw *failure;
+  if (const auto failure = failure_of(answer, row.name(), row)) throw Failure(*failure);
   if (waits) wait_until_idle(session, row, limit);
   show_done(session.console(), row, answer.value);
   return kDone;

@@ -8,7 +8,6 @@
 
 namespace vlm::ctl {
 
-using catalogue::Field;
 using catalogue::Payload;
 using catalogue::Row;
 
@@ -133,7 +132,7 @@ int run_send(Session& session, const Arguments& arguments) {
   }
   const client::Answer answer = session.send(static_cast<u16>(code), payload);
   const std::string subject = std::to_string(code) + " " + vlm_strcmd(code);
-  if (const auto failure = failure_of(answer, subject)) throw *failure;
+  if (const auto failure = failure_of(answer, subject)) throw Failure(*failure);
   const Row* const row = row_of_answer(code, payload);
   const auto value = row != nullptr
                          ? decode_reply(*row, answer.payload.data(), answer.payload.size())

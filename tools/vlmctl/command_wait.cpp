@@ -40,7 +40,7 @@ int run_wait(Session& session, const Arguments& arguments) {
       session.console().value(item, *value);
       return kDone;
     }
-    if (is_final(read)) throw std::get<Failure>(read);
+    if (is_final(read)) throw Failure(std::get<Failure>(read));
     next = std::max(next + kPollInterval, Clock::now());
     if (next > deadline || !pause_until(next)) {
       throw Failure{kRanOut, item.name(), "the time is over, " + now_text(item, read)};

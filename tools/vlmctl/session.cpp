@@ -45,7 +45,7 @@ CameraLink& Session::camera() {
 Answer Session::ask(const std::string& what, const std::function<Answer()>& once) {
   std::chrono::milliseconds pause = kFirstPause;
   for (unsigned left = _settings.retries;; --left) {
-    const Answer answer = once();
+    Answer answer = once();
     if (_settings.verbose) {
       _console.remark(what + ": " + text(answer.outcome) +
                       (answer.done() ? ", " + milliseconds_text(answer.round_trip) : ""));

@@ -10,7 +10,6 @@
 
 namespace vlm::ctl {
 
-using catalogue::Field;
 using catalogue::Value;
 
 namespace {

@@ -6,9 +6,7 @@
 
 namespace vlm::ctl {
 
-using catalogue::Item;
 using catalogue::Members;
-using catalogue::Row;
 using catalogue::Value;
 
 namespace {
