@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -14,7 +15,9 @@ namespace {
 
 /// No message of the system has this type.
 constexpr char kProbeType = '\xFF';
-constexpr std::chrono::milliseconds kProbeInterval{10};
+/// The subscription is mostly there within the first; each interval is twice the one before.
+constexpr std::chrono::milliseconds kFirstInterval{1};
+constexpr std::chrono::milliseconds kLongestInterval{16};
 
 }  // namespace
 
@@ -44,6 +47,7 @@ void BusReadiness::give_up() {
 
 bool BusReadiness::wait(std::chrono::milliseconds limit) {
   const auto deadline = std::chrono::steady_clock::now() + limit;
+  auto interval = kFirstInterval;
   std::unique_lock<std::mutex> lock(_mutex);
   while (!_silent.empty() && !_failed && std::chrono::steady_clock::now() < deadline) {
     // Publishing takes no lock: a probe may come back on another thread before it returns.
@@ -51,8 +55,9 @@ bool BusReadiness::wait(std::chrono::milliseconds limit) {
     lock.unlock();
     for (const std::string& channel : silent) publish_probe(channel);
     lock.lock();
-    _changed.wait_until(lock, std::chrono::steady_clock::now() + kProbeInterval,
+    _changed.wait_until(lock, std::chrono::steady_clock::now() + interval,
                         [this] { return _silent.empty() || _failed; });
+    interval = std::min(2 * interval, kLongestInterval);
   }
   return _silent.empty() && !_failed;
 }

@@ -28,12 +28,13 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_VLM_PACKAGE_NAME vlm)
 set(CPACK_DEBIAN_VLM_PACKAGE_SECTION embedded)
 set(CPACK_DEBIAN_VLM_PACKAGE_RECOMMENDS systemd)
-set(CPACK_DEBIAN_VLM_PACKAGE_SUGGESTS "bash-completion, vlm-tools")
+set(CPACK_DEBIAN_VLM_PACKAGE_SUGGESTS "bash-completion, libedit2, vlm-tools")
 set(CPACK_DEBIAN_VLM_PACKAGE_CONTROL_EXTRA
   ${debian}/vlm/postinst ${debian}/vlm/prerm ${debian}/vlm/postrm)
 set(CPACK_COMPONENT_VLM_DESCRIPTION "control and test console of the Velmar camera
 The console vlm_test asks the camera-control process of a gimbal camera for
-one thing at a time, by number or at a prompt, and prints the answer. The
+one thing at a time, by number or at a prompt, and prints the answer; vlmctl
+reads and writes every setting by name, for people and for scripts. The
 service vlm_udp_service lets applications drive the camera over UDP.
 
 Off the camera's board both find a camera on a message bus of their own, such

@@ -12,7 +12,7 @@ cd "$scratch" || exit 1
 export VLM_BUS_DIR=$scratch/bus
 
 tools=(vlm_udp_service vlm_bus_probe camera_sim vlm_time_report vlm_bus_monitor vlm_bus_replay)
-for program in vlm_test "${tools[@]}"; do
+for program in vlm_test vlmctl "${tools[@]}"; do
   # shellcheck source=/dev/null
   source "$completions/$program.bash"
 done
@@ -149,6 +149,17 @@ files_and_directories_are_offered() {
   COMP_WORDBREAKS=' ' offers 'vlm_time_report --svg=fi' --svg=file
 }
 
+# --- vlmctl, which is asked itself ---
+
+names_and_choices_are_offered() {
+  local PATH=$programs:$PATH
+  offers 'vlmctl des' describe
+  offers 'vlmctl --timeout 2s get lens.zo' lens.zoom
+  offers 'vlmctl set exposure.mode=' auto manual
+  COMP_WORDBREAKS=' ' offers 'vlmctl set exposure.mode=m' exposure.mode=manual
+  offers 'vlmctl save '
+}
+
 # --- Readline ---
 
 # types LINE RESULT: at a prompt, the tab key makes RESULT of LINE.
@@ -189,6 +200,7 @@ menu_completion_types_no_descriptions
 what_stands_in_the_line_is_not_run
 options_of_their_help_are_offered
 files_and_directories_are_offered
+names_and_choices_are_offered
 readline_types_what_is_offered
 generated_files_are_sound
 exit $((faults > 0))

@@ -149,8 +149,8 @@ programs_work() {
 }
 
 manual_pages_are_readable() {
-  for page in vlm_test.1 vlm_bus_probe.1 vlm_bus.7 vlm_udp_service.8 camera_sim.1 vlm_time_report.1 \
-    vlm_bus_monitor.1 vlm_bus_replay.1; do
+  for page in vlm_test.1 vlmctl.1 vlm_bus_probe.1 vlm_bus.7 vlm_udp_service.8 camera_sim.1 \
+    vlm_time_report.1 vlm_bus_monitor.1 vlm_bus_replay.1; do
     mandoc "$root/usr/share/man/man${page##*.}/$page.gz" >/dev/null || fail "$page is no page"
   done
 }

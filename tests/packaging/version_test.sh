@@ -15,7 +15,7 @@ same() {
   faults=1
 }
 
-for program in vlm_udp_service vlm_bus_probe camera_sim vlm_time_report; do
+for program in vlm_udp_service vlm_bus_probe camera_sim vlm_time_report vlmctl; do
   same "$program" "$("$programs/$program" --version | sed -n "s/^$program //p")"
 done
 for page in "$pages"/*.[1-8].gz; do

@@ -1,0 +1,593 @@
+// What the sub-commands of vlmctl send, say and end with.
+
+#include "commands.h"
+#include "script.h"
+#include "temporary_directory.h"
+#include "vlmctl_fixture.h"
+
+namespace {
+
+using vlm::client::Outcome;
+
+// get
+
+TEST_F(Vlmctl, GetsAValueWithItsUnit) {
+  EXPECT_EQ(run("get lens.zoom"), 0);
+  EXPECT_EQ(out, "lens.zoom = 1 x\n");
+  EXPECT_EQ(camera.requests, (Requests{"get 82"}));
+}
+
+TEST_F(Vlmctl, GetsValuesAsObjects) {
+  EXPECT_EQ(run("--json get camera.mode lens.zoom image.osd exposure"), 0);
+  const std::string time = R"("time":"1970-01-01T00:00:00.000Z"})";
+  EXPECT_EQ(out, R"({"name":"camera.mode","value":"video","raw":1,)" + time + "\n" +
+                     R"({"name":"lens.zoom","value":1,"raw":1065353216,"unit":"x",)" + time + "\n" +
+                     R"({"name":"image.osd","value":false,"raw":0,)" + time + "\n" +
+                     R"({"name":"exposure","value":{"shutter":"1/100","iso":100},)" +
+                     R"("raw":{"shutter":6553601,"iso":100},)" + time + "\n");
+}
+
+TEST_F(Vlmctl, TakesJsonBehindTheCommand) {
+  EXPECT_EQ(run("get image.osd --json"), 0);
+  EXPECT_EQ(out.rfind("{\"name\":\"image.osd\",\"value\":false", 0), 0U) << out;
+}
+
+TEST_F(Vlmctl, AsksOnceForFieldsOfOneGroup) {
+  EXPECT_EQ(run("get video.width video.height"), 0);
+  EXPECT_EQ(out, "video.width = 1920 px\nvideo.height = 1080 px\n");
+  EXPECT_EQ(camera.requests.size(), 1U);
+}
+
+TEST_F(Vlmctl, ShowsANumberWithoutAMeaningAsItIs) {
+  camera.payloads[1][0] = 9;
+  EXPECT_EQ(run("get camera.mode"), 0);
+  EXPECT_EQ(out, "camera.mode = raw:9\n");
+}
+
+TEST_F(Vlmctl, RefusesAnUnknownNameBeforeAnythingIsSent) {
+  EXPECT_EQ(run("get lens.zoom exposre"), 5);
+  EXPECT_EQ(err, "vlmctl: exposre: no such name, did you mean exposure?\n");
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(Vlmctl, RefusesToGetWhatCannotBeRead) {
+  EXPECT_EQ(run("get wifi.name"), 6);
+  EXPECT_EQ(run("get photo.take"), 6);
+  EXPECT_EQ(err, "vlmctl: photo.take: an action cannot be read, vlmctl run runs it\n");
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(Vlmctl, TellsARefusalWithItsCode) {
+  camera.fails(1, Outcome::kRefused, VLM_ERR_IS_INVALID_PARAM);
+  EXPECT_EQ(run("get camera.mode"), 1);
+  EXPECT_EQ(err, "vlmctl: camera.mode: the camera refused: VLM err invalid param (75)\n");
+  camera.fails(1, Outcome::kRefused, VLM_ERR_IS_INVALID_PARAM);
+  EXPECT_EQ(run("--json get camera.mode"), 1);
+  EXPECT_EQ(out, R"({"error":{"code":75,"name":"VLM err invalid param","setting":"camera.mode",)"
+                 R"("status":1,"message":"the camera refused"}})"
+                 "\n");
+  EXPECT_EQ(err, "");
+}
+
+TEST_F(Vlmctl, EndsWith9WhenPartOfSeveralFailed) {
+  camera.fails(1, Outcome::kNoAnswer);
+  EXPECT_EQ(run("get camera.mode lens.zoom"), 9);
+  EXPECT_EQ(out, "lens.zoom = 1 x\n");
+  EXPECT_EQ(err, "vlmctl: camera.mode: no answer\n");
+}
+
+TEST_F(Vlmctl, EndsWithTheirStatusWhenAllFailedAlike) {
+  camera.fails(1, Outcome::kNoAnswer);
+  camera.fails(82, Outcome::kNoAnswer);
+  EXPECT_EQ(run("get camera.mode lens.zoom"), 3);
+  camera.fails(1, Outcome::kBusy, VLM_ERR_BUSY);
+  EXPECT_EQ(run("get camera.mode"), 4);
+}
+
+TEST_F(Vlmctl, GetsAllButWhatTheCameraHasNoSensorFor) {
+  for (const auto& row : vlm::catalogue::rows()) {
+    if (row.is(vlm::catalogue::kThermal) && row.readable()) {
+      camera.fails(row.codes.get, Outcome::kRefused, VLM_ERR_UNSUPPORTED_COMMAND);
+    }
+  }
+  EXPECT_EQ(run("get --all"), 0);
+  EXPECT_EQ(err, "");
+  EXPECT_NE(out.find("white_balance.mode = auto\n"), std::string::npos);
+  EXPECT_EQ(out.find("thermal."), std::string::npos);
+}
+
+TEST_F(Vlmctl, DoesNotHideTheRefusalOfOneThermalSetting) {
+  camera.fails(100, Outcome::kRefused, VLM_ERR_UNSUPPORTED_COMMAND);
+  EXPECT_EQ(run("get thermal.palette"), 1);
+}
+
+// retries
+
+TEST_F(Vlmctl, SendsNothingTwiceUnlessTold) {
+  camera.fails(1, Outcome::kNoAnswer);
+  EXPECT_EQ(run("get camera.mode"), 3);
+  EXPECT_EQ(camera.requests.size(), 1U);
+  camera.fails(1, Outcome::kNoAnswer);
+  camera.fails(1, Outcome::kBusy, VLM_ERR_BUSY);
+  EXPECT_EQ(run("--retries 2 get camera.mode"), 0);
+  EXPECT_EQ(camera.requests.size(), 3U);
+}
+
+TEST_F(Vlmctl, NeverSendsAgainWhatWasRefused) {
+  camera.fails(1, Outcome::kRefused, VLM_ERR_FAILED);
+  EXPECT_EQ(run("--retries 5 get camera.mode"), 1);
+  EXPECT_EQ(camera.requests.size(), 1U);
+}
+
+// set
+
+TEST_F(Vlmctl, SetsByNameAndTellsWhatItSet) {
+  EXPECT_EQ(run("set camera.mode=photo exposure.iso_code=400"), 0);
+  EXPECT_EQ(out, "camera.mode = photo\nexposure.iso_code = 400\n");
+  EXPECT_EQ(camera.requests, (Requests{"set 2 02", "set 60 9001"}));
+}
+
+TEST_F(Vlmctl, SetsTheNumberOnTheWire) {
+  EXPECT_EQ(run("set camera.mode=raw:9"), 0);
+  EXPECT_EQ(camera.requests, (Requests{"set 2 09"}));
+}
+
+TEST_F(Vlmctl, RefusesAValueWithTheAllowedOnesBeforeAnythingIsSent) {
+  EXPECT_EQ(run("set lens.zoom=2 exposure.mode=manul"), 5);
+  EXPECT_EQ(err,
+            "vlmctl: exposure.mode: \"manul\" is not allowed: auto or manual, did you mean "
+            "manual?\n");
+  EXPECT_EQ(run("set lens.zoom=31"), 5);
+  EXPECT_EQ(err, "vlmctl: lens.zoom: 31 is not allowed: 1 to 30 x\n");
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(Vlmctl, RefusesToSetReadingsAndActions) {
+  EXPECT_EQ(run("set camera.status=idle"), 6);
+  EXPECT_EQ(run("set lens.zoom=2 storage.free=1"), 6);
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(Vlmctl, WritesOneFieldOfAGroupThatItReadFirst) {
+  EXPECT_EQ(run("set exposure.shutter=1/200"), 0);
+  EXPECT_EQ(camera.requests, (Requests{"get 11", "set 12 000100c80064"}));
+}
+
+TEST_F(Vlmctl, WritesFieldsOfOneGroupTogether) {
+  EXPECT_EQ(run("set video.width=1280 video.height=720"), 0);
+  EXPECT_EQ(camera.requests.size(), 2U);  // one reads, one writes
+  EXPECT_EQ(run("set video.width=1280 video.height=720 video.fps=50"), 0);
+  EXPECT_EQ(camera.requests.size(), 1U);  // nothing is left to be read
+}
+
+TEST_F(Vlmctl, ReadsBackWhatItSet) {
+  EXPECT_EQ(run("set camera.mode=photo --verify"), 0);
+  EXPECT_EQ(camera.requests, (Requests{"set 2 02", "get 1"}));
+  // The apps' word for custom reads back as custom: the same number.
+  EXPECT_EQ(run("set white_balance.mode=manual --verify"), 0);
+}
+
+TEST_F(Vlmctl, EndsWith8WhenItReadsBackDifferently) {
+  camera.forgets = true;
+  EXPECT_EQ(run("set camera.mode=photo --verify"), 8);
+  EXPECT_EQ(err, "vlmctl: camera.mode: set to photo, but reads video\n");
+  EXPECT_EQ(run("set camera.mode=photo"), 0);
+}
+
+TEST_F(Vlmctl, ChecksWithoutSendingInADryRun) {
+  EXPECT_EQ(run("set camera.mode=photo --dry-run"), 0);
+  EXPECT_EQ(out, "camera.mode = photo\n");
+  EXPECT_TRUE(camera.requests.empty());
+  EXPECT_EQ(run("set camera.mode=foto --dry-run"), 5);
+}
+
+TEST_F(Vlmctl, StopsAtTheFirstThatFails) {
+  camera.fails(2, Outcome::kRefused, VLM_ERR_FAILED);
+  EXPECT_EQ(run("set lens.zoom=2 camera.mode=photo exposure.iso_code=100"), 9);
+  EXPECT_EQ(camera.requests.size(), 2U);
+  camera.fails(2, Outcome::kRefused, VLM_ERR_FAILED);
+  EXPECT_EQ(run("set camera.mode=photo lens.zoom=2"), 1);
+}
+
+TEST_F(Vlmctl, SaysWhatARefusedSettingNeeds) {
+  camera.fails(58, Outcome::kRefused, VLM_ERR_IS_NOT_MANUAL_WB);
+  EXPECT_EQ(run("set white_balance.custom=50"), 1);
+  EXPECT_NE(err.find("(needs white_balance.mode=custom)"), std::string::npos) << err;
+}
+
+TEST_F(Vlmctl, NeverShowsASecret) {
+  EXPECT_EQ(run("set wifi.password=hunter22"), 0);
+  EXPECT_EQ(out, "wifi.password = (secret)\n");
+  EXPECT_EQ(run("--json set wifi.password=hunter22"), 0);
+  EXPECT_EQ(out.find("hunter"), std::string::npos);
+}
+
+// run
+
+TEST_F(Vlmctl, RunsAnActionWithItsParameters) {
+  EXPECT_EQ(run("run lens.zoom_drive direction=wide"), 0);
+  EXPECT_EQ(out, "lens.zoom_drive: done\n");
+  EXPECT_EQ(camera.requests, (Requests{"run 200 02"}));
+}
+
+TEST_F(Vlmctl, RefusesWrongParametersBeforeAnythingIsSent) {
+  EXPECT_EQ(run("run lens.zoom_drive"), 5);
+  EXPECT_EQ(run("run lens.zoom_drive direction=up"), 5);
+  EXPECT_EQ(run("run lens.zoom_drive directon=wide"), 5);
+  EXPECT_NE(err.find("did you mean direction?"), std::string::npos) << err;
+  EXPECT_EQ(run("run photo.take x=1"), 5);
+  EXPECT_EQ(run("run lens.zoom"), 6);
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(Vlmctl, AsksBeforeADestructiveAction) {
+  consents = false;
+  EXPECT_EQ(run("run camera.reboot"), 2);
+  EXPECT_TRUE(camera.requests.empty());
+  EXPECT_EQ(questions, (std::vector<std::string>{"camera.reboot: Restarts the camera. Go on?"}));
+  EXPECT_EQ(run("run camera.reboot --yes"), 0);
+  EXPECT_EQ(questions.size(), 1U);
+  EXPECT_EQ(run("run photo.take"), 0);
+  EXPECT_EQ(questions.size(), 1U);
+}
+
+// send
+
+TEST_F(Vlmctl, SendsAnyCodeOfTheTable) {
+  EXPECT_EQ(run("send 33"), 0);
+  EXPECT_EQ(camera.requests, (Requests{"send 33"}));
+  EXPECT_EQ(run("send 2 0a0b"), 0);
+  EXPECT_EQ(camera.requests, (Requests{"send 2 0a0b"}));
+  EXPECT_EQ(run("send 2 camera.mode=photo"), 0);
+  EXPECT_EQ(camera.requests, (Requests{"send 2 02"}));
+  EXPECT_EQ(run("send 74"), 0);
+  EXPECT_EQ(run("send 400"), 5);
+  EXPECT_EQ(run("send 2 0"), 2);
+  EXPECT_EQ(run("send 2 0g"), 2);
+  EXPECT_EQ(run("send two"), 2);
+}
+
+// wait, watch, ping
+
+TEST_F(Vlmctl, WaitsUntilAValueIsThere) {
+  camera.fails(1, Outcome::kNoAnswer);
+  EXPECT_EQ(run("wait camera.mode=video --for 1m"), 0);
+  EXPECT_EQ(out, "camera.mode = video\n");
+  EXPECT_EQ(camera.requests.size(), 2U);
+}
+
+TEST_F(Vlmctl, EndsWith11WhenItDoesNotCome) {
+  EXPECT_EQ(run("wait camera.mode=photo --for 1ms"), 11);
+  EXPECT_EQ(err, "vlmctl: camera.mode: the time is over, it is video\n");
+}
+
+TEST_F(Vlmctl, WatchesWithTimeStamps) {
+  EXPECT_EQ(run("watch lens.zoom --count 2 --every 1ms"), 0);
+  const std::string line = "1970-01-01T00:00:00.000Z lens.zoom = 1 x\n";
+  EXPECT_EQ(out, line + line);
+  EXPECT_EQ(run("watch lens.zoom --count 2 --every 1ms --changes"), 0);
+  EXPECT_EQ(out, line);
+}
+
+TEST_F(Vlmctl, PingCountsAnswers) {
+  EXPECT_EQ(run("ping --count 3 --interval 1ms"), 0);
+  EXPECT_EQ(out.rfind("3 of 3 answered\nmin 0.000 ms, median 0.000 ms", 0), 0U) << out;
+  camera.fails(6, Outcome::kNoAnswer);
+  EXPECT_EQ(run("ping --count 3 --interval 1ms"), 9);
+  camera.fails(6, Outcome::kNoAnswer);
+  EXPECT_EQ(run("ping --count 1"), 3);
+}
+
+// save, restore, diff
+
+class VlmctlFiles : public Vlmctl {
+ protected:
+  std::string file(const std::string& name) const { return directory / name; }
+  void write(const std::string& lines) { directory.write("file", "# vlm-settings 1\n" + lines); }
+
+  TemporaryDirectory directory;
+};
+
+TEST_F(VlmctlFiles, SavesWhatCanBeReadBackAndNamesTheRest) {
+  EXPECT_EQ(run("save " + file("all")), 0);
+  const std::string text = directory.read("all");
+  EXPECT_EQ(text.rfind("# vlm-settings 1\n# camera ", 0), 0U);
+  EXPECT_NE(text.find("\nvideo = 1920x1080@30\n"), std::string::npos);
+  EXPECT_NE(text.find("\n# wifi.name cannot be read back\n"), std::string::npos);
+  EXPECT_EQ(text.find("camera.status"), std::string::npos);
+  EXPECT_EQ(run("diff " + file("all")), 0);
+  EXPECT_EQ(out, "");
+}
+
+TEST_F(VlmctlFiles, RestoresWhatDiffersAndReportsEachLine) {
+  write("camera.country = DE\nlens.zoom = 1\n");
+  EXPECT_EQ(run("restore " + file("file")), 0);
+  EXPECT_EQ(out, "camera.country = DE (was US)\nlens.zoom = 1 x (unchanged)\n");
+  EXPECT_EQ(camera.requests, (Requests{"get 69", "set 70 4445", "get 82"}));
+}
+
+TEST_F(VlmctlFiles, TakesWhatASettingNeedsForAsLongAsItTakes) {
+  write("white_balance.custom = 40\n");
+  EXPECT_EQ(run("restore " + file("file")), 0);
+  EXPECT_EQ(camera.requests, (Requests{"get 57", "get 13", "set 14 64", "set 58 28", "set 14"}));
+}
+
+TEST_F(VlmctlFiles, TriesWhatWasRefusedAgainAfterTheRest) {
+  write("video.encoding = h265\nvideo = 1280x720@25\n");
+  camera.fails(43, Outcome::kRefused, VLM_ERR_VIDEO_FMT_IN_H265);
+  EXPECT_EQ(run("restore " + file("file")), 0);
+  EXPECT_EQ(err, "");
+  EXPECT_EQ(run("diff " + file("file")), 0);
+}
+
+TEST_F(VlmctlFiles, GivesUpOnWhatIsRefusedForGood) {
+  write("video.encoding = h265\nlens.zoom = 2\n");
+  for (int i = 0; i < 3; ++i) camera.fails(43, Outcome::kRefused, VLM_ERR_VIDEO_FMT_IN_H265);
+  EXPECT_EQ(run("restore " + file("file")), 9);
+  EXPECT_NE(err.find("video.encoding: the camera refused"), std::string::npos) << err;
+  EXPECT_EQ(camera.outcomes[43].size(), 1U);  // it was asked twice
+}
+
+TEST_F(VlmctlFiles, StopsAtALineWithoutAnAnswerUnlessToldToGoOn) {
+  write("camera.country = DE\nlens.zoom = 2\n");
+  camera.fails(70, Outcome::kNoAnswer);
+  EXPECT_EQ(run("restore " + file("file")), 3);
+  EXPECT_EQ(camera.requests.size(), 2U);
+  camera.fails(70, Outcome::kNoAnswer);
+  EXPECT_EQ(run("restore --keep-going " + file("file")), 9);
+  EXPECT_EQ(out, "lens.zoom = 2 x (was 1 x)\n");
+}
+
+TEST_F(VlmctlFiles, WritesNothingInADryRun) {
+  write("camera.country = DE\n");
+  EXPECT_EQ(run("restore --dry-run " + file("file")), 0);
+  EXPECT_EQ(out, "camera.country = DE (was US)\n");
+  EXPECT_EQ(camera.requests, (Requests{"get 69"}));
+}
+
+TEST_F(VlmctlFiles, ChecksTheWholeFileBeforeAnythingIsSent) {
+  write("camera.country = DE\nvideo = 1\nvidoe = 2\n# all right\nnonsense\n");
+  EXPECT_EQ(run("restore " + file("file")), 5);
+  EXPECT_NE(err.find("line 3: video: "), std::string::npos) << err;
+  EXPECT_NE(err.find("line 4: vidoe: no such name, did you mean video?"), std::string::npos) << err;
+  EXPECT_NE(err.find("line 6: nonsense: name = value is wanted"), std::string::npos) << err;
+  EXPECT_TRUE(camera.requests.empty());
+  directory.write("other", "lens.zoom = 1\n");
+  EXPECT_EQ(run("restore " + file("other")), 5);
+  EXPECT_EQ(run("restore " + file("missing")), 2);
+}
+
+TEST_F(VlmctlFiles, TellsWhereFileAndCameraDiffer) {
+  write("camera.country = DE\nlens.zoom = 1\n");
+  EXPECT_EQ(run("diff " + file("file")), 10);
+  EXPECT_EQ(out, "camera.country: DE | US\n");
+  directory.write("other", "# vlm-settings 1\nlens.zoom = 2\nimage.osd = on\n");
+  EXPECT_EQ(run("diff " + file("file") + " " + file("other")), 10);
+  EXPECT_EQ(out, "camera.country: DE | (none)\nlens.zoom: 1 x | 2 x\nimage.osd: (none) | on\n");
+}
+
+TEST_F(VlmctlFiles, KeepsTextsThatWouldNotSurviveALine) {
+  const std::string text = " a\"\\\n\x01";
+  camera.payloads[69] = {};
+  std::copy(text.begin(), text.end(), camera.payloads[69].begin());
+  EXPECT_EQ(run("save " + file("all")), 0);
+  EXPECT_NE(directory.read("all").find(R"(camera.country = " a\"\\\x0a\x01")"), std::string::npos);
+  camera.payloads[69] = {};
+  camera.payloads[69][0] = 'B';
+  EXPECT_EQ(run("restore " + file("all")), 0);
+  EXPECT_EQ(std::string(camera.payloads[69].begin(), camera.payloads[69].begin() + 6), text);
+}
+
+// batch
+
+class VlmctlBatch : public VlmctlFiles {
+ protected:
+  int batch(const std::string& script, const std::string& options = "") {
+    directory.write("script", script);
+    return run("batch " + options + " " + file("script"));
+  }
+};
+
+TEST_F(VlmctlBatch, RunsLineByLine) {
+  EXPECT_EQ(batch("# a comment\n\n  set lens.zoom=2 # two\nget lens.zoom\nexpect lens.zoom=2\n"),
+            0);
+  EXPECT_EQ(out, "lens.zoom = 2 x\nlens.zoom = 2 x\n");
+  EXPECT_EQ(err, "");
+}
+
+TEST_F(VlmctlBatch, KeepsQuotedWordsTogether) {
+  EXPECT_EQ(batch("set \"wifi.name=my net\" wifi.name='a#b'\n"), 0);
+  EXPECT_EQ(out, "wifi.name = my net\nwifi.name = a#b\n");
+}
+
+TEST_F(VlmctlBatch, StopsAtTheFirstFailureWithItsStatus) {
+  camera.fails(2, Outcome::kRefused, VLM_ERR_FAILED);
+  EXPECT_EQ(batch("set camera.mode=photo\nget lens.zoom\n"), 1);
+  EXPECT_EQ(out, "");
+  EXPECT_EQ(err,
+            "vlmctl: camera.mode: the camera refused (needs camera.mode_lock=off): VLM failed (3)\n"
+            "vlmctl: line 1 ended with 1: set camera.mode=photo\n");
+}
+
+TEST_F(VlmctlBatch, GoesOnWhenToldTo) {
+  EXPECT_EQ(batch("expect lens.zoom=9\nget lens.zoom\n", "--keep-going"), 9);
+  EXPECT_EQ(out, "lens.zoom = 1 x\n");
+  EXPECT_EQ(batch("expect lens.zoom=9\n"), 8);
+}
+
+TEST_F(VlmctlBatch, RepeatsBlocks) {
+  EXPECT_EQ(batch("repeat 2\n get lens.zoom\n repeat 3\n  get image.osd\n end\nend\n"), 0);
+  EXPECT_EQ(camera.requests.size(), 8U);
+}
+
+TEST_F(VlmctlBatch, RefusesAFileThatIsNoScript) {
+  for (const char* const script : {"repeat 2\nget lens.zoom\n", "end\n", "repeat 0\nend\n",
+                                   "repeat x\nend\n", "get \"lens.zoom\n"}) {
+    EXPECT_EQ(batch(script), 2) << script;
+    EXPECT_EQ(err.rfind("vlmctl: line 1: ", 0), 0U) << err;
+  }
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(VlmctlBatch, ExpectsWithinATime) {
+  camera.fails(1, Outcome::kNoAnswer);
+  EXPECT_EQ(batch("within 1m expect camera.mode=video\nwithin 1m get lens.zoom\n"), 0);
+  EXPECT_EQ(batch("within 1ms expect camera.mode=photo\n"), 8);
+  EXPECT_EQ(batch("within 0ms sleep 2ms\n"), 11);
+}
+
+TEST_F(VlmctlBatch, ChecksEveryLineAndSendsNothing) {
+  EXPECT_EQ(batch("set lens.zoom=2\nrepeat 2\nget camera.mode\nsleep 1h\nend\nsave " +
+                      file("never") + "\nwithin 1s run photo.take --wait\nevents\nping\n",
+                  "--check"),
+            0)
+      << err;
+  EXPECT_TRUE(camera.requests.empty());
+  EXPECT_FALSE(directory.has("never"));
+  EXPECT_EQ(batch("set lens.zoom=99\nget nothing\nget lens.zoom\n", "--check"), 5);
+  EXPECT_EQ(err,
+            "vlmctl: line 1: lens.zoom: 99 is not allowed: 1 to 30 x\n"
+            "vlmctl: line 2: nothing: no such name\n");
+  EXPECT_EQ(batch("set lens.zoom=99\nnonsense\n", "--check"), 9);
+  EXPECT_EQ(batch("sleep\n", "--check"), 2);
+  EXPECT_EQ(batch("batch x\n", "--check"), 2);
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+std::string without_times(std::string text) {
+  for (std::size_t place = 0; (place = text.find(" # ", place)) != std::string::npos;) {
+    text.erase(place, text.find(" ms", place) + 3 - place);
+  }
+  return text;
+}
+
+TEST_F(VlmctlBatch, ReportsStepsAsTap) {
+  EXPECT_EQ(batch("expect lens.zoom=1\nexpect lens.zoom=2\n", "--tap --keep-going"), 9);
+  EXPECT_EQ(without_times(out),
+            "ok 1 - expect lens.zoom=1\n"
+            "not ok 2 - expect lens.zoom=2\n  ---\n  status: 8\n  message: >-\n"
+            "    lens.zoom: it is 1 x\n  ...\n1..2\n");
+}
+
+TEST_F(VlmctlBatch, ReportsStepsAsJUnit) {
+  EXPECT_EQ(batch("expect lens.zoom=1\nset \"camera.country=<&\"\nexpect lens.zoom=2\n",
+                  "--junit " + file("result.xml")),
+            8);
+  const std::string xml = directory.read("result.xml");
+  EXPECT_NE(xml.find("tests=\"3\" failures=\"1\""), std::string::npos) << xml;
+  EXPECT_NE(xml.find("name=\"set &quot;camera.country=&lt;&amp;&quot;\""), std::string::npos);
+  EXPECT_NE(xml.find("<failure type=\"8\" message=\"lens.zoom: it is 1 x\"/>"), std::string::npos);
+}
+
+// usage
+
+TEST_F(Vlmctl, EndsWith2WhenTheCommandLineIsWrong) {
+  for (const char* const line : {"",
+                                 "gte lens.zoom",
+                                 "get",
+                                 "get --al",
+                                 "set",
+                                 "set lens.zoom",
+                                 "set =1",
+                                 "wait",
+                                 "watch",
+                                 "watch lens.zoom --every 1",
+                                 "watch lens.zoom --count 0",
+                                 "ping --count x",
+                                 "ping word",
+                                 "events word",
+                                 "restore",
+                                 "diff",
+                                 "save a b",
+                                 "run",
+                                 "send",
+                                 "list a b",
+                                 "--timeout 3",
+                                 "--timeout 0s get lens.zoom",
+                                 "--retries -1 get lens.zoom",
+                                 "--retries",
+                                 "--json=1 list",
+                                 "get --all lens.zoom"}) {
+    EXPECT_EQ(run(line), 2) << line;
+    EXPECT_EQ(err.rfind("vlmctl: ", 0), 0U) << line << err;
+    EXPECT_TRUE(camera.requests.empty()) << line;
+  }
+  EXPECT_EQ(run("gte lens.zoom"), 2);
+  EXPECT_EQ(err, "vlmctl: unknown command gte, did you mean get?\n");
+}
+
+TEST_F(Vlmctl, HelpListsEveryCommandAndEachHasItsOwn) {
+  EXPECT_EQ(run("--help"), 0);
+  const std::string help = out;
+  for (const auto& command : vlm::ctl::commands()) {
+    EXPECT_NE(help.find("\n  " + std::string(command.name) + " "), std::string::npos);
+    EXPECT_EQ(run(std::string(command.name) + " --help"), 0);
+    EXPECT_EQ(out.rfind("Usage: vlmctl [OPTION]... " + std::string(command.name), 0), 0U) << out;
+    for (const auto& option : command.options) {
+      EXPECT_NE(out.find(std::string("\n  ") + option.name), std::string::npos) << out;
+    }
+  }
+  EXPECT_EQ(run("--version"), 0);
+  EXPECT_EQ(out, "vlmctl 9.9\n");
+}
+
+// completion
+
+TEST_F(Vlmctl, CompletesWithoutACamera) {
+  const auto offered = [this](const std::string& line, const std::string& last) {
+    vlm::ctl::Words words{"__complete"};
+    for (const auto& word : vlm::ctl::split_words(line)) words.push_back(word);
+    words.push_back(last);
+    EXPECT_EQ(run_words(words), 0);
+    return out;
+  };
+  EXPECT_EQ(offered("", "desc"), "describe\n");
+  EXPECT_EQ(offered("--timeout 2s -v", "re"), "restore\n");
+  EXPECT_EQ(offered("--timeout", ""), "");
+  EXPECT_EQ(offered("", "--ret"), "--retries\n");
+  EXPECT_EQ(offered("get", "video.w"), "video.width\n");
+  EXPECT_EQ(offered("get", "--a"), "--all\n");
+  EXPECT_EQ(offered("set", "exposure.m"), "exposure.mode=\n");
+  EXPECT_EQ(offered("set lens.zoom=1", "exposure.mode="),
+            "exposure.mode=auto\nexposure.mode=manual\n");
+  EXPECT_EQ(offered("set", "image.osd=o"), "image.osd=on\nimage.osd=off\n");
+  EXPECT_EQ(offered("set", "camera.stat"), "");
+  EXPECT_EQ(offered("wait", "camera.status=i"), "camera.status=idle\n");
+  EXPECT_EQ(offered("run", "photo.ta"), "photo.take\n");
+  EXPECT_EQ(offered("run storage.format", ""), "slot=\n");
+  EXPECT_EQ(offered("run --yes storage.format", "slot=i"), "slot=internal\n");
+  EXPECT_EQ(offered("save", ""), "");
+  EXPECT_EQ(offered("nonsense", ""), "");
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+// list, describe
+
+TEST_F(Vlmctl, ListsByPartOfANameOrOfAHelp) {
+  EXPECT_EQ(run("list iris"), 0);
+  EXPECT_EQ(out.rfind("lens.iris ", 0), 0U) << out;
+  EXPECT_EQ(run("list aperture"), 0);
+  EXPECT_EQ(out.rfind("lens.iris ", 0), 0U) << out;
+  EXPECT_EQ(run("list lens.z*"), 0);
+  EXPECT_EQ(out,
+            "lens.zoom                           float   1 to 30 x\n"
+            "lens.zoom_drive                     action  direction=tele, wide or stop\n");
+  EXPECT_EQ(run("list nonsense"), 5);
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(Vlmctl, DescribesARowAsAnObject) {
+  EXPECT_EQ(run("describe white_balance.custom --json"), 0);
+  EXPECT_EQ(out,
+            R"({"name":"white_balance.custom","kind":"setting","type":"u8","unit":"hundred K",)"
+            R"("range":{"min":30,"max":80},"flags":["open"],"offset":0,"width":1,)"
+            R"("needs":["white_balance.mode=custom"],"codes":{"get":57,"set":58},)"
+            R"("remote":{"set":37},"help":"Colour temperature; the console sends the low byte of )"
+            R"(one in kelvins"})"
+            "\n");
+  EXPECT_EQ(run("describe thermal.environment --json"), 0);
+  EXPECT_NE(out.find(R"("scale":10,"range":{"min":-3276.8,"max":3276.7})"), std::string::npos)
+      << out;
+}
+
+}  // namespace

@@ -1,0 +1,34 @@
+// How the program ends: what scripts rely on.
+#ifndef VLMCTL_EXIT_STATUS_H
+#define VLMCTL_EXIT_STATUS_H
+
+#include <string>
+
+namespace vlm::ctl {
+
+enum ExitStatus {
+  kDone = 0,
+  kRefused = 1,       // by the camera
+  kUsage = 2,         // the command line is wrong
+  kNoAnswer = 3,      // in time, or none that holds the value
+  kBusy = 4,          // camera or service, to the end
+  kNotAllowed = 5,    // unknown name, or a value that is not allowed
+  kNotOffered = 6,    // cannot be read, written or run, at all or on this way
+  kNoCamera = 7,      // no bus, or no camera on it
+  kDiffers = 8,       // what was read back is not what was set
+  kPartly = 9,        // some of several failed, or the output could not be written
+  kDifferences = 10,  // two sets of settings differ
+  kRanOut = 11,       // what was waited for did not come
+};
+
+/// Why a command, or one step of it, failed. Commands throw it; the program reports it once.
+struct Failure {
+  ExitStatus status;
+  std::string subject;  // the setting or action; empty: the command itself
+  std::string message;
+  int code = 0;  // the camera's result, a vlm_err_t value; 0: it gave none
+};
+
+}  // namespace vlm::ctl
+
+#endif  // VLMCTL_EXIT_STATUS_H

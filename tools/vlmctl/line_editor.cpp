@@ -1,0 +1,203 @@
+#include "line_editor.h"
+
+#include <dlfcn.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace vlm::ctl {
+
+namespace {
+
+constexpr int kHistorySize = 1000;
+
+/// As the terminal's driver edits it.
+class PlainEditor : public LineEditor {
+ public:
+  explicit PlainEditor(std::string prompt) : _prompt(std::move(prompt)) {}
+
+  std::optional<std::string> read() override {
+    if (isatty(STDIN_FILENO) == 1) {
+      std::fputs(_prompt.c_str(), stdout);
+      std::fflush(stdout);
+    }
+    std::string line;
+    for (int letter = 0; (letter = std::getchar()) != EOF;) {
+      if (letter == '\n') return line;
+      line += static_cast<char>(letter);
+    }
+    if (line.empty()) return std::nullopt;
+    return line;
+  }
+  void remember(const std::string&) override {}
+
+ private:
+  const std::string _prompt;
+};
+
+// The part of libedit's interface that is used; its ABI is that of libedit.so.2.
+
+struct EditLine;
+struct History;
+struct HistEvent {
+  int number;
+  const char* text;
+};
+struct LineInfo {
+  const char* buffer;
+  const char* cursor;
+  const char* end;
+};
+
+enum { kElPrompt = 0, kElEditor = 2, kElBind = 4, kElAddFunction = 9, kElHistory = 10 };
+enum { kHistorySetSize = 1, kHistoryEnter = 10, kHistoryLoad = 17, kHistorySave = 18 };
+enum : unsigned char { kRefresh = 4, kFailed = 6, kRedisplay = 8 };
+
+/// The library's functions, loaded; it stays loaded.
+struct Library {
+  EditLine* (*init)(const char*, FILE*, FILE*, FILE*);
+  void (*end)(EditLine*);
+  const char* (*gets)(EditLine*, int*);
+  int (*set)(EditLine*, int, ...);
+  const LineInfo* (*line)(EditLine*);
+  int (*insert)(EditLine*, const char*);
+  History* (*history_init)();
+  void (*history_end)(History*);
+  int (*history)(History*, HistEvent*, int, ...);
+
+  template <typename Function>
+  static bool find(void* library, const char* name, Function& function) {
+    function = reinterpret_cast<Function>(dlsym(library, name));
+    return function != nullptr;
+  }
+
+  bool load() {
+    void* const library = dlopen("libedit.so.2", RTLD_NOW);
+    return library != nullptr && find(library, "el_init", init) && find(library, "el_end", end) &&
+           find(library, "el_gets", gets) && find(library, "el_set", set) &&
+           find(library, "el_line", line) && find(library, "el_insertstr", insert) &&
+           find(library, "history_init", history_init) &&
+           find(library, "history_end", history_end) && find(library, "history", history);
+  }
+};
+
+/// What all begin with.
+std::string common_beginning(const std::vector<std::string>& texts) {
+  std::string common = texts[0];
+  for (const std::string& text : texts) {
+    const auto [end, other] = std::mismatch(common.begin(), common.end(), text.begin(), text.end());
+    common.erase(end, common.end());
+  }
+  return common;
+}
+
+class LibraryEditor : public LineEditor {
+ public:
+  LibraryEditor(const Library& library, std::string prompt, std::string history_file,
+                Complete complete)
+      : _library(library),
+        _history_file(std::move(history_file)),
+        _line(library.init("vlmctl", stdin, stdout, stderr)),
+        _history(library.history_init()) {
+    s_prompt = std::move(prompt);
+    s_complete = std::move(complete);
+    s_library = &_library;
+    HistEvent event{};
+    _library.history(_history, &event, kHistorySetSize, kHistorySize);
+    if (!_history_file.empty())
+      _library.history(_history, &event, kHistoryLoad, _history_file.c_str());
+    _library.set(_line, kElPrompt, show_prompt);
+    _library.set(_line, kElEditor, "emacs");
+    _library.set(_line, kElHistory, _library.history, _history);
+    _library.set(_line, kElAddFunction, "vlmctl-complete", "complete", complete_here);
+    _library.set(_line, kElBind, "\t", "vlmctl-complete", nullptr);
+  }
+  ~LibraryEditor() override {
+    _library.end(_line);
+    _library.history_end(_history);
+  }
+  LibraryEditor(const LibraryEditor&) = delete;
+  LibraryEditor& operator=(const LibraryEditor&) = delete;
+
+  std::optional<std::string> read() override {
+    int size = 0;
+    const char* const text = _library.gets(_line, &size);
+    if (text == nullptr || size <= 0) return std::nullopt;
+    std::string line(text, static_cast<std::size_t>(size));
+    if (line.back() == '\n') line.pop_back();
+    return line;
+  }
+
+  void remember(const std::string& line) override {
+    HistEvent event{};
+    _library.history(_history, &event, kHistoryEnter, line.c_str());
+    if (!_history_file.empty())
+      _library.history(_history, &event, kHistorySave, _history_file.c_str());
+  }
+
+ private:
+  static const char* show_prompt(EditLine*) { return s_prompt.c_str(); }
+
+  static unsigned char complete_here(EditLine* edit, int) {
+    const LineInfo* const line = s_library->line(edit);
+    const std::string text(line->buffer, line->cursor);
+    const auto found = s_complete(text);
+    if (found.empty()) return kFailed;
+    const auto blank = text.find_last_of(" \t");
+    const std::size_t typed = blank == std::string::npos ? text.size() : text.size() - blank - 1;
+    std::string rest = common_beginning(found).substr(typed);
+    if (found.size() == 1 && found[0].back() != '=') rest += ' ';
+    if (!rest.empty()) return s_library->insert(edit, rest.c_str()) == 0 ? kRefresh : kFailed;
+    std::string list = "\n";
+    for (const std::string& each : found) list += each + '\n';
+    std::fputs(list.c_str(), stdout);
+    return kRedisplay;
+  }
+
+  // The library's callbacks carry no pointer of ours; there is one terminal.
+  static inline std::string s_prompt;
+  static inline Complete s_complete;
+  static inline const Library* s_library = nullptr;
+
+  const Library _library;
+  const std::string _history_file;
+  EditLine* const _line;
+  History* const _history;
+};
+
+}  // namespace
+
+std::unique_ptr<LineEditor> make_line_editor(const std::string& prompt, const std::string& history,
+                                             LineEditor::Complete complete) {
+  Library library{};
+  const bool terminal = isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
+  if (!terminal || !library.load()) return std::make_unique<PlainEditor>(prompt);
+  return std::make_unique<LibraryEditor>(library, prompt, history, std::move(complete));
+}
+
+std::string history_path() {
+  const char* const state = std::getenv("XDG_STATE_HOME");
+  const char* const home = std::getenv("HOME");
+  std::string folder;
+  if (state != nullptr && *state == '/') {
+    folder = state;
+  } else if (home != nullptr && *home == '/') {
+    folder = std::string(home) + "/.local/state";
+  } else {
+    return "";
+  }
+  folder += "/vlmctl";
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  // What was typed is nobody else's business.
+  if (error || chmod(folder.c_str(), S_IRWXU) != 0) return "";
+  return folder + "/history";
+}
+
+}  // namespace vlm::ctl

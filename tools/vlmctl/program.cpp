@@ -1,0 +1,91 @@
+#include "program.h"
+
+#include "commands.h"
+#include "completion.h"
+
+namespace vlm::ctl {
+
+namespace {
+
+constexpr Option kProgramOptions[] = {
+    {"--camera", "CAMERA",
+     "local, the default: the bus of this machine; a path with a slash: the bus in that directory; "
+     "udp://HOST[:PORT]: the UDP service there (port 9528), for what it offers"},
+    {"--json", nullptr, "print objects of JSON, one a line; also behind the command"},
+    {"--timeout", "TIME",
+     "wait that long for each answer (3s; 500ms for the camera's status; 4s over UDP): 500ms, 2s, "
+     "1m"},
+    {"--retries", "N", "ask again up to N times where there is no answer, or a busy one (0)"},
+    {"-v", nullptr, "tell each request and the time it took on standard error"},
+    {"--help", nullptr, "print this, or behind a command its own help, and exit"},
+    {"--version", nullptr, "print the version and exit"},
+};
+
+constexpr char kEnd[] =
+    "\nA VALUE is the name of a choice or a number in the unit that list tells; raw:N is the "
+    "number\n"
+    "on the wire.\n"
+    "\nExit status: 0 done, 1 the camera refused, 2 usage, 3 no answer, 4 busy, 5 unknown name or\n"
+    "value not allowed, 6 cannot be read or written, 7 no bus or no camera, 8 read back "
+    "differently,\n"
+    "9 part of several failed, 10 diff found differences, 11 what was waited for did not come.\n";
+
+std::string program_help() {
+  std::string text =
+      "Usage: vlmctl [OPTION]... COMMAND [ARGUMENT]...\n"
+      "Reads and writes the camera's settings by name.\n\n";
+  text += options_help(kProgramOptions) + '\n';
+  for (const Command& command : commands()) {
+    text += help_row(std::string(command.name) + " " + command.arguments, command.help, 20);
+  }
+  text += kEnd;
+  text.pop_back();
+  return text;
+}
+
+Settings settings_of(const Arguments& arguments) {
+  Settings settings;
+  settings.camera = arguments.text("--camera").value_or(settings.camera);
+  settings.timeout = arguments.duration("--timeout");
+  if (settings.timeout && settings.timeout->count() == 0) {
+    throw Failure{kUsage, "", "--timeout must not be 0"};
+  }
+  settings.retries = arguments.number("--retries", 0).value_or(0);
+  settings.verbose = arguments.has("-v");
+  return settings;
+}
+
+int run_or_throw(const Words& line, Console& console, const Session::Open& open,
+                 const std::string& version) {
+  // For shells, not for people: no part of the help.
+  if (!line.empty() && line[0] == "__complete") {
+    for (const auto& each : completions(Words(line.begin() + 1, line.end()), kProgramOptions)) {
+      console.line(each);
+    }
+    return kDone;
+  }
+  std::size_t place = 0;
+  const Arguments arguments = parse_arguments(kProgramOptions, line, place, true);
+  console.json = arguments.has("--json");
+  if (arguments.has("--help") || arguments.has("--version")) {
+    console.line(arguments.has("--help") ? program_help() : "vlmctl " + version);
+    return kDone;
+  }
+  Session session(console, settings_of(arguments), open);
+  if (place == line.size()) throw Failure{kUsage, "", "no command given, vlmctl --help lists them"};
+  return run_command(session, Words(line.begin() + static_cast<long>(place), line.end()));
+}
+
+}  // namespace
+
+int run_program(const Words& line, Console& console, const Session::Open& open,
+                const std::string& version) {
+  try {
+    return run_or_throw(line, console, open, version);
+  } catch (const Failure& failure) {
+    console.failure(failure);
+    return failure.status;
+  }
+}
+
+}  // namespace vlm::ctl
