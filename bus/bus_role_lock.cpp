@@ -55,7 +55,7 @@ std::string objection_to(const std::string& role) {
 /// The lock comes first: whoever is refused never subscribes, and so never answers.
 std::string serve_in_role(const std::string& role, const std::string&, bool force,
                           const std::function<bool()>& subscribe) {
-  const std::string objection = objection_to(role);
+  std::string objection = objection_to(role);
   if (!objection.empty() && !force) return objection;
   return subscribe() ? "" : "the bus does not deliver";
 }

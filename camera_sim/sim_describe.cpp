@@ -41,7 +41,7 @@ std::string describe_payload(const udp_ctrl_cam_t& record) {
 
 /// The name of the command, or where it has none, that of what it reads, writes or runs.
 std::string name_of(int code, const u8* payload) {
-  const std::string name = vlm_strcmd(code);
+  std::string name = vlm_strcmd(code);
   const catalogue::Row* const row = catalogue::find_by_code(code, payload);
   if (row == nullptr || name != vlm_strcmd(catalogue::kNone)) return name;
   if (code == row->codes.get) return std::string("get ") + row->name();

@@ -213,22 +213,6 @@ TEST_F(VlmctlShell, CompletesAtATerminalAndKeepsTheHistory) {
 
 #endif
 
-TEST_F(VlmctlShell, CtrlCEndsTheCommandAndNotTheShell) {
-  start_camera();
-  const auto shell = start_shell(Process::kPty);
-  shell->read_until("vlmctl> ");
-  shell->write("watch lens.zoom --every 20ms\n");
-  shell->read_until("lens.zoom = 1 x");
-  shell->write("\x03");
-  shell->read_until("vlmctl> ");
-  shell->write("half a line\x03");
-  shell->read_until("vlmctl> ");
-  shell->write("get image.osd\n");
-  shell->read_until("image.osd = off");
-  shell->write("\x04");
-  EXPECT_EQ(shell->wait(), 0);
-}
-
 // Over the UDP service, with the real one between.
 
 class VlmctlOverUdp : public UdpServiceProgram {
