@@ -11,11 +11,7 @@ using namespace vlm::monitor;
 
 namespace {
 
-#ifdef VLM_SANITIZED
-constexpr int kRounds = 5;
-#else
 constexpr int kRounds = 200;
-#endif
 
 class BusReplayTest : public BusRecordingFixture {
  protected:

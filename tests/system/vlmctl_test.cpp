@@ -194,7 +194,6 @@ TEST_F(VlmctlShell, RunsLinesOfAPipeToItsEnd) {
   EXPECT_EQ(shell->wait(), 5);
 }
 
-#ifndef VLM_EMULATED  // the emulated machine has no libedit
 TEST_F(VlmctlShell, CompletesAtATerminalAndKeepsTheHistory) {
   start_camera();
   const auto shell = start_shell(Process::kPty);
@@ -210,8 +209,6 @@ TEST_F(VlmctlShell, CompletesAtATerminalAndKeepsTheHistory) {
   EXPECT_NE(history.find("get"), std::string::npos);
   EXPECT_EQ(history.find("hunter"), std::string::npos);
 }
-
-#endif
 
 // Over the UDP service, with the real one between.
 
