@@ -4,6 +4,7 @@ foreach(test
     bus_round_trip_runs     # a benchmark: the emulator's speed; it starts its camera by itself
     time_report_bench_runs  # a benchmark: the emulator's speed and memory
     Memory.OfTheIdlePromptIsAtMostHalfAsMuchAgainAsThatOfAProgramThatDoesNothing  # the emulator's
+    UdpClientShell.ReportsACommandWhoseEndItCannotSee  # the emulator keeps ended children all the same
     Memory.TooShortForAListenerLeavesTheConsoleRunning  # the emulator itself does not start then
 )
   set_tests_properties(${test} PROPERTIES DISABLED TRUE)
