@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <set>
 
 #include "scripted_bus.h"
 
@@ -383,13 +384,13 @@ TEST_F(Peer, SaysWhatPassesWhenItIsVerbose) {
   peer->operate("card remove");
   outbox.wait_for(4);
   // Notifications are said on a thread of their own: before or behind the reply's line.
-  const auto lines = said();
-  EXPECT_EQ((std::multiset<std::string>{lines.begin(), lines.end()}),
+  const auto spoken = said();
+  EXPECT_EQ((std::multiset<std::string>{spoken.begin(), spoken.end()}),
             (std::multiset<std::string>{
                 "-> 2 SET_CAMERA_MODE 02", "<- 2 SET_CAMERA_MODE [0 VLM success]",
                 "<- camera mode 2", "-> 4 START_RECORD",
                 "<- 4 START_RECORD [11 VLM is not video mode]", "<- card removed, slot 0"}));
-  EXPECT_EQ(lines.front(), "-> 2 SET_CAMERA_MODE 02");
+  EXPECT_EQ(spoken.front(), "-> 2 SET_CAMERA_MODE 02");
 }
 
 TEST_F(Peer, SendsAReplyThatNobodyAskedForRightBehindAGoodOne) {
