@@ -3,7 +3,9 @@
 #include <pthread.h>
 
 #include <cstdio>
+#include <mutex>
 #include <thread>
+#include <vector>
 #include <utility>
 
 namespace vlm::bus {
@@ -21,7 +23,12 @@ std::vector<std::string> names_of(const std::vector<ProvenSubscriptions::Channel
 
 ProvenSubscriptions& ProvenSubscriptions::create(const std::string& sender,
                                                  std::vector<Channel> channels) {
-  return *new ProvenSubscriptions(sender, std::move(channels));
+  // Never freed, and neither is this list, which keeps those within reach whose threads have ended.
+  static std::mutex mutex;
+  static auto& all = *new std::vector<ProvenSubscriptions*>;
+  const std::lock_guard<std::mutex> guard(mutex);
+  all.push_back(new ProvenSubscriptions(sender, std::move(channels)));
+  return *all.back();
 }
 
 ProvenSubscriptions::ProvenSubscriptions(const std::string& sender, std::vector<Channel> channels)

@@ -1,6 +1,7 @@
 #include "proven_subscriptions.h"
 
 #include <future>
+#include <list>
 
 #include "bus_fixture.h"
 #include "envelope.h"
@@ -17,6 +18,12 @@ struct First {
   std::once_flag once;
 };
 
+/// One that is never destroyed, and within reach to the end, so that no leak is reported.
+First& make_first() {
+  static auto& all = *new std::list<First>;
+  return all.emplace_back();
+}
+
 /// Keeps the first packet as "CHANNEL SENDER LENGTH".
 ProvenSubscriptions::Receiver into(First& first) {
   return [&first](const void* packet, unsigned int length, const char* channel) {
@@ -30,8 +37,8 @@ ProvenSubscriptions::Receiver into(First& first) {
 class ProvenSubscriptionsTest : public BusFixture {};
 
 TEST_F(ProvenSubscriptionsTest, BringEachReceiverThePacketsOfItsChannelAndNoProbes) {
-  First& one = *new First;
-  First& other = *new First;
+  First& one = make_first();
+  First& other = make_first();
   auto& subscriptions = ProvenSubscriptions::create(
       "prober", {{_channel + "-one", into(one)}, {_channel + "-other", into(other)}});
   subscriptions.start();
@@ -45,7 +52,7 @@ TEST_F(ProvenSubscriptionsTest, BringEachReceiverThePacketsOfItsChannelAndNoProb
 
 TEST_F(ProvenSubscriptionsTest, NeverServeWhereTheBusCannotBeUsed) {
   use_bus(_root / "missing" / "bus");
-  auto& subscriptions = ProvenSubscriptions::create("prober", {{_channel, into(*new First)}});
+  auto& subscriptions = ProvenSubscriptions::create("prober", {{_channel, into(make_first())}});
   subscriptions.start();
   EXPECT_FALSE(subscriptions.wait(std::chrono::hours(1)));
 }
