@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <mutex>
 #include <thread>
-#include <vector>
 #include <utility>
+#include <vector>
 
 namespace vlm::bus {
 
