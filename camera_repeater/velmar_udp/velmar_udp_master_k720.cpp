@@ -188,14 +188,15 @@ void* UdpMasterK720::process_commands_from_apps(void* arg) {
 }
 
 /// Receives one datagram into the slot: a longer one than the record is cut, and behind a shorter
-/// one stands what the slot held before. Returns its size; 0 when there is nothing to act on.
+/// one stands what the slot held before. Replies go to its sender, even when it is empty. Returns its
+/// size; 0 when there is nothing to act on.
 std::size_t UdpMasterK720::receive_message() {
   u8 bytes[sizeof m_camctr_msg];
   sockaddr_in sender{};
   socklen_t sender_size = sizeof sender;
   const ssize_t count =
       recvfrom(m_udp_server_fd, bytes, sizeof bytes, 0, generic(sender), &sender_size);
-  if (count < 1) return 0;
+  if (count < 0) return 0;
   const auto size = static_cast<std::size_t>(count);
   const std::lock_guard<std::mutex> guard(m_slot_mutex);
   std::memcpy(&m_camctr_msg, bytes, size);
