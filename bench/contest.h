@@ -5,23 +5,21 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "options.h"
+#include "reason.h"
 
 namespace vlm::bench {
 
 /// Ends the program, with the reason in errno.
 [[noreturn]] inline void give_up(const char* what) {
-  std::fprintf(stderr, "%s: %s: %s\n", program_invocation_short_name, what,
-               std::system_category().message(errno).c_str());
+  std::fprintf(stderr, "%s: %s: %s\n", program_invocation_short_name, what, host::reason().c_str());
   std::exit(1);
 }
 

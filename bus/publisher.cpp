@@ -6,7 +6,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <optional>
-#include <system_error>
+
+#include "reason.h"
 
 namespace vlm::bus {
 
@@ -101,7 +102,7 @@ void Publisher::connect_new(const BusDirectory& directory, const std::vector<std
     if (connection) {
       channel.subscribers.push_back({name, std::move(connection)});
     } else if (error != ECONNREFUSED && error != ENOENT) {
-      _complaint.about("cannot reach " + name + ": " + std::system_category().message(error));
+      _complaint.about("cannot reach " + name + ": " + host::reason(error));
       channel.seen = 0;  // to be tried again
     }
   }

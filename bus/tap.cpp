@@ -8,9 +8,9 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <system_error>
 #include <utility>
 
+#include "reason.h"
 #include "tap_copy.h"
 
 namespace vlm::bus {
@@ -51,7 +51,7 @@ bool Tap::announce(std::string& error) {
   UniqueFd listener(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   std::string name = listener ? directory->bind_tap(listener) : std::string();
   if (name.empty()) {
-    error = "cannot tap the bus: " + std::system_category().message(errno);
+    error = "cannot tap the bus: " + host::reason();
     return false;
   }
   _directory = std::move(directory);

@@ -396,8 +396,7 @@ class LcmRequest {
   using Results = std::array<Result, kMostResults>;
 
   // The one pattern of all operations, see lcm_request_pattern.h. `caller` is the operation's name.
-  Request ask(udp_ctrl_cam_cmds code, int* perr = nullptr,
-              const char* caller = __builtin_FUNCTION());
+  Request ask(udp_ctrl_cam_cmds code, const char* caller = __builtin_FUNCTION());
 
   /// Prints a text; always true, so that it chains behind a success.
   static bool say(const char* format, ...) __attribute__((format(printf, 1, 2)));

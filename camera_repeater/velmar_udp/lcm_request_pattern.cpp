@@ -7,10 +7,14 @@
 
 #include "velmar_log.h"
 
-LcmRequest::Request::Request(LcmRequest& engine, const char* caller, udp_ctrl_cam_cmds code,
-                             int* perr)
-    : _engine(engine), _perr(perr), _ready(engine.get_ready(caller)) {
+LcmRequest::Request::Request(LcmRequest& engine, const char* caller, udp_ctrl_cam_cmds code)
+    : _engine(engine), _ready(engine.get_ready(caller)) {
   _record.cmd_type = static_cast<u16>(code);
+}
+
+LcmRequest::Request& LcmRequest::Request::code_into(int* perr) {
+  _perr = perr;
+  return *this;
 }
 
 LcmRequest::Request& LcmRequest::Request::with_bytes(const void* bytes, std::size_t size) {
@@ -42,6 +46,8 @@ LcmRequest::Request& LcmRequest::Request::logged(int failed_level, const char* f
   _log_failed = {failed_level, failed};
   return *this;
 }
+
+bool LcmRequest::Request::send() { return send(nullptr); }
 
 bool LcmRequest::Request::send(const char* failed, const char* done) {
   if (!_ready) {
