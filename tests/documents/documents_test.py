@@ -2,7 +2,7 @@
 """The pages: what stands in their console blocks is typed as printed, and prints what it says there;
 their links lead somewhere, and the README leads to every page.
 
-Needs the release build; run from anywhere.
+Needs the dev build; run from anywhere.
 """
 
 import os
@@ -16,7 +16,7 @@ import time
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-PROGRAMS = ROOT / "build/release/bin"
+PROGRAMS = ROOT / "build/dev/bin"
 
 # Commands that serve until they are ended, as in a terminal of their own, and what tells that they do.
 SERVERS = {"./dev sim": "camera_sim: ready", "./dev service": "serving port"}
