@@ -2,16 +2,13 @@
 
 #include <ostream>
 
+#include "operation.h"
+
 void PrintTo(const CamctrlContract& row, std::ostream* out) { *out << row.name; }
 
 Bytes text_bytes(const std::string& text, std::size_t size) {
   Bytes bytes(text.begin(), text.end());
   bytes.resize(size);
-  return bytes;
-}
-
-Bytes joined(Bytes bytes, const Bytes& more) {
-  for (const u8 byte : more) bytes.push_back(byte);
   return bytes;
 }
 

@@ -12,6 +12,7 @@
 #include "camctrl_app.h"
 #include "camctrl_contract.h"
 #include "camctrl_service.h"
+#include "operation.h"
 #include "scripted_bus.h"
 #include "transcript.h"
 
