@@ -15,6 +15,8 @@
 #endif
 #define VLM_GUARDED_BY(mutex) VLM_THREAD_ANNOTATION(guarded_by(mutex))
 #define VLM_REQUIRES(mutex) VLM_THREAD_ANNOTATION(requires_capability(mutex))
+// For what is safe without the lock, and says why.
+#define VLM_UNCHECKED VLM_THREAD_ANNOTATION(no_thread_safety_analysis)
 #define VLM_EXCLUDES(...) VLM_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 
 /// Locked by a MutexLock only.

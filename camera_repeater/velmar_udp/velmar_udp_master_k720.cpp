@@ -154,8 +154,7 @@ void UdpMasterK720::udp_waitsignal() {
 
 void* UdpMasterK720::receive_commands_from_apps(void* arg) {
   auto& service = *static_cast<UdpMasterK720*>(arg);
-  // Only this thread writes the slot, so it may read it without the slot's lock.
-  const camctrl_msg_t& msg = service.m_camctr_msg;
+  const camctrl_msg_t& msg = service.received();
   for (;;) {
     const std::size_t size = service.receive_message();
     if (size == 0) continue;
@@ -198,7 +197,7 @@ std::size_t UdpMasterK720::receive_message() {
       recvfrom(m_udp_server_fd, bytes, sizeof bytes, 0, generic(sender), &sender_size);
   if (count < 0) return 0;
   const auto size = static_cast<std::size_t>(count);
-  const std::lock_guard<std::mutex> guard(m_slot_mutex);
+  const MutexLock lock(m_slot_mutex);
   std::memcpy(&m_camctr_msg, bytes, size);
   m_peer_client_addr = sender;
   return size;
@@ -221,7 +220,7 @@ int UdpMasterK720::take_mutex() {
 }
 
 camctrl_msg_t UdpMasterK720::message() {
-  const std::lock_guard<std::mutex> guard(m_slot_mutex);
+  const MutexLock lock(m_slot_mutex);
   return m_camctr_msg;
 }
 
@@ -233,7 +232,7 @@ camctrl_msg_t UdpMasterK720::next_message() {
 void UdpMasterK720::send_to_client(const camctrl_msg_t& msg, std::size_t size) {
   sockaddr_in client;
   {
-    const std::lock_guard<std::mutex> guard(m_slot_mutex);
+    const MutexLock lock(m_slot_mutex);
     client = m_peer_client_addr;
   }
   sendto(m_udp_server_fd, &msg, size, 0, generic(client), sizeof client);

@@ -2,18 +2,9 @@
 
 #include <ostream>
 
+#include "operation.h"
+
 void PrintTo(const CamctrlContract& row, std::ostream* out) { *out << row.name; }
-
-Bytes text_bytes(const std::string& text, std::size_t size) {
-  Bytes bytes(text.begin(), text.end());
-  bytes.resize(size);
-  return bytes;
-}
-
-Bytes joined(Bytes bytes, const Bytes& more) {
-  for (const u8 byte : more) bytes.push_back(byte);
-  return bytes;
-}
 
 namespace {
 
@@ -131,8 +122,8 @@ const std::vector<CamctrlContract>& camctrl_contract() {
        31,
        {},
        kGet,
-       joined(text_bytes("K720CAMX", 8), {0x12, 0xF3, 0x2F, 'b'}),
-       joined(text_bytes("K720CAM", 8), {2, 3, 15, 'b', 0, 0, 0, 0, 0, 0, 0, 0}),
+       joined(bytes_of_text("K720CAMX", 8), {0x12, 0xF3, 0x2F, 'b'}),
+       joined(bytes_of_text("K720CAM", 8), {2, 3, 15, 'b', 0, 0, 0, 0, 0, 0, 0, 0}),
        {"camera version:K720CAM_2.3.15_b"}},
       {"SetTime",
        24,
@@ -147,18 +138,18 @@ const std::vector<CamctrlContract>& camctrl_contract() {
       {"ResetSettings", 26, {}, 28, {}, kSet, {}, {}, {}},
       {"SetDroneName",
        29,
-       text_bytes("my drone", 20),
+       bytes_of_text("my drone", 20),
        54,
-       text_bytes("my drone", 20),
+       bytes_of_text("my drone", 20),
        kSet,
        {},
        {},
        {"set ssid = my drone"}},
       {"SetDronePassword",
        31,
-       text_bytes("12345678", 20),
+       bytes_of_text("12345678", 20),
        44,
-       text_bytes("12345678", 21),
+       bytes_of_text("12345678", 21),
        kSet,
        {},
        {},

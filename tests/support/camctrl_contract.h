@@ -33,9 +33,6 @@ void PrintTo(const CamctrlContract& row, std::ostream* out);
 const std::vector<CamctrlContract>& camctrl_contract();
 constexpr int kGetCameraType = 4096;
 
-Bytes text_bytes(const std::string& text, std::size_t size);
-Bytes joined(Bytes bytes, const Bytes& more);
-
 // The test client's words.
 
 using Words = std::vector<std::string>;

@@ -171,7 +171,7 @@ TEST_F(BusTapTest, PutsAnAnswerBehindItsRequestWhoeverPublishes) {
   const std::string back = _channel + "_back";
   Tap tap = open_tap();
   Inbox& answers = subscribe(back);
-  ChildProcess& echo = start({BUS_PEER, "echo", there, back});
+  Process& echo = start({BUS_PEER, "echo", there, back});
   ASSERT_TRUE(comes_true([&] { return vlm::bus::bus_has_subscriber(there.c_str()); }));
   std::vector<TapCopy> copies;
   constexpr std::uint32_t kRounds = 2000;

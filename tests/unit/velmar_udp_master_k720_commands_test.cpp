@@ -12,6 +12,7 @@
 #include "camctrl_app.h"
 #include "camctrl_contract.h"
 #include "camctrl_service.h"
+#include "operation.h"
 #include "scripted_bus.h"
 #include "transcript.h"
 
@@ -170,13 +171,13 @@ TEST_F(CamctrlCommands, AnswerTheHeartbeatAsUnsupported) {
 
 TEST_F(CamctrlCommands, KeepTextsToTheirTwentyCharacters) {
   const std::string full = "ABCDEFGHIJKLMNOPQRST";
-  ask(camctrl_request(29, text_bytes(full + "UVWXYZ", 26)));
+  ask(camctrl_request(29, bytes_of_text(full + "UVWXYZ", 26)));
   EXPECT_NE(without_places(_transcript.text()).find(": set ssid = " + full + "\n"),
             std::string::npos);
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(bus().only_record().cmd_params), 21),
             full + '\0');
   bus().reset();
-  ask(camctrl_request(31, text_bytes(full + "UVWXYZ", 26)));
+  ask(camctrl_request(31, bytes_of_text(full + "UVWXYZ", 26)));
   EXPECT_NE(without_places(_transcript.text()).find(": set password = " + full + "\n"),
             std::string::npos);
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(bus().only_record().cmd_params), 22),
@@ -193,10 +194,10 @@ TEST_F(CamctrlCommands, ReadNoDataFromALengthOfOne) {
 }
 
 TEST_F(CamctrlCommands, ShowAShortNameWhole) {
-  bus().answer(joined(text_bytes("V7", 8), {1, 2, 3, 0}));
+  bus().answer(joined(bytes_of_text("V7", 8), {1, 2, 3, 0}));
   EXPECT_EQ(
       ask(camctrl_request(23)),
-      camctrl_reply(23, 0, joined(text_bytes("V7", 8), {1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0})));
+      camctrl_reply(23, 0, joined(bytes_of_text("V7", 8), {1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0})));
   EXPECT_NE(without_places(_transcript.text()).find(": camera version:V7_1.2.3_\n"),
             std::string::npos);
 }
