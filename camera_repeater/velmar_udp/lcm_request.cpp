@@ -8,6 +8,7 @@
 #include "velmar_cmd.h"
 #include "velmar_err.h"
 #include "velmar_log.h"
+#include "velmar_output.h"
 
 namespace {
 
@@ -42,6 +43,7 @@ userlcm_packet_t request_packet(const udp_ctrl_cam_t& cmd) {
 void report_still_pending(int state, int last_sent, const char* caller) {
   std::printf("Error: a request is already pending:[%d], last sent cmd: %s\n", state,
               vlm_strcmd(last_sent));
+  show_output();  // the log's card may take its time, here and below
   vlm_log_print(kLogPlain, "Error: a request is already pending.");
   if (caller != nullptr) {
     vlm_log_print(kLogPlain, " %s() failed.", caller);
@@ -94,6 +96,7 @@ bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Res
   const int err = m_err_code;
   if (err != VLM_ERR_NONE) {
     std::printf("LCM request %s failed with: %s\n", name, vlm_strerr(err));
+    show_output();
     vlm_log_print(kLogPlain, "LCM request %s failed with: %s", name, vlm_strerr(err));
   } else {
     std::printf("Recv %s Ack OK\n", name);
@@ -119,6 +122,7 @@ void LcmRequest::wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd) {
   if (!lock.wait_at_most(_lcm_response_cond, timeout, answered)) {
     const char* const name = vlm_strcmd(cmd.cmd_type);
     std::printf("error: LCM request %s timeout waiting for answer\n", name);
+    show_output();
     vlm_log_print(kLogPlain, "error: LCM request %s timeout waiting for answer", name);
     m_err_code = VLM_ERR_IS_TIMEOUT;
     return;
@@ -137,6 +141,8 @@ void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
   MutexLock lock(_mutex);
   if (_state != BUSY) {
     std::puts("not waiting on answer");
+    lock.unlock();
+    show_output();
     return;
   }
   const unsigned long long took = elapsed_ms(_lcm_request_time_start, time_ms());
@@ -148,9 +154,12 @@ void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
     _last_cmd_type_received = reply.cmd_type;
     m_err_code = reply.err_code;
   }
+  const bool answered = is_answered();
   // The woken caller needs the lock at once: give it back first.
   lock.unlock();
   _lcm_response_cond.notify_one();
+  // A caller that has its answer prints more, and shows all of it together.
+  if (!answered) show_output();
 }
 
 bool LcmRequest::is_answered() const {
