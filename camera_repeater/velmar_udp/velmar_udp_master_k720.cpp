@@ -159,17 +159,11 @@ void UdpMasterK720::udp_waitsignal() {
 
 void* UdpMasterK720::receive_commands_from_apps(void* arg) {
   auto& service = *static_cast<UdpMasterK720*>(arg);
-<<<<<<< HEAD
   const camctrl_msg_t& msg = service.received();
-  for (;;) {
-=======
-  // Only this thread writes the slot, so it may read it without the slot's lock.
-  const camctrl_msg_t& msg = service.m_camctr_msg;
   for (bool handed_over = false;;) {
     // Behind a command the processing thread prints more, and shows all of it together.
     if (!handed_over) show_output();
     handed_over = false;
->>>>>>> h14
     const std::size_t size = service.receive_message();
     if (size == 0) continue;
     udp_say(udp_here(), "Received msg:rev_len = %d\n", static_cast<int>(size));
