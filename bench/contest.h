@@ -13,11 +13,8 @@
 #include <sched.h>
 #include <unistd.h>
 
-<<<<<<< HEAD
-=======
 #include <algorithm>
 #include <cerrno>
->>>>>>> h14
 #include <charconv>
 #include <chrono>
 #include <cstdio>

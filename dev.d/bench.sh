@@ -1,7 +1,7 @@
 # shellcheck shell=sh
 # `./dev bench`: the benchmarks, their page and the comparison with another revision.
 
-BENCH_PACKAGES="$BUILD_PACKAGES libbenchmark-dev libgtest-dev python3"
+BENCH_PACKAGES="$BUILD_PACKAGES libbenchmark-dev python3"
 PEER_PACKAGES="cyclonedds-dev cyclonedds-tools dbus libmosquitto-dev libsystemd-dev libzmq3-dev
   mosquitto pkg-config"
 
