@@ -19,7 +19,7 @@ struct UdpMasterK720Peer {
   static pthread_mutex_t& mutex(UdpMasterK720& service) { return service.m_mutex; }
   /// The port of the sender of the latest datagram, to which replies go.
   static int latest_sender(UdpMasterK720& service) {
-    const std::lock_guard<std::mutex> guard(service.m_slot_mutex);
+    const MutexLock lock(service.m_slot_mutex);
     return ntohs(service.m_peer_client_addr.sin_port);
   }
 };
