@@ -218,6 +218,13 @@ void DirectoryWatch::watch(const BusDirectory& directory) {
 
 bool DirectoryWatch::changed() {
   if (_watched < 0) return true;
+  if (_signal.is_silent()) return false;
+  _signal.listen_to(_inotify.get());  // before it is read: no later change is missed
+  return drain();
+}
+
+/// True when there was anything to read.
+bool DirectoryWatch::drain() {
   char events[4096];
   bool any = false;
   while (read(_inotify.get(), events, sizeof events) > 0) any = true;
@@ -228,7 +235,7 @@ void DirectoryWatch::wait(int timeout_ms) {
   const int longest = _watched < 0 ? kLookAgainBlindMs : kLookAgainMs;
   pollfd inotify{_inotify.get(), POLLIN, 0};  // poll passes over a descriptor of -1
   poll(&inotify, 1, std::min(timeout_ms, longest));
-  changed();
+  drain();
 }
 
 }  // namespace vlm::bus

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <optional>
 
 #include "reason.h"
@@ -158,6 +159,7 @@ bool Publisher::wait_for_room(const Channel& channel, Clock::time_point deadline
   }
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
   if (full.empty() || left <= 0) return false;
+  std::fflush(stdout);  // the lines that a program has collected do not wait
   poll(full.data(), static_cast<nfds_t>(full.size()), static_cast<int>(left));
   return true;
 }

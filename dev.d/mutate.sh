@@ -54,7 +54,7 @@ mutate() {
   ! cmp -s "$2" "$MUTANTS/$2" || fail "the edit changes nothing in $2: $1"
   if ! build_copy "$4" "$5"; then
     # Elsewhere nothing has been proven: the edit is wrong.
-    [ "$4" = clang ] || {
+    [ "$4" = asan ] || {
       cat "$scratch/build.log" >&2
       fail "the edit does not compile: $1"
     }
@@ -81,7 +81,7 @@ concerns() {
 }
 
 dev_mutate() {
-  need "$CHECK_PACKAGES clang"
+  need "$FUZZ_PACKAGES $CHECK_PACKAGES"
   clean_up_at_exit
   update_copy
   : >"$scratch/outcomes"

@@ -24,6 +24,7 @@
 #include "standard_output.h"
 #include "threads.h"
 #include "velmar_log.h"
+#include "velmar_output.h"
 #include "velmar_udp_master_k720.h"
 
 namespace vlm::service {
@@ -168,6 +169,7 @@ int start(const Settings& settings) {
     return complain("no thread for the time log: " + host::reason(), kFailure);
   }
   std::printf("vlm_udp_service: serving port %d\n", vlm_udp_master_k720_port());
+  show_output();
   return 0;
 }
 
@@ -194,6 +196,7 @@ int start(const Settings& settings) {
   if (!start_thread("START", start_or_end)) {
     end(complain("no thread to start with: " + host::reason(), kFailure));
   }
+  show_output();
   int signal = 0;
   sigwait(&end_signals, &signal);
   end(0);

@@ -404,7 +404,8 @@ class LcmRequest {
   /// send_and_wait, which on success also copies `results` while the engine is still the caller's:
   /// no other request's answer can come in between.
   bool send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Results& results);
-  void wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd) VLM_REQUIRES(_mutex);
+  void wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd, const char* name)
+      VLM_REQUIRES(_mutex);
   /// The reply to the pending command has been recorded.
   bool is_answered() const VLM_REQUIRES(_mutex);
   void save_lcm_result(const udp_ctrl_cam_t& reply) VLM_REQUIRES(_mutex);

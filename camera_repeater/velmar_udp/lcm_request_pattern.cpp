@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "velmar_log.h"
+#include "velmar_output.h"
 
 LcmRequest::Request::Request(LcmRequest& engine, const char* caller, udp_ctrl_cam_cmds code)
     : _engine(engine), _ready(engine.get_ready(caller)) {
@@ -56,7 +57,10 @@ bool LcmRequest::Request::send(const char* failed, const char* done) {
   }
   const bool success = _engine.send_and_wait(_record, _perr, _results);
   const LogEntry& entry = success ? _log_done : _log_failed;
-  if (entry.text != nullptr) vlm_log_print(entry.level, "%s", entry.text);
+  if (entry.text != nullptr) {
+    show_output();  // the log's card may take its time
+    vlm_log_print(entry.level, "%s", entry.text);
+  }
   const char* const text = success ? done : failed;
   if (text != nullptr) std::puts(text);
   return success;

@@ -91,6 +91,11 @@ class UdpMasterK720 {
   int process_camera_functions_and_reply();
 
  private:
+  struct Reply {
+    camctrl_msg_t msg;
+    std::size_t size;  // of what is sent
+  };
+
   friend int vlm_udp_master_k720_port();
   friend struct UdpMasterK720Peer;  // lets tests look at the socket
 
@@ -105,6 +110,7 @@ class UdpMasterK720 {
   int take_mutex();
   camctrl_msg_t message();
   camctrl_msg_t next_message();
+  Reply process_camera_functions();
   void send_to_client(const camctrl_msg_t& msg, std::size_t size);
 
   int m_udp_server_port = 0;
@@ -114,7 +120,7 @@ class UdpMasterK720 {
   int m_count = 0;          // validated commands not yet executed
   int m_first = 0;          // the place of the first of them
   std::array<camctrl_msg_t, kMostWaiting> m_waiting{};
-  std::atomic<int> m_unanswered{0};           // those of m_count that no reply has been sent to
+  std::atomic<int> m_unanswered{0};           // those of m_count that have no reply yet
   std::atomic<bool> m_locked_by_host{false};  // the mutex was taken by udp_lock or udp_trylock
   // Overwritten while a command runs.
   Mutex m_slot_mutex;

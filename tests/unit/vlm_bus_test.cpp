@@ -1,6 +1,7 @@
 // The two bus functions, between threads and between processes.
 #include "vlm_bus.h"
 
+#include <fcntl.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <poll.h>

@@ -223,7 +223,8 @@ std::int64_t PcapngReader::time_of(const Interface& interface, std::uint64_t uni
   } else if (!interface.binary && interface.exponent < 9) {
     ns = units * static_cast<std::uint64_t>(kNsPerSecond / per_second);
   } else {
-    ns = static_cast<std::uint64_t>(static_cast<long double>(units) / per_second * kNsPerSecond);
+    const long double exact = static_cast<long double>(units) / per_second * kNsPerSecond;
+    if (exact < 0x1p64L) ns = static_cast<std::uint64_t>(exact);
   }
   return static_cast<std::int64_t>(ns + static_cast<std::uint64_t>(interface.offset_s) *
                                             static_cast<std::uint64_t>(kNsPerSecond));
