@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <optional>
 
+#include "format.h"
 #include "reason.h"
 
 namespace vlm::bus {
@@ -103,7 +104,8 @@ void Publisher::connect_new(const BusDirectory& directory, const std::vector<std
     if (connection) {
       channel.subscribers.push_back({name, std::move(connection)});
     } else if (error != ECONNREFUSED && error != ENOENT) {
-      _complaint.about("cannot reach " + name + ": " + host::reason(error));
+      _complaint.about(
+          host::format("cannot reach %s: %s", name.c_str(), host::reason(error).c_str()));
       channel.seen = 0;  // to be tried again
     }
   }
@@ -131,8 +133,8 @@ void Publisher::offer(Subscriber& subscriber, Packet packet) {
   subscriber.waiting = error != 0 && subscriber.connection;
   if (error == 0 && subscriber.stalled) {
     subscriber.stalled = false;
-    report(subscriber.name +
-           " takes its packets again; dropped in all: " + std::to_string(subscriber.drops));
+    report(host::format("%s takes its packets again; dropped in all: %lu", subscriber.name.c_str(),
+                        subscriber.drops));
   }
 }
 
@@ -168,8 +170,8 @@ void Publisher::drop(Subscriber& subscriber) {
   ++subscriber.drops;
   subscriber.waiting = false;
   if (!subscriber.stalled) {
-    report(subscriber.name +
-           " does not take its packets; dropped so far: " + std::to_string(subscriber.drops));
+    report(host::format("%s does not take its packets; dropped so far: %lu",
+                        subscriber.name.c_str(), subscriber.drops));
   }
   subscriber.stalled = true;
 }
