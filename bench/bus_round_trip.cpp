@@ -350,6 +350,25 @@ void report(std::FILE* out, std::vector<Entrant>& entrants) {
   }
 }
 
+/// How much later the named contender's answers come than those of the bus without a tap.
+double added_by(const char* name, const std::vector<Entrant>& entrants) {
+  const auto median_of = [&](const std::string& wanted) {
+    for (const Entrant& entrant : entrants) {
+      if (wanted == entrant.contender->name()) return quantile(entrant.samples, 0.5);
+    }
+    return 0.0;
+  };
+  return median_of(name) - median_of("bus");
+}
+
+/// What a tap may cost, and what it does; a stopped one costs what is noise.
+void report_taps(std::FILE* out, const std::vector<Entrant>& entrants) {
+  constexpr double kMostUs = 3.0;
+  const double tapped = added_by("tapped", entrants);
+  std::fprintf(out, "a tap adds %.2f us (limit %.1f us: %s), a stopped one %.2f us\n", tapped,
+               kMostUs, tapped <= kMostUs ? "kept" : "BROKEN", added_by("stopped", entrants));
+}
+
 void pin_to_one_core() {
   cpu_set_t allowed;
   if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) give_up("sched_getaffinity");
@@ -386,6 +405,7 @@ void run(int rounds) {
                "%d round trips of %zu bytes each, on one core; microseconds, ratio of medians\n",
                rounds, kPacketSize);
   report(results, entrants);
+  report_taps(results, entrants);
 }
 
 }  // namespace
