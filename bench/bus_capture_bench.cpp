@@ -7,7 +7,6 @@
 //
 // Each packet carries its number: those that are missing in the recording must be those that it says
 // were lost, to the packet.
-#include <sched.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -37,17 +36,6 @@ constexpr int kGetZoom = UDP_CTRL_CAM_GET_ZOOM;
 constexpr std::size_t kNumberAt = offsetof(userlcm_packet_t, msg_buf) +
                                   offsetof(msg_from_rep_t, msg_data) +
                                   offsetof(udp_ctrl_cam_t, cmd_params);
-
-void pin_to_one_core() {
-  cpu_set_t allowed;
-  if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) give_up("sched_getaffinity");
-  int core = 0;
-  while (!CPU_ISSET(core, &allowed)) ++core;
-  cpu_set_t one;
-  CPU_ZERO(&one);
-  CPU_SET(core, &one);
-  if (sched_setaffinity(0, sizeof one, &one) != 0) give_up("sched_setaffinity");
-}
 
 /// The monitor, recording to a file. On the cores of this process.
 class Monitor {
@@ -178,6 +166,6 @@ int main(int argc, char** argv) {
                       {"bus_capture_bench",
                        "Records 20,000 packets a second with vlm_bus_monitor on one core and "
                        "counts what is missing.",
-                       "packets, 1 to 10000000 (default 20000)", VLM_VERSION},
+                       "packets of each kind, 1 to 10000000 (default 100000)", 100000},
                       run);
 }

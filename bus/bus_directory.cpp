@@ -12,7 +12,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <system_error>
+
+#include "reason.h"
 
 namespace vlm::bus {
 
@@ -50,7 +51,7 @@ DirectoryStream open_or_create(const std::string& path) {
 std::string objection_to(const DirectoryStream& stream) {
   struct stat status {};
   if (!stream || fstat(dirfd(stream.get()), &status) != 0) {
-    return std::system_category().message(errno);
+    return host::reason();
   }
   if (status.st_uid != geteuid()) return "it belongs to another user";
   if (status.st_mode & (S_IWGRP | S_IWOTH)) return "others may write to it";
@@ -74,9 +75,10 @@ bool is_tap(std::string_view name) {
          name.find('.') == name.npos;
 }
 
-unsigned next_serial() {
+// Another name at each call: BEGINNING, separator, the process, separator, a serial number.
+std::string next_name(const std::string& beginning, char separator) {
   static std::atomic<unsigned> serial{0};
-  return serial++;
+  return beginning + separator + std::to_string(getpid()) + separator + std::to_string(serial++);
 }
 
 // Lets `take` try names of this process until one is free: another process of this number may have
@@ -84,8 +86,7 @@ unsigned next_serial() {
 template <typename Take>
 std::string take_name(const std::string& beginning, char separator, Take take) {
   for (;;) {
-    std::string name = beginning + separator + std::to_string(getpid()) + separator +
-                       std::to_string(next_serial());
+    std::string name = next_name(beginning, separator);
     if (take(name) == 0) return name;
     if (errno != EADDRINUSE && errno != EEXIST) return {};
   }
@@ -217,6 +218,13 @@ void DirectoryWatch::watch(const BusDirectory& directory) {
 
 bool DirectoryWatch::changed() {
   if (_watched < 0) return true;
+  if (_signal.is_silent()) return false;
+  _signal.listen_to(_inotify.get());  // before it is read: no later change is missed
+  return drain();
+}
+
+/// True when there was anything to read.
+bool DirectoryWatch::drain() {
   char events[4096];
   bool any = false;
   while (read(_inotify.get(), events, sizeof events) > 0) any = true;
@@ -227,7 +235,7 @@ void DirectoryWatch::wait(int timeout_ms) {
   const int longest = _watched < 0 ? kLookAgainBlindMs : kLookAgainMs;
   pollfd inotify{_inotify.get(), POLLIN, 0};  // poll passes over a descriptor of -1
   poll(&inotify, 1, std::min(timeout_ms, longest));
-  changed();
+  drain();
 }
 
 }  // namespace vlm::bus

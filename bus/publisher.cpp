@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <optional>
-#include <system_error>
+
+#include "reason.h"
 
 namespace vlm::bus {
 
@@ -98,7 +100,7 @@ void Publisher::connect_new(const BusDirectory& directory, const std::vector<std
     if (connection) {
       channel.subscribers.push_back({name, std::move(connection)});
     } else if (error != ECONNREFUSED && error != ENOENT) {
-      _complaint.about("cannot reach " + name + ": " + std::system_category().message(error));
+      _complaint.about("cannot reach " + name + ": " + host::reason(error));
       channel.seen = 0;  // to be tried again
     }
   }
@@ -154,6 +156,7 @@ bool Publisher::wait_for_room(const Channel& channel, Clock::time_point deadline
   }
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
   if (full.empty() || left <= 0) return false;
+  std::fflush(stdout);  // the lines that a program has collected do not wait
   poll(full.data(), static_cast<nfds_t>(full.size()), static_cast<int>(left));
   return true;
 }

@@ -9,8 +9,9 @@
 #include <cstring>
 #include <mutex>
 #include <set>
-#include <system_error>
 #include <utility>
+
+#include "reason.h"
 
 namespace vlm::bus {
 
@@ -71,7 +72,7 @@ bool Subscription::announce() {
   UniqueFd socket = open_socket();
   std::string name = socket ? directory->bind(socket, _channel) : "";
   if (name.empty()) {
-    _complaint.about("cannot subscribe " + _channel + ": " + std::system_category().message(errno));
+    _complaint.about("cannot subscribe " + _channel + ": " + host::reason());
     return false;
   }
   _directory = std::move(directory);
@@ -91,7 +92,7 @@ void Subscription::serve() {
     } else if (errno == EAGAIN) {
       if (!is_announced()) announce();
     } else if (errno != EINTR) {
-      report("cannot receive on " + _name + ": " + std::system_category().message(errno));
+      report("cannot receive on " + _name + ": " + host::reason());
       return;
     }
   }

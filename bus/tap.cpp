@@ -8,8 +8,10 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <system_error>
 #include <utility>
+
+#include "reason.h"
+#include "tap_greeting_message.h"
 
 namespace vlm::bus {
 
@@ -49,7 +51,7 @@ bool Tap::announce(std::string& error) {
   UniqueFd listener(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   std::string name = listener ? directory->bind_tap(listener) : std::string();
   if (name.empty()) {
-    error = "cannot tap the bus: " + std::system_category().message(errno);
+    error = "cannot tap the bus: " + host::reason();
     return false;
   }
   _directory = std::move(directory);
@@ -102,19 +104,13 @@ void Tap::accept_publishers() {
 /// A publisher greets after it has connected, and only then publishes. False when it has not done
 /// so yet, or is none: then it has ended.
 bool Tap::receive_greeting(Publisher& publisher) {
-  TapGreeting greeting{};
-  iovec bytes{&greeting, sizeof greeting};
-  int descriptors[2] = {-1, -1};
-  alignas(cmsghdr) char control[CMSG_SPACE(sizeof descriptors)] = {};
-  msghdr message{};
-  message.msg_iov = &bytes;
-  message.msg_iovlen = 1;
-  message.msg_control = control;
-  message.msg_controllen = sizeof control;
-  const ssize_t size = recvmsg(publisher.connection.get(), &message, MSG_CMSG_CLOEXEC);
+  TapGreetingMessage message({});
+  const TapGreeting& greeting = message.greeting;
+  TapGreetingMessage::Descriptors descriptors = {-1, -1};
+  const ssize_t size = recvmsg(publisher.connection.get(), &message.header, MSG_CMSG_CLOEXEC);
   if (size < 0 && (errno == EAGAIN || errno == EINTR)) return false;
   publisher.ended = true;
-  const cmsghdr* const header = CMSG_FIRSTHDR(&message);
+  const cmsghdr* const header = CMSG_FIRSTHDR(&message.header);
   if (size < 0 || header == nullptr || header->cmsg_type != SCM_RIGHTS ||
       header->cmsg_len != CMSG_LEN(sizeof descriptors)) {
     return false;

@@ -10,6 +10,8 @@
 #include <cstring>
 #include <utility>
 
+#include "tap_greeting_message.h"
+
 namespace vlm::bus {
 
 namespace {
@@ -73,22 +75,15 @@ bool TapSender::connect(const BusDirectory& directory, const std::string& name, 
 }
 
 bool TapSender::greet(const Tap& tap, int tally) {
-  TapGreeting greeting{kTapVersion, getpid()};
-  iovec bytes{&greeting, sizeof greeting};
-  const int descriptors[2] = {tap.reading.get(), tally};
-  alignas(cmsghdr) char control[CMSG_SPACE(sizeof descriptors)] = {};
-  msghdr message{};
-  message.msg_iov = &bytes;
-  message.msg_iovlen = 1;
-  message.msg_control = control;
-  message.msg_controllen = sizeof control;
-  cmsghdr* const header = CMSG_FIRSTHDR(&message);
+  TapGreetingMessage message({kTapVersion, getpid()});
+  const TapGreetingMessage::Descriptors descriptors = {tap.reading.get(), tally};
+  cmsghdr* const header = CMSG_FIRSTHDR(&message.header);
   header->cmsg_level = SOL_SOCKET;
   header->cmsg_type = SCM_RIGHTS;
   header->cmsg_len = CMSG_LEN(sizeof descriptors);
   std::memcpy(CMSG_DATA(header), descriptors, sizeof descriptors);
-  return sendmsg(tap.connection.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT) ==
-         static_cast<ssize_t>(sizeof greeting);
+  return sendmsg(tap.connection.get(), &message.header, MSG_NOSIGNAL | MSG_DONTWAIT) ==
+         static_cast<ssize_t>(sizeof message.greeting);
 }
 
 void TapSender::note(const std::string& text) {

@@ -6,10 +6,10 @@
 #include <cstddef>
 #include <cstring>
 #include <string>
-#include <system_error>
 
 #include "bus_directory.h"
 #include "publisher.h"
+#include "reason.h"
 #include "report.h"
 #include "subscription.h"
 #include "vlm_userlcm_control_camera.h"
@@ -61,7 +61,7 @@ bool any_live(const BusDirectory& directory, const char* channel, std::string& e
   for (const std::string& name : directory.sockets_of(channel)) {
     if (directory.connect(name)) return true;
     if (errno != ECONNREFUSED && errno != ENOENT) {
-      error = "cannot reach " + name + ": " + std::system_category().message(errno);
+      error = "cannot reach " + name + ": " + host::reason();
     }
   }
   return false;

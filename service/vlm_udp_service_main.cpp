@@ -20,9 +20,11 @@
 #include "bus_listeners.h"
 #include "options.h"
 #include "output_relay.h"
+#include "reason.h"
 #include "standard_output.h"
 #include "threads.h"
 #include "velmar_log.h"
+#include "velmar_output.h"
 #include "velmar_udp_master_k720.h"
 
 namespace vlm::service {
@@ -47,8 +49,6 @@ struct Settings {
   bool help = false;
   bool version = false;
 };
-
-std::string reason() { return std::system_category().message(errno); }
 
 int complain(const std::string& message, int status) {
   std::fprintf(stderr, "%s: %s\n", kName, message.c_str());
@@ -145,7 +145,7 @@ void hold_standard_descriptors() {
 int prove_threads() {
   for (const char* const name : {"RCVCMD", "PCCMD"}) {
     if (thread_lives(name)) continue;
-    const std::string why = errno == 0 ? "it could not be made" : reason();
+    const std::string why = errno == 0 ? "it could not be made" : host::reason();
     return complain(std::string("there is no thread ") + name + ": " + why, kFailure);
   }
   return 0;
@@ -153,21 +153,23 @@ int prove_threads() {
 
 int open_port(int port) {
   if (vlm_udp_master_k720_init(port) == 0) return prove_threads();
-  const std::string why = errno == EADDRINUSE ? "is it in use?" : reason();
+  const std::string why = errno == EADDRINUSE ? "is it in use?" : host::reason();
   return complain("port " + std::to_string(port) + " cannot be served: " + why, kFailure);
 }
 
 /// Returns 0 once the service serves, else the status to end with.
 int start(const Settings& settings) {
   if (!start_bus_listeners()) {
-    return complain(errno == 0 ? "the bus does not deliver" : "no thread for the bus: " + reason(),
-                    kFailure);
+    return complain(
+        errno == 0 ? "the bus does not deliver" : "no thread for the bus: " + host::reason(),
+        kFailure);
   }
   if (const int status = open_port(settings.port); status != 0) return status;
   if (settings.log_time && !start_thread("TIMELOG", [] { log_time_thread(nullptr); })) {
-    return complain("no thread for the time log: " + reason(), kFailure);
+    return complain("no thread for the time log: " + host::reason(), kFailure);
   }
   std::printf("vlm_udp_service: serving port %d\n", vlm_udp_master_k720_port());
+  show_output();
   return 0;
 }
 
@@ -175,6 +177,7 @@ int start(const Settings& settings) {
 [[noreturn]] void end(int status) {
   static std::mutex& once = *new std::mutex;
   once.lock();
+  end_output();
   drain_standard_output(kTimeToDrain);
   std::exit(status);
 }
@@ -184,7 +187,7 @@ int start(const Settings& settings) {
   const sigset_t end_signals = hold_end_signals();
   std::signal(SIGPIPE, SIG_IGN);  // of a reader of our output that has gone
   if (!relay_standard_output(kName)) {
-    end(complain("no thread for the output: " + reason(), kFailure));
+    end(complain("no thread for the output: " + host::reason(), kFailure));
   }
   if (settings.sdcard) use_sdcard(*settings.sdcard);
   vlm_camera_log_init();
@@ -192,8 +195,9 @@ int start(const Settings& settings) {
     if (const int status = start(settings); status != 0) end(status);
   };
   if (!start_thread("START", start_or_end)) {
-    end(complain("no thread to start with: " + reason(), kFailure));
+    end(complain("no thread to start with: " + host::reason(), kFailure));
   }
+  show_output();
   int signal = 0;
   sigwait(&end_signals, &signal);
   end(0);

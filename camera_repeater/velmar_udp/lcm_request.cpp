@@ -8,6 +8,7 @@
 #include "velmar_cmd.h"
 #include "velmar_err.h"
 #include "velmar_log.h"
+#include "velmar_output.h"
 
 namespace {
 
@@ -42,6 +43,7 @@ userlcm_packet_t request_packet(const udp_ctrl_cam_t& cmd) {
 void report_still_pending(int state, int last_sent, const char* caller) {
   std::printf("Error: a request is already pending:[%d], last sent cmd: %s\n", state,
               vlm_strcmd(last_sent));
+  show_output();  // the log's card may take its time, here and below
   vlm_log_print(kLogPlain, "Error: a request is already pending.");
   if (caller != nullptr) {
     vlm_log_print(kLogPlain, " %s() failed.", caller);
@@ -62,7 +64,7 @@ bool LcmRequest::get_ready(const char* caller) {
     return false;
   }
   _state = BUSY;
-  std::printf("%s() is ready.\n", caller != nullptr ? caller : "(null)");
+  print_pieces({caller != nullptr ? caller : "(null)", "() is ready.\n"});
   return true;
 }
 
@@ -82,9 +84,9 @@ bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Res
   MutexLock lock(_mutex);
   send_ctrl_cam(cmd);
   const char* const name = vlm_strcmd(cmd.cmd_type);
-  std::printf("Send %s\n", name);
+  print_pieces({"Send ", name, "\n"});
 
-  wait_for_reply(lock, cmd);
+  wait_for_reply(lock, cmd, name);
   if (_state != BUSY) {
     m_err_code = VLM_ERR_FAILED;
     std::puts(
@@ -94,9 +96,10 @@ bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Res
   const int err = m_err_code;
   if (err != VLM_ERR_NONE) {
     std::printf("LCM request %s failed with: %s\n", name, vlm_strerr(err));
+    show_output();
     vlm_log_print(kLogPlain, "LCM request %s failed with: %s", name, vlm_strerr(err));
   } else {
-    std::printf("Recv %s Ack OK\n", name);
+    print_pieces({"Recv ", name, " Ack OK\n"});
     for (const Result& copy : results) {
       if (copy.size != 0) std::memcpy(copy.out, copy.field, copy.size);
     }
@@ -110,26 +113,28 @@ bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Res
   return err == VLM_ERR_NONE;
 }
 
-void LcmRequest::wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd) {
+void LcmRequest::wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd, const char* name) {
   const auto timeout =
       cmd.cmd_type == UDP_CTRL_CAM_GET_CAMERA_STATUS ? _timeouts.status_reply : _timeouts.reply;
   const auto answered = [&]() VLM_REQUIRES(_mutex) {
     return _last_cmd_type_received == cmd.cmd_type;
   };
   if (!lock.wait_at_most(_lcm_response_cond, timeout, answered)) {
-    const char* const name = vlm_strcmd(cmd.cmd_type);
     std::printf("error: LCM request %s timeout waiting for answer\n", name);
+    show_output();
     vlm_log_print(kLogPlain, "error: LCM request %s timeout waiting for answer", name);
     m_err_code = VLM_ERR_IS_TIMEOUT;
     return;
   }
-  std::printf("finish waiting for cmd %s response. error code: %d\n",
-              vlm_strcmd(_last_cmd_type_sent), m_err_code.load());
-  if (cmd.cmd_type != _last_cmd_type_sent) {
+  const bool changed = cmd.cmd_type != _last_cmd_type_sent;
+  const char* const sent = changed ? vlm_strcmd(_last_cmd_type_sent) : name;
+  print_pieces(
+      {"finish waiting for cmd ", sent, " response. error code: ", Decimal(m_err_code), "\n"});
+  if (changed) {
     m_err_code = VLM_ERR_FAILED;
     std::printf(
         "!!!!CRITICAL!!!! last sent cmd %s was changed unexpectedly. it is supposed to be %s\n",
-        vlm_strcmd(_last_cmd_type_sent), vlm_strcmd(cmd.cmd_type));
+        sent, name);
   }
 }
 
@@ -137,20 +142,25 @@ void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
   MutexLock lock(_mutex);
   if (_state != BUSY) {
     std::puts("not waiting on answer");
+    lock.unlock();
+    show_output();
     return;
   }
-  const unsigned long long took = elapsed_ms(_lcm_request_time_start, time_ms());
-  std::printf("LCM request %s took: %llu ms, error %d\n", vlm_strcmd(reply.cmd_type), took,
-              reply.err_code);
+  const Decimal took(elapsed_ms(_lcm_request_time_start, time_ms()));
+  print_pieces({"LCM request ", vlm_strcmd(reply.cmd_type), " took: ", took, " ms, error ",
+                Decimal(reply.err_code), "\n"});
   if (reply.err_code == VLM_ERR_NONE) save_lcm_result(reply);
   // Whoever waits still has to wake up: what comes until then must not take its answer away.
   if (!is_answered()) {
     _last_cmd_type_received = reply.cmd_type;
     m_err_code = reply.err_code;
   }
+  const bool answered = is_answered();
   // The woken caller needs the lock at once: give it back first.
   lock.unlock();
   _lcm_response_cond.notify_one();
+  // A caller that has its answer prints more, and shows all of it together.
+  if (!answered) show_output();
 }
 
 bool LcmRequest::is_answered() const {

@@ -396,8 +396,7 @@ class LcmRequest {
   using Results = std::array<Result, kMostResults>;
 
   // The one pattern of all operations, see lcm_request_pattern.h. `caller` is the operation's name.
-  Request ask(udp_ctrl_cam_cmds code, int* perr = nullptr,
-              const char* caller = __builtin_FUNCTION());
+  Request ask(udp_ctrl_cam_cmds code, const char* caller = __builtin_FUNCTION());
 
   /// Prints a text; always true, so that it chains behind a success.
   static bool say(const char* format, ...) __attribute__((format(printf, 1, 2)));
@@ -405,7 +404,8 @@ class LcmRequest {
   /// send_and_wait, which on success also copies `results` while the engine is still the caller's:
   /// no other request's answer can come in between.
   bool send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Results& results);
-  void wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd) VLM_REQUIRES(_mutex);
+  void wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd, const char* name)
+      VLM_REQUIRES(_mutex);
   /// The reply to the pending command has been recorded.
   bool is_answered() const VLM_REQUIRES(_mutex);
   void save_lcm_result(const udp_ctrl_cam_t& reply) VLM_REQUIRES(_mutex);

@@ -9,6 +9,8 @@
 #include <thread>
 #include <vector>
 
+#include "velmar_output.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -149,14 +151,19 @@ void UdpMasterK720::udp_consume() {
 }
 
 void UdpMasterK720::udp_waitsignal() {
-  while (m_count == 0) pthread_cond_wait(&m_cond, &m_mutex);
+  while (m_count == 0) {
+    show_output();
+    pthread_cond_wait(&m_cond, &m_mutex);
+  }
 }
 
 void* UdpMasterK720::receive_commands_from_apps(void* arg) {
   auto& service = *static_cast<UdpMasterK720*>(arg);
-  // Only this thread writes the slot, so it may read it without the slot's lock.
-  const camctrl_msg_t& msg = service.m_camctr_msg;
-  for (;;) {
+  const camctrl_msg_t& msg = service.received();
+  for (bool handed_over = false;;) {
+    // Behind a command the processing thread prints more, and shows all of it together.
+    if (!handed_over) show_output();
+    handed_over = false;
     const std::size_t size = service.receive_message();
     if (size == 0) continue;
     udp_say(udp_here(), "Received msg:rev_len = %d\n", static_cast<int>(size));
@@ -170,9 +177,11 @@ void* UdpMasterK720::receive_commands_from_apps(void* arg) {
     } else if (service.udp_produce() != 0) {
       refuse(service, msg, VLM_ERR_BUSY, udp_here(), "VLM_ERR_BUSY\n");
     } else {
-      service.udp_sendsignal();
+      handed_over = true;
     }
     pthread_mutex_unlock(&service.m_mutex);
+    // The woken thread needs the mutex at once: it has been given back.
+    if (handed_over) service.udp_sendsignal();
   }
 }
 
@@ -181,23 +190,27 @@ void* UdpMasterK720::process_commands_from_apps(void* arg) {
   for (;;) {
     pthread_mutex_lock(&service.m_mutex);
     service.udp_waitsignal();
-    service.process_camera_functions_and_reply();
+    const Reply reply = service.process_camera_functions();
     service.udp_consume();
     pthread_mutex_unlock(&service.m_mutex);
+    // Whoever has the reply may send the next command at once, and finds the mutex free.
+    service.send_to_client(reply.msg, reply.size);
+    if (service.m_unanswered == 0) show_output();
   }
 }
 
 /// Receives one datagram into the slot: a longer one than the record is cut, and behind a shorter
-/// one stands what the slot held before. Returns its size; 0 when there is nothing to act on.
+/// one stands what the slot held before. Replies go to its sender, even when it is empty. Returns its
+/// size; 0 when there is nothing to act on.
 std::size_t UdpMasterK720::receive_message() {
   u8 bytes[sizeof m_camctr_msg];
   sockaddr_in sender{};
   socklen_t sender_size = sizeof sender;
   const ssize_t count =
       recvfrom(m_udp_server_fd, bytes, sizeof bytes, 0, generic(sender), &sender_size);
-  if (count < 1) return 0;
+  if (count < 0) return 0;
   const auto size = static_cast<std::size_t>(count);
-  const std::lock_guard<std::mutex> guard(m_slot_mutex);
+  const MutexLock lock(m_slot_mutex);
   std::memcpy(&m_camctr_msg, bytes, size);
   m_peer_client_addr = sender;
   return size;
@@ -213,6 +226,7 @@ int UdpMasterK720::take_mutex() {
     if (tries < kYields) {
       std::this_thread::yield();
     } else {
+      show_output();
       std::this_thread::sleep_for(kPause);
     }
   }
@@ -220,7 +234,7 @@ int UdpMasterK720::take_mutex() {
 }
 
 camctrl_msg_t UdpMasterK720::message() {
-  const std::lock_guard<std::mutex> guard(m_slot_mutex);
+  const MutexLock lock(m_slot_mutex);
   return m_camctr_msg;
 }
 
@@ -232,7 +246,7 @@ camctrl_msg_t UdpMasterK720::next_message() {
 void UdpMasterK720::send_to_client(const camctrl_msg_t& msg, std::size_t size) {
   sockaddr_in client;
   {
-    const std::lock_guard<std::mutex> guard(m_slot_mutex);
+    const MutexLock lock(m_slot_mutex);
     client = m_peer_client_addr;
   }
   sendto(m_udp_server_fd, &msg, size, 0, generic(client), sizeof client);

@@ -17,8 +17,8 @@
 
 #include <array>
 #include <atomic>
-#include <mutex>
 
+#include "velmar_mutex.h"
 #include "velmar_udp_master_k720_crc.h"
 #include "velmar_udp_master_k720_print.h"
 #include "vlm_camera_codes.h"
@@ -91,6 +91,11 @@ class UdpMasterK720 {
   int process_camera_functions_and_reply();
 
  private:
+  struct Reply {
+    camctrl_msg_t msg;
+    std::size_t size;  // of what is sent
+  };
+
   friend int vlm_udp_master_k720_port();
   friend struct UdpMasterK720Peer;  // lets tests look at the socket
 
@@ -100,9 +105,12 @@ class UdpMasterK720 {
   static constexpr int kMostWaiting = 8;
 
   std::size_t receive_message();
+  /// The slot, for the receiving thread: only it writes the slot, so it may read it without the lock.
+  const camctrl_msg_t& received() const VLM_UNCHECKED { return m_camctr_msg; }
   int take_mutex();
   camctrl_msg_t message();
   camctrl_msg_t next_message();
+  Reply process_camera_functions();
   void send_to_client(const camctrl_msg_t& msg, std::size_t size);
 
   int m_udp_server_port = 0;
@@ -112,11 +120,12 @@ class UdpMasterK720 {
   int m_count = 0;          // validated commands not yet executed
   int m_first = 0;          // the place of the first of them
   std::array<camctrl_msg_t, kMostWaiting> m_waiting{};
-  std::atomic<int> m_unanswered{0};           // those of m_count that no reply has been sent to
+  std::atomic<int> m_unanswered{0};           // those of m_count that have no reply yet
   std::atomic<bool> m_locked_by_host{false};  // the mutex was taken by udp_lock or udp_trylock
-  camctrl_msg_t m_camctr_msg{};
-  sockaddr_in m_peer_client_addr{};
-  std::mutex m_slot_mutex;  // guards the two above, which are overwritten while a command runs
+  // Overwritten while a command runs.
+  Mutex m_slot_mutex;
+  camctrl_msg_t m_camctr_msg VLM_GUARDED_BY(m_slot_mutex){};
+  sockaddr_in m_peer_client_addr VLM_GUARDED_BY(m_slot_mutex){};
 };
 
 #endif  // VELMAR_UDP_MASTER_K720_H

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "lcm_request.h"
+#include "velmar_output.h"
 
 namespace {
 
@@ -45,9 +46,8 @@ void print_image_info(const udp_ctrl_cam_misc_image_info_t& info) {
               static_cast<int>(info.image_index), info.result);
 }
 
-void act_on(const msg_from_rep_t& message) {
+void print_notification(const msg_from_rep_t& message) {
   switch (message.msg_type) {
-    case LCM_CONTROL_CAMERA: lcm_request.receive_msg(read_message<udp_ctrl_cam_t>(message)); break;
     case LCM_SDCARD_STATUS: print_storage_notification(message.msg_data[0]); break;
     case LCM_MISC_IMAGE_INFO:
       print_image_info(read_message<udp_ctrl_cam_misc_image_info_t>(message));
@@ -55,6 +55,16 @@ void act_on(const msg_from_rep_t& message) {
     case LCM_UPDATE_CAMERA_MODE: std::puts("received setCamMode ack"); break;
     case LCM_CAPTURE_IMAGE_RESULT: std::puts("received imageCaptured ack"); break;
     default: break;
+  }
+}
+
+/// The engine shows a reply's line itself: most often together with those of the woken caller.
+void act_on(const msg_from_rep_t& message) {
+  if (message.msg_type == LCM_CONTROL_CAMERA) {
+    lcm_request.receive_msg(read_message<udp_ctrl_cam_t>(message));
+  } else {
+    print_notification(message);
+    show_output();
   }
 }
 
@@ -69,12 +79,14 @@ void TestGetLcmMsg(void* buf, unsigned int len, char* channel, void* /*user*/) {
   if (buf == nullptr || channel == nullptr) return;
   if (std::strcmp(channel, kReplyChannel) != 0) {
     std::printf("[%s]:The channel is not \"%s\"!\n", "TestGetLcmMsg", "velmar_udp");
+    show_output();
     return;
   }
   userlcm_packet_t packet{};
   std::memcpy(&packet, buf, std::min<std::size_t>(len, sizeof packet));
   if (!is_from_camera(packet)) {
     std::printf("UDP -- src channel is not \"%s\"!\n", kRequestChannel);
+    show_output();
     return;
   }
   msg_from_rep_t message;
@@ -97,6 +109,7 @@ void udp_start_receiving_messages() {
     listener.detach();
   } catch (const std::system_error& error) {
     delete subscription;
+    show_output();
     std::fprintf(stderr, "vlm_test: cannot start the bus listener: %s\n",
                  error.code().message().c_str());
   }

@@ -14,7 +14,7 @@ PRODUCT = "camera_repeater/velmar_udp"
 
 # Row: its files, and the rows that it stands on. The first pattern that fits a file decides.
 ROWS = {
-    "support": (rf"{PRODUCT}/(time_helper|velmar_log|velmar_mutex|velmar_table)\.(h|cpp)", []),
+    "support": (rf"{PRODUCT}/(time_helper|velmar_log|velmar_mutex|velmar_output|velmar_table)\.(h|cpp)", []),
     "protocol": (rf"{PRODUCT}/(vlm_userlcm_control_camera|vlm_camera_codes|vlm_camera_payloads"
                  r"|vlm_udp_camctrl_defines|velmar_cmd|velmar_err"
                  r"|velmar_udp_master_k720_crc|velmar_udp_master_k720_print)\.(h|cpp)",

@@ -96,9 +96,9 @@ TEST_F(BusMonitorTest, RecordsAFloodWithoutLossOrTellsTheLossToThePacket) {
 TEST_F(BusMonitorTest, TellsWhatItLostWhileItWasStopped) {
   constexpr int kPackets = 20000;
   start_monitor("-w recording");
-  _monitor->signal(SIGSTOP);
+  _monitor->stop();
   EXPECT_EQ(run({"bus_peer", "flood", "flooded", "sender", std::to_string(kPackets)}).status, 0);
-  _monitor->signal(SIGCONT);
+  _monitor->resume();
   const std::string shown = end_monitor();
   std::uint64_t marked = 0;
   const std::regex mark(" \\[dropped ([0-9]+)\\]\n");
@@ -126,7 +126,7 @@ TEST_F(BusMonitorTest, TellsWhatASubscriberDidNotTake) {
   start_monitor("--channel elsewhere -w recording");
   const auto subscriber = start({"bus_peer", "listen", "subscribed"});
   ASSERT_EQ(run({"vlm_bus_probe", "subscribed", "--wait", "20000"}).status, 0);
-  subscriber->signal(SIGSTOP);
+  subscriber->stop();
   // More than a socket holds, less than the tap does.
   EXPECT_EQ(run({"bus_peer", "flood", "subscribed", "sender", "700"}).status, 0);
   const std::string shown = plain(end_monitor());

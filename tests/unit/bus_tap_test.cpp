@@ -175,7 +175,7 @@ TEST_F(BusTapTest, TakesPacketsAgainAfterALoss) {
 
 TEST_F(BusTapTest, GetsTheLinesAboutSubscribersThatDoNotTakeTheirPackets) {
   Tap tap = open_tap();
-  ChildProcess& stopped = start({BUS_PEER, "listen", _channel});
+  Process& stopped = start({BUS_PEER, "listen", _channel});
   ASSERT_TRUE(comes_true([&] { return vlm::bus::bus_has_subscriber(_channel.c_str()); }));
   const std::string name = only_socket(_channel + '.');
   stopped.stop();
@@ -206,7 +206,7 @@ TEST_F(BusTapTest, GetsTheLinesAboutSubscribersThatDoNotTakeTheirPackets) {
 
 TEST_F(BusTapTest, GetsALineForWhichThereWasNoRoomLater) {
   Tap tap = open_tap();
-  ChildProcess& stopped = start({BUS_PEER, "listen", _channel});
+  Process& stopped = start({BUS_PEER, "listen", _channel});
   ASSERT_TRUE(comes_true([&] { return vlm::bus::bus_has_subscriber(_channel.c_str()); }));
   const std::string name = only_socket(_channel + '.');
   const std::string elsewhere = _channel + "_elsewhere";
@@ -238,7 +238,7 @@ TEST_F(BusTapTest, PutsAnAnswerBehindItsRequestWhoeverPublishes) {
   const std::string back = _channel + "_back";
   Tap tap = open_tap();
   Inbox& answers = subscribe(back);
-  ChildProcess& echo = start({BUS_PEER, "echo", there, back});
+  Process& echo = start({BUS_PEER, "echo", there, back});
   ASSERT_TRUE(comes_true([&] { return vlm::bus::bus_has_subscriber(there.c_str()); }));
   std::vector<TapCopy> copies;
   constexpr std::uint32_t kRounds = 2000;
