@@ -241,6 +241,27 @@ void run_entrant(const Entrant& entrant, int rounds, std::vector<double>& sample
   contender.end();
 }
 
+/// How much later the named contender's answers come than those of the bus without a tap.
+double added_by(const char* name, const std::vector<Result>& results) {
+  const auto median_of = [&](const std::string& wanted) {
+    for (Result result : results) {
+      if (wanted != result.name) continue;
+      std::sort(result.samples.begin(), result.samples.end());
+      return quantile(result.samples, 0.5);
+    }
+    return 0.0;
+  };
+  return median_of(name) - median_of("bus");
+}
+
+/// What a tap may cost, and what it does; a stopped one costs what is noise.
+void print_taps(const std::vector<Result>& results) {
+  constexpr double kMostUs = 3.0;
+  const double tapped = added_by("bus_tapped", results);
+  std::printf("a tap adds %.2f us (limit %.1f us: %s), a stopped one %.2f us\n", tapped, kMostUs,
+              tapped <= kMostUs ? "kept" : "BROKEN", added_by("bus_stopped", results));
+}
+
 void run(int rounds) {
   pin_to_one_core();
   const PrivateBus bus_directory;
@@ -275,7 +296,8 @@ void run(int rounds) {
   for (Entrant& entrant : entrants) {
     results.push_back({entrant.contender->name(), "us", std::move(entrant.samples)});
   }
-  print_rows(stdout, std::move(results));
+  print_rows(stdout, results);
+  print_taps(results);
 }
 
 }  // namespace

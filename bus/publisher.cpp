@@ -24,11 +24,6 @@ UniqueFd connect_again(const std::string& name) {
   return directory ? directory->connect(name) : UniqueFd();
 }
 
-template <typename Range, typename Predicate>
-void erase_if(Range& range, Predicate predicate) {
-  range.erase(std::remove_if(range.begin(), range.end(), predicate), range.end());
-}
-
 }  // namespace
 
 Publisher& Publisher::instance() {
@@ -72,7 +67,9 @@ void Publisher::forget_oldest_channel() {
   const auto used_before = [](const auto& a, const auto& b) {
     return a.second.used < b.second.used;
   };
-  _channels.erase(std::min_element(_channels.begin(), _channels.end(), used_before));
+  const auto oldest = std::min_element(_channels.begin(), _channels.end(), used_before);
+  give_up(oldest->second, [](const Subscriber&) { return true; });
+  _channels.erase(oldest);
 }
 
 /// Brings the subscribers of the channel `name` up to date. False when the bus cannot be used.
@@ -86,7 +83,7 @@ bool Publisher::refresh(std::string_view name, Channel& channel) {
   _watch.watch(*directory);  // before it is read: no later change is missed
   _taps.look(*directory, _state);
   const std::vector<std::string> names = directory->sockets_of(name);
-  erase_if(channel.subscribers, [&](const Subscriber& known) {
+  give_up(channel, [&](const Subscriber& known) {
     return std::find(names.begin(), names.end(), known.name) == names.end();
   });
   channel.seen = _state;
@@ -133,8 +130,8 @@ void Publisher::offer(Subscriber& subscriber, Packet packet) {
   subscriber.waiting = error != 0 && subscriber.connection;
   if (error == 0 && subscriber.stalled) {
     subscriber.stalled = false;
-    report(host::format("%s takes its packets again; dropped in all: %lu", subscriber.name.c_str(),
-                        subscriber.drops));
+    tell(host::format("%s takes its packets again; dropped in all: %lu", subscriber.name.c_str(),
+                      subscriber.drops));
   }
 }
 
@@ -170,16 +167,35 @@ void Publisher::drop(Subscriber& subscriber) {
   ++subscriber.drops;
   subscriber.waiting = false;
   if (!subscriber.stalled) {
-    report(host::format("%s does not take its packets; dropped so far: %lu",
-                        subscriber.name.c_str(), subscriber.drops));
+    tell(host::format("%s does not take its packets; dropped so far: %lu", subscriber.name.c_str(),
+                      subscriber.drops));
   }
   subscriber.stalled = true;
 }
 
+/// Forgets the subscribers that `predicate` holds for, with the total of one that was stalled to the
+/// end. True when there were any.
+template <typename Predicate>
+bool Publisher::give_up(Channel& channel, Predicate predicate) {
+  auto& all = channel.subscribers;
+  for (const Subscriber& known : all) {
+    if (!known.stalled || !predicate(known)) continue;
+    tell(known.name +
+         " took no packets to the end; dropped in all: " + std::to_string(known.drops));
+  }
+  const auto gone = std::remove_if(all.begin(), all.end(), predicate);
+  const bool any = gone != all.end();
+  all.erase(gone, all.end());
+  return any;
+}
+
 void Publisher::forget_gone(Channel& channel) {
-  const auto before = channel.subscribers.size();
-  erase_if(channel.subscribers, [](const Subscriber& known) { return !known.connection; });
-  if (channel.subscribers.size() != before) channel.seen = 0;
+  if (give_up(channel, [](const Subscriber& known) { return !known.connection; })) channel.seen = 0;
+}
+
+void Publisher::tell(const std::string& text) {
+  report(text);
+  _taps.note(text);
 }
 
 }  // namespace vlm::bus

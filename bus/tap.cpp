@@ -11,7 +11,6 @@
 #include <utility>
 
 #include "reason.h"
-#include "tap_copy.h"
 #include "tap_greeting_message.h"
 
 namespace vlm::bus {
@@ -158,31 +157,38 @@ bool Tap::take_records(Publisher& publisher, std::uint64_t now, std::vector<TapC
   while (unread.size() - begin >= sizeof(TapRecord)) {
     TapRecord record{};
     std::memcpy(&record, unread.data() + begin, sizeof record);
-    if (record.channel_size > kTapMaxChannel || record.packet_size > kTapMaxPacket) {
+    if (record.channel_size > kTapMaxChannel || record.packet_size > kTapMaxPacket ||
+        record.kind > TapRecordKind::kNote) {
       publisher.ended = true;
       return false;
     }
     const std::size_t size = sizeof record + record.channel_size + record.packet_size;
     if (unread.size() - begin < size) return true;
     if (record.time_ns > now) return false;
-    note_loss(publisher, record.sequence, record.time_ns, copies);
-    publisher.expected = std::max(publisher.expected, record.sequence + 1);
-    const unsigned char* const channel = unread.data() + begin + sizeof record;
-    const unsigned char* const packet = channel + record.channel_size;
-    copies.push_back({record.time_ns,
-                      0,
-                      {reinterpret_cast<const char*>(channel), record.channel_size},
-                      {packet, packet + record.packet_size}});
+    take_record(publisher, record, unread.data() + begin + sizeof record, copies);
     begin += size;
   }
   return true;
+}
+
+void Tap::take_record(Publisher& publisher, const TapRecord& record, const unsigned char* content,
+                      std::vector<TapCopy>& copies) {
+  note_loss(publisher, record.sequence, record.time_ns, copies);
+  const unsigned char* const packet = content + record.channel_size;
+  const unsigned char* const end = packet + record.packet_size;
+  if (record.kind == TapRecordKind::kNote) {
+    copies.push_back({record.time_ns, 0, {}, {}, {packet, end}});
+    return;
+  }
+  publisher.expected = std::max(publisher.expected, record.sequence + 1);
+  copies.push_back({record.time_ns, 0, {content, packet}, {packet, end}, {}});
 }
 
 /// Notes what is missing before the record `reached`.
 void Tap::note_loss(Publisher& publisher, std::uint64_t reached, std::uint64_t time,
                     std::vector<TapCopy>& copies) {
   if (reached <= publisher.expected) return;
-  copies.push_back({time, reached - publisher.expected, {}, {}});
+  copies.push_back({time, reached - publisher.expected, {}, {}, {}});
   publisher.expected = reached;
 }
 

@@ -121,7 +121,7 @@ OperatorAnswer notify(const SimulatedBoard& board, const std::string& rest) {
   }
   if (!valid) return wrong("notify needs TYPE (5 to 8) and up to 101 bytes in hexadecimal");
   made.type = static_cast<lcm_msg_type>(type);
-  board.camera.notify(made);
+  if (!board.camera.notify(made)) return wrong("too many notifications wait");
   return {"notified: " + describe_notification(made) + "\n"};
 }
 

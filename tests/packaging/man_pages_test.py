@@ -61,7 +61,7 @@ class InStepWithThePrograms(unittest.TestCase):
     def test_options_of_the_tools(self):
         for tool in TOOLS:
             with self.subTest(tool):
-                option = re.compile(r"^ +(--[a-z-]+)(?: (\S+))?(?:  |$)", re.M)
+                option = re.compile(r"^ +(?:-\w, )?(--[a-z-]+)(?: (\S+))?(?:  |$)", re.M)
                 listed = option.findall(output_of(tool, "--help"))
                 self.assertIn(("--version", ""), listed)
                 self.assertEqual(option.findall(section(tool, "DESCRIPTION")), listed)

@@ -155,6 +155,19 @@ manual_pages_are_readable() {
   done
 }
 
+# Where this machine's Wireshark looks, with the name of the packages' machine in the path.
+dissector_is_where_wireshark_looks() {
+  looks=$(tshark -G folders | sed -n 's/^Global Lua Plugins:[[:blank:]]*//p')
+  here=$(dpkg-architecture -q DEB_HOST_MULTIARCH)
+  there=$(dpkg-architecture -a "$architecture" -q DEB_HOST_MULTIARCH)
+  dissector=$root$(echo "$looks" | sed "s|/$here/|/$there/|")/vlm.lua
+  [ -s "$dissector" ] || fail "Wireshark would not find vlm.lua"
+  for protocol in vlm_bus vlm_udp; do
+    HOME=$scratch tshark -X "lua_script:$dissector" -G protocols 2>/dev/null | grep -qw "$protocol" ||
+      fail "vlm.lua does not bring $protocol"
+  done
+}
+
 documents_are_there() {
   for page in README.md CHANGELOG.md docs/overview.svg docs/architecture.md docs/time_log.md; do
     [ -s "$root/usr/share/doc/vlm/$page" ] || fail "$page is missing"
@@ -171,6 +184,7 @@ depends_on_enough "$tools"
 carries_no_build_path
 manual_pages_are_readable
 documents_are_there
+dissector_is_where_wireshark_looks
 unit_is_sound
 programs_work
 files >"$scratch/installed"

@@ -382,6 +382,42 @@ TEST_F(VlmBusTest, AStoppedSubscriberIsReportedOnceAndCostsTheOthersNothing) {
   EXPECT_EQ(GetCapturedStderr(), stall_line(name, many - held + 1));
 }
 
+TEST_F(VlmBusTest, ASubscriberThatIsGivenUpWhileItIsStalledLeavesItsTotal) {
+  const std::uint32_t many = more_than_a_queue();
+  // Other tests leave stalled subscribers, too.
+  const auto expect_total = [&](const std::string& name) {
+    const std::string told = GetCapturedStderr();
+    const auto has_line = [&](std::uint32_t drops) {
+      return told.find("vlm_bus: " + name + " took no packets to the end; dropped in all: " +
+                       std::to_string(drops) + "\n") != std::string::npos;
+    };
+    const std::uint32_t held = queue_length();  // or one more
+    EXPECT_TRUE(has_line(many - held) || has_line(many - held - 1)) << told;
+  };
+  // Its process dies; its channel is forgotten, because of all the others.
+  Process& dying = listener(_channel);
+  Process& forgotten = listener(_channel + "_forgotten");
+  const std::string dying_name = socket_of(dying);
+  const std::string forgotten_name = only_socket(_channel + "_forgotten.");
+  dying.stop();
+  forgotten.stop();
+  CaptureStderr();
+  for (std::uint32_t number = 0; number < many; ++number) {
+    publish(_channel, "test", number);
+    publish(_channel + "_forgotten", "test", number);
+  }
+  EXPECT_EQ(GetCapturedStderr(), stall_line(dying_name, 1) + stall_line(forgotten_name, 1));
+  CaptureStderr();
+  dying.kill_and_wait();
+  publish(_channel, "test", 0);
+  expect_total(dying_name);
+  CaptureStderr();
+  for (std::size_t i = 0; i < vlm::bus::Publisher::kMostChannels; ++i) {
+    publish("other_" + std::to_string(i), "test", 0);
+  }
+  expect_total(forgotten_name);
+}
+
 TEST_F(VlmBusTest, AFullSubscriberIsWaitedForFor50Ms) {
   Inbox& full = subscribe(_channel);
   full.block();
