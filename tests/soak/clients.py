@@ -6,6 +6,7 @@ import re
 import socket
 from dataclasses import dataclass
 
+from commands import STATUS
 from programs import Program, Stuck, await_line, wait
 
 TIMEOUT = 26
@@ -16,6 +17,7 @@ PROMPT = "Please input cmd below:[cmd_type] [param0] [param1] ..."
 BROKEN = re.compile(r"already pending|CRITICAL|Sanitizer|terminate called|buffer overflow")
 
 # What an engine says of each reply that reaches it.
+NAMELESS = "Unknown lcm cmd"  # a command without a name of its own
 HEARD = r"LCM request .* took: |not waiting on answer$"
 
 
@@ -23,6 +25,13 @@ HEARD = r"LCM request .* took: |not waiting on answer$"
 class Outcome:
     error: int
     data: bytes = None
+    heard: bool = None  # whether the reply reached the client before it ended; None: it does not tell
+
+
+def heard_its_reply(text):
+    """Whether the engine that printed this took a reply to its last command while it waited."""
+    *_, name = re.findall(r"^Send (.*)$", text, re.M) or [NAMELESS]
+    return name != NAMELESS and f"\nLCM request {name} took: " in text
 
 
 def engine_outcome(lines):
@@ -39,7 +48,7 @@ def engine_outcome(lines):
     error = TIMEOUT if late else int(finished[0])
     if (error == 0) != bool(acknowledged):
         raise Stuck("two outcomes in:\n" + text)
-    return error
+    return Outcome(error, heard=heard_its_reply(text))
 
 
 class Console:
@@ -59,7 +68,7 @@ class Console:
         self.program.say(f"{command.code}{command.words}")
         if not wait(lambda: self.program.printed(re.escape(PROMPT)), seconds, self.program, camera):
             raise Stuck(f"the prompt did not come back: {self.program.lines}")
-        return Outcome(engine_outcome(self.program.lines))
+        return engine_outcome(self.program.lines)
 
 
 class OneCommand:
@@ -78,7 +87,7 @@ class OneCommand:
         try:
             if not wait(lambda: program.ended, seconds, program, camera):
                 raise Stuck(f"vlm_test {words} did not end: {program.lines}")
-            return Outcome(engine_outcome(program.lines))
+            return engine_outcome(program.lines)
         finally:
             program.end()
 
@@ -101,9 +110,8 @@ def packet_of(option, data):
 class Service:
     """`vlm_udp_service` and an application that sends to it."""
 
-    def __init__(self, programs, environment, card):
-        self.program = Program(os.path.join(programs, "vlm_udp_service"), "--port", "0", "--sdcard",
-                               card, environment=environment, tally=HEARD)
+    def __init__(self, program):
+        self.program = program
         port = int(await_line(self.program, r"serving port (\d+)$")[1])
         self._socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
         self._socket.connect(("127.0.0.1", port))
@@ -116,13 +124,16 @@ class Service:
         self.program.drain()
         self.program.lines.clear()
         reply = []
-        self._socket.send(packet_of(command.option, command.data))
+        self.send(command)
         if not wait(lambda: self._take(reply), seconds, self._socket, self.program, camera):
             raise Stuck(f"no reply to option {command.option}: {self.program.lines}")
         self.program.drain()
         if broken := self.program.printed(BROKEN.pattern):
             raise Stuck(f"{broken[0]!r} in {self.program.lines}")
         return self._read(command, reply[0])
+
+    def send(self, command):
+        self._socket.send(packet_of(command.option, command.data))
 
     def _take(self, reply):
         try:
@@ -131,8 +142,7 @@ class Service:
             return False
         return True
 
-    @staticmethod
-    def _read(command, reply):
+    def _read(self, command, reply):
         size = reply[1] - 2
         sound = len(reply) == size + 10 and \
             reply[-2:] == crc_of(reply[1:-2]).to_bytes(2, "big")
@@ -141,7 +151,8 @@ class Service:
         error = int.from_bytes(reply[4:6], "big")
         if error != 0 and size != 0:
             raise Stuck(f"data with error {error}: {reply.hex()}")
-        return Outcome(error, reply[8:8 + size])
+        return Outcome(error, reply[8:8 + size],
+                       heard_its_reply("\n".join(line for _, line in self.program.lines)))
 
 
 class Vlmctl:
@@ -151,8 +162,8 @@ class Vlmctl:
         self._path = os.path.join(programs, "vlmctl")
         self._environment = environment
 
-    def offers(self, _):
-        return True
+    def offers(self, command):
+        return command.code != STATUS  # its time-out is too short to tell whose fault it is
 
     def ask(self, command, seconds, camera):
         words = ["--json", "send", str(command.code)] + [command.payload.hex()] * bool(command.payload)

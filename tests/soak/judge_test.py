@@ -66,8 +66,10 @@ class TheJudge(unittest.TestCase):
 
     def test_notices_a_reply_that_got_lost_on_its_way(self):
         asked = "-> 18 SET_METER_MODE 01"
-        self.assertIn("in time", self.judged(SET_METERING, Outcome(TIMEOUT), asked,
-                                             "<- 18 S [0 OK]"))
+        for outcome in (Outcome(TIMEOUT), Outcome(TIMEOUT, heard=True)):
+            self.assertIn("in time", self.judged(SET_METERING, outcome, asked, "<- 18 S [0 OK]"))
+        self.assertIsNone(self.judged(SET_METERING, Outcome(TIMEOUT, heard=False), asked,
+                                      "<- 18 S [0 OK]"))
 
     def test_notices_a_request_that_was_changed_doubled_or_never_sent(self):
         for asked in (["-> 18 SET_METER_MODE 02"], ["-> 17 S 01"], [], ["-> 18 S 01"] * 2):
@@ -86,10 +88,15 @@ class TheEngine(unittest.TestCase):
 
     def test_ends_with_success_an_error_or_a_time_out(self):
         finished = "finish waiting for cmd X response. error code: "
-        self.assertEqual(self.outcome(finished + "0", "Recv X Ack OK"), 0)
-        self.assertEqual(self.outcome(finished + "9", "LCM request X failed with: E"), 9)
+        self.assertEqual(self.outcome(finished + "0", "Recv X Ack OK").error, 0)
+        self.assertEqual(self.outcome(finished + "9", "LCM request X failed with: E").error, 9)
         self.assertEqual(self.outcome("error: LCM request X timeout waiting for answer",
-                                      "LCM request X failed with: E"), TIMEOUT)
+                                      "LCM request X failed with: E").error, TIMEOUT)
+
+    def test_tells_whether_it_heard_its_own_reply(self):
+        end = ("error: LCM request X timeout waiting for answer", "LCM request X failed with: E")
+        self.assertTrue(self.outcome("Send X", "LCM request X took: 3 ms, error 0", *end).heard)
+        self.assertFalse(self.outcome("Send X", "LCM request Y took: 3 ms, error 0", *end).heard)
 
     def test_may_not_say_nothing_two_things_or_that_it_is_broken(self):
         for lines in ([], ["Recv X Ack OK"],
