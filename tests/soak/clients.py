@@ -30,8 +30,9 @@ class Outcome:
 
 def heard_its_reply(text):
     """Whether the engine that printed this took a reply to its last command while it waited."""
-    *_, name = re.findall(r"^Send (.*)$", text, re.M) or [NAMELESS]
-    return name != NAMELESS and f"\nLCM request {name} took: " in text
+    _, send, waiting = ("\n" + text).rpartition("\nSend ")
+    name = waiting.split("\n")[0]
+    return bool(send) and name != NAMELESS and f"\nLCM request {name} took: " in waiting
 
 
 def engine_outcome(lines):
@@ -127,7 +128,8 @@ class Service:
         self.send(command)
         if not wait(lambda: self._take(reply), seconds, self._socket, self.program, camera):
             raise Stuck(f"no reply to option {command.option}: {self.program.lines}")
-        self.program.drain()
+        # Printed before the reply goes out, but taken from it by another thread.
+        wait(lambda: self.program.printed("^To send msg:"), seconds, self.program, camera)
         if broken := self.program.printed(BROKEN.pattern):
             raise Stuck(f"{broken[0]!r} in {self.program.lines}")
         return self._read(command, reply[0])

@@ -131,7 +131,7 @@ def try_service(place, failing):
     if not serves_or_has_ended(program, "serving port"):
         return None
     service = Service(program)
-    for _ in range(3):
+    for _ in range(6):
         camera.drain()
         camera.lines.clear()
         try:
