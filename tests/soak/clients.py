@@ -11,6 +11,7 @@ from programs import Program, Stuck, await_line, wait
 
 TIMEOUT = 26
 BUSY = 2
+NOT_SENT = -1  # the client found no bus that delivers within its own time: a machine that stood still
 PROMPT = "Please input cmd below:[cmd_type] [param0] [param1] ..."
 
 # What none of them may ever say.
@@ -160,6 +161,8 @@ class Service:
 class Vlmctl:
     """`vlmctl send`, once for each command."""
 
+    START = 8  # seconds that it may take until it sends
+
     def __init__(self, programs, environment):
         self._path = os.path.join(programs, "vlmctl")
         self._environment = environment
@@ -171,7 +174,7 @@ class Vlmctl:
         words = ["--json", "send", str(command.code)] + [command.payload.hex()] * bool(command.payload)
         program = Program(self._path, *words, environment=self._environment)
         try:
-            if not wait(lambda: program.ended, seconds, program, camera):
+            if not wait(lambda: program.ended, seconds + self.START, program, camera):
                 raise Stuck(f"vlmctl {words} did not end")
             text = "\n".join(line for _, line in program.lines)
         finally:
@@ -186,6 +189,8 @@ class Vlmctl:
             return TIMEOUT
         if status == 4:
             return BUSY
+        if status == 7 and "the bus does not deliver" in text:
+            return NOT_SENT
         answer = json.loads(text.splitlines()[0]) if text else {}
         if status != 1 or "code" not in answer.get("error", {}):
             raise Stuck(f"{name} ended with {status}: {text}")

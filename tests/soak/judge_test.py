@@ -4,7 +4,7 @@ import sys
 import unittest
 
 import camera_log
-from clients import TIMEOUT, Outcome, Stuck, engine_outcome
+from clients import NOT_SENT, TIMEOUT, Outcome, Stuck, engine_outcome
 from commands import Command
 from lane import judge
 
@@ -75,6 +75,13 @@ class TheJudge(unittest.TestCase):
         for asked in (["-> 18 SET_METER_MODE 02"], ["-> 17 S 01"], [], ["-> 18 S 01"] * 2):
             self.assertIn("was asked", self.judged(SET_METERING, Outcome(0), *asked,
                                                    "<- 18 S [0 OK]"))
+
+    def test_lets_a_client_give_up_on_a_camera_that_has_not_seen_the_request(self):
+        for error in (TIMEOUT, NOT_SENT):
+            self.assertIsNone(self.judged(SET_METERING, Outcome(error)))
+        self.assertIn("was asked", self.judged(SET_METERING, Outcome(TIMEOUT, heard=True)))
+        self.assertIn("no such reply", self.judged(SET_METERING, Outcome(NOT_SENT),
+                                                   "-> 18 SET_METER_MODE 01", "<- 18 S [0 OK]"))
 
     def test_notices_other_data(self):
         lines = ("-> 1 GET_CAMERA_MODE", "<- 1 GET_CAMERA_MODE [0 OK] 02")

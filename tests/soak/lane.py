@@ -11,7 +11,7 @@ import time
 from collections import Counter
 
 import camera_log
-from clients import HEARD, TIMEOUT, Console, OneCommand, Service, Vlmctl
+from clients import HEARD, NOT_SENT, TIMEOUT, Console, OneCommand, Service, Vlmctl
 from commands import COMMANDS, STATUS
 from programs import Program, Stuck, await_line, wait
 
@@ -43,6 +43,7 @@ class Lane:
         self.programs = [self.camera, *self._engines]
         self._heard = 0  # replies that each engine had heard when it caught up
         self._owed = Counter()  # replies that may still come, by their code
+        self._unread = None  # the last request, when the camera had not seen it at its time-out
         self._meet()
         for name, value in camera_options:
             self.camera.say(f"{name} {value}")
@@ -73,20 +74,34 @@ class Lane:
             self._complain(f"{type(client).__name__} {command}: {stuck}")
 
     def _ask(self, client, command):
-        self.counts["late"] += len(self._catch_up().replies)
+        before = self._catch_up()
+        self.counts["late"] += len(before.replies)
+        self._forget_unread(before)
         began = time.monotonic()
         outcome = client.ask(command, command.limit() + self.margin, self.camera)
         ended = time.monotonic()
         log = self._catch_up()
+        self._forget_unread(log)
         self._count(command, log)
         if outcome.error == TIMEOUT:
             self.counts["time-outs"] += 1
             self._owed[command.code] += 1
-        else:
+            if not log.requests:
+                self._unread = command.code, command.payload.rstrip(b"\0")
+        elif outcome.error != NOT_SENT:
             self.latencies.append((ended, ended - began))
         if objection := judge(command, outcome, began, log):
             self._complain(f"{type(client).__name__} {command} ended with {outcome}, but {objection}: "
                            f"{log}")
+
+    def _forget_unread(self, log):
+        """Takes the request that the camera had not seen in time out of the log; it comes first."""
+        if self._unread is None or not log.requests:
+            return
+        first = log.requests.pop(0)
+        if (first.code, first.payload) != self._unread:
+            self._complain(f"a request got lost: {self._unread}; the camera has seen {first}")
+        self._unread = None
 
     def _catch_up(self):
         """What the camera has got and sent since the last time. When it returns, both engines have
@@ -158,6 +173,8 @@ def remedy(name, value):
 def judge(command, outcome, began, log):
     """What is wrong with that outcome, or None."""
     requests = log.requests
+    if not requests and outcome.error in (TIMEOUT, NOT_SENT) and not outcome.heard:
+        return None  # the camera's turn on a busy processor has not come
     if len(requests) != 1 or requests[0].code != command.code or \
             requests[0].payload != command.payload.rstrip(b"\0"):
         return "the camera was asked " + str(requests)
