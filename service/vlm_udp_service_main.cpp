@@ -177,6 +177,7 @@ int start(const Settings& settings) {
 [[noreturn]] void end(int status) {
   static std::mutex& once = *new std::mutex;
   once.lock();
+  end_output();
   drain_standard_output(kTimeToDrain);
   std::exit(status);
 }

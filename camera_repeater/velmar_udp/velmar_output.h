@@ -5,19 +5,29 @@
 #define VELMAR_OUTPUT_H
 
 #include <cstdio>
+#include <cstdlib>
 #include <initializer_list>
 #include <string_view>
+
+/// Writes what was collected. To be called before a thread waits, and before it writes to standard
+/// error. Costs no system call when nothing has been printed.
+inline void show_output() { std::fflush(stdout); }
+
+/// Writes what was collected, and makes every other thread that prints wait from now on. For the end of
+/// a program: the C library then writes what it finds in the buffer without its lock, a second time
+/// when another thread is just writing it.
+inline void end_output() {
+  flockfile(stdout);
+  show_output();
+}
 
 /// Lets standard output collect lines until show_output(), or until its buffer is full. Once, before
 /// anything is printed. Where this is not called, lines go out as the stream's buffering says.
 inline void collect_output() {
   static char buffer[16384];  // the longest text, the console's list of commands, in one write
   std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
+  std::atexit(end_output);
 }
-
-/// Writes what was collected. To be called before a thread waits, and before it writes to standard
-/// error. Costs no system call when nothing has been printed.
-inline void show_output() { std::fflush(stdout); }
 
 /// A number as print_pieces takes it.
 class Decimal {

@@ -1,8 +1,8 @@
 // The two bus functions, between threads and between processes.
 #include "vlm_bus.h"
 
-#include <fcntl.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
