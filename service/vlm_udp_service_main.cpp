@@ -188,7 +188,11 @@ UdpRestrictions restrictions_of(const Settings& settings) {
   if (settings.rules.allowed.empty() && settings.rules.rate == 0) return restrictions;
   g_admission = new Admission(settings.rules, [](const std::string& line) { complain(line, 0); });
   restrictions.admits = [](const sockaddr_in& sender) {
-    return g_admission.load()->admits(sender);
+    try {
+      return g_admission.load()->admits(sender);
+    } catch (const std::bad_alloc&) {
+      end_without_memory();
+    }
   };
   return restrictions;
 }

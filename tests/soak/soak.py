@@ -19,6 +19,8 @@ from soak_picture import draw
 
 # What a program's memory may grow by once it has served for a while.
 GROWTH_KIB = 512
+# Likewise its descriptors. Whoever publishes keeps the connection to a client that has gone until it publishes the next time.
+GROWTH_DESCRIPTORS = 2
 # That while ends with this share of the run.
 WARM = 0.2
 
@@ -60,7 +62,7 @@ def say(now):
 
 
 def watch(lanes, began, seconds, every):
-    """A sample each `every` seconds; None in place of the rest when a program has died."""
+    """A sample each `every` seconds."""
     samples = [sample(lanes, began)]
     while time.monotonic() < began + seconds:
         time.sleep(max(0, min(every, began + seconds - time.monotonic())))
@@ -76,7 +78,7 @@ def growth(samples, seconds):
     for before, after in zip(warm["usage"], samples[-1]["usage"]):
         if after[0] > before[0] + GROWTH_KIB:
             grown.append(f"memory of a program grew from {before[0]} to {after[0]} KiB")
-        if after[1] > before[1]:
+        if after[1] > before[1] + GROWTH_DESCRIPTORS:
             grown.append(f"descriptors of a program grew from {before[1]} to {after[1]}")
         if after[2] > before[2]:
             grown.append(f"threads of a program grew from {before[2]} to {after[2]}")
