@@ -180,8 +180,8 @@ bool Publisher::give_up(Channel& channel, Predicate predicate) {
   auto& all = channel.subscribers;
   for (const Subscriber& known : all) {
     if (!known.stalled || !predicate(known)) continue;
-    tell(known.name +
-         " took no packets to the end; dropped in all: " + std::to_string(known.drops));
+    tell(host::format("%s took no packets to the end; dropped in all: %lu", known.name.c_str(),
+                      known.drops));
   }
   const auto gone = std::remove_if(all.begin(), all.end(), predicate);
   const bool any = gone != all.end();
