@@ -84,7 +84,7 @@ bool Publisher::refresh(std::string_view name, Channel& channel) {
   _taps.look(*directory, _state);
   const std::vector<std::string> names = directory->sockets_of(name);
   give_up(channel, [&](const Subscriber& known) {
-    return std::find(names.begin(), names.end(), known.name) == names.end();
+    return std::count(names.begin(), names.end(), known.name) == 0;
   });
   channel.seen = _state;
   connect_new(*directory, names, channel);

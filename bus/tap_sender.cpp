@@ -45,7 +45,7 @@ void TapSender::look(const BusDirectory& directory, unsigned long state) {
   _seen = state;
   const std::vector<std::string> names = directory.taps();
   const auto has_left = [&](const Tap& tap) {
-    return std::find(names.begin(), names.end(), tap.name) == names.end();
+    return std::count(names.begin(), names.end(), tap.name) == 0;
   };
   _taps.erase(std::remove_if(_taps.begin(), _taps.end(), has_left), _taps.end());
   for (const std::string& name : names) {
