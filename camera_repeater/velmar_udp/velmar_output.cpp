@@ -20,7 +20,7 @@ Decimal::Decimal(unsigned long long number) {
 }
 
 void print_pieces(std::initializer_list<std::string_view> pieces) {
-  char line[128];
+  char line[256];
   std::size_t size = 0;
   for (const std::string_view piece : pieces) {
     if (piece.size() > sizeof line - size) return print_long(pieces);
