@@ -108,10 +108,10 @@ struct Field {
   Type type = Type::kNothing;
   u8 offset = 0;  // bytes, in `cmd_params` of the request
   u8 width = 0;   // bytes
+  bool ranged = false;
   const char* unit = "";
   u32 scale = 1;  // wire numbers in one unit: 10 where tenths travel
   List<Choice> choices{};
-  bool ranged = false;
   Range range{0, 0};   // when `ranged`
   double initial = 0;  // as the wire has it; a parameter whose initial is not allowed must be given
   const char* initial_text = "";

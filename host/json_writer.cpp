@@ -48,6 +48,22 @@ JsonBlock& JsonBlock::member(std::string_view name, const std::string& json) {
   return element(json_string(name) + (_one_line ? ":" : ": ") + json);
 }
 
+JsonBlock& JsonBlock::text(std::string_view name, std::string_view value) {
+  return member(name, json_string(value));
+}
+
+JsonBlock& JsonBlock::boolean(std::string_view name, bool value) {
+  return member(name, value ? "true" : "false");
+}
+
+JsonBlock& JsonBlock::signed_number(std::string_view name, long long value) {
+  return member(name, std::to_string(value));
+}
+
+JsonBlock& JsonBlock::unsigned_number(std::string_view name, unsigned long long value) {
+  return member(name, std::to_string(value));
+}
+
 std::string JsonBlock::str() const {
   return _text + (_empty || _one_line ? "" : "\n" + _indent) + _closing;
 }

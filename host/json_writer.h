@@ -22,16 +22,13 @@ class JsonBlock {
   JsonBlock& element(const std::string& json);
   /// Adds a member to an object. The name is a plain text here as in what follows.
   JsonBlock& member(std::string_view name, const std::string& json);
-  JsonBlock& text(std::string_view name, std::string_view value) {
-    return member(name, json_string(value));
-  }
-  JsonBlock& boolean(std::string_view name, bool value) {
-    return member(name, value ? "true" : "false");
-  }
+  JsonBlock& text(std::string_view name, std::string_view value);
+  JsonBlock& boolean(std::string_view name, bool value);
   template <typename Integer>
   JsonBlock& number(std::string_view name, Integer value) {
     static_assert(std::is_integral_v<Integer>, "a fraction has no one form");
-    return member(name, std::to_string(value));
+    if constexpr (std::is_signed_v<Integer>) return signed_number(name, value);
+    return unsigned_number(name, value);
   }
 
   /// All that was added so far, closed.
@@ -41,6 +38,8 @@ class JsonBlock {
   friend JsonBlock json_object(int depth);
   friend JsonBlock json_array(int depth);
   JsonBlock(char opening, char closing, int depth);
+  JsonBlock& signed_number(std::string_view name, long long value);
+  JsonBlock& unsigned_number(std::string_view name, unsigned long long value);
 
   bool _one_line;
   std::string _indent;

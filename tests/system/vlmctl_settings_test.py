@@ -45,7 +45,7 @@ class Camera:
         return os.path.join(self.directory.name, name)
 
     def vlmctl(self, *arguments):
-        patience = ["--timeout", "50ms", "--retries", "5"] if self.faulty else []
+        patience = ["--timeout", "200ms", "--retries", "5"] if self.faulty else []
         return subprocess.run([os.path.join(self.programs, "vlmctl"), *patience, *arguments],
                               env=self.environment, capture_output=True, text=True, timeout=60,
                               check=False)
