@@ -131,9 +131,15 @@ constexpr int kNone = -1;
 
 /// Codes of the commands that read, write and run one thing.
 struct Codes {
-  int get = kNone;
-  int set = kNone;
-  int run = kNone;
+  constexpr Codes() = default;
+  constexpr Codes(int its_get, int its_set, int its_run)
+      : get(static_cast<s16>(its_get)),
+        set(static_cast<s16>(its_set)),
+        run(static_cast<s16>(its_run)) {}
+
+  s16 get = kNone;
+  s16 set = kNone;
+  s16 run = kNone;
 };
 
 /// A setting that must have this value first.

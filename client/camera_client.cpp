@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <deque>
 #include <optional>
 #include <vector>
 
@@ -146,7 +145,7 @@ struct CameraClient::State : std::enable_shared_from_this<State> {
   Scheduler::Id timer_of(Id id, std::chrono::milliseconds delay);
   Request take_in_flight();
   Request take_waiting(std::size_t place);
-  std::deque<Request> take_all();
+  std::vector<Request> take_all();
   void owe(u16 code);
   bool is_owed(u16 code);
   void settle(u16 code);
@@ -156,7 +155,7 @@ struct CameraClient::State : std::enable_shared_from_this<State> {
   const Options options;
 
   mutable std::mutex mutex;  // guards all members below; taken before the scheduler's
-  std::deque<Request> waiting;
+  std::vector<Request> waiting;
   std::optional<Request> in_flight;
   std::vector<Owed> owed;  // in the order in which they end
   Counts counts;
@@ -205,7 +204,7 @@ void CameraClient::State::send_next() {
     const std::lock_guard<std::mutex> guard(mutex);
     if (in_flight || waiting.empty()) return;
     in_flight = std::move(waiting.front());
-    waiting.pop_front();
+    waiting.erase(waiting.begin());
     scheduler.cancel(in_flight->timer);
     const bool status = in_flight->code == UDP_CTRL_CAM_GET_CAMERA_STATUS;
     in_flight->timer = timer_of(in_flight->id, status ? options.status_reply : options.reply);
@@ -293,7 +292,7 @@ void CameraClient::State::not_published(Id id) {
 }
 
 void CameraClient::State::give_up() {
-  std::deque<Request> rest;
+  std::vector<Request> rest;
   {
     const std::lock_guard<std::mutex> guard(mutex);
     if (in_flight) owe(in_flight->code);
@@ -303,7 +302,7 @@ void CameraClient::State::give_up() {
 }
 
 void CameraClient::State::close() {
-  std::deque<Request> rest;
+  std::vector<Request> rest;
   {
     const std::lock_guard<std::mutex> guard(mutex);
     closed = true;
@@ -348,8 +347,8 @@ Request CameraClient::State::take_waiting(std::size_t place) {
   return request;
 }
 
-std::deque<Request> CameraClient::State::take_all() {
-  std::deque<Request> all;
+std::vector<Request> CameraClient::State::take_all() {
+  std::vector<Request> all;
   if (in_flight) all.push_back(take_in_flight());
   while (!waiting.empty()) all.push_back(take_waiting(0));
   return all;

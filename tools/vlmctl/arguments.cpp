@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 
 #include "duration.h"
 #include "exit_status.h"
@@ -29,19 +30,20 @@ bool is_option(const std::string& word) { return word.size() > 1 && word[0] == '
 
 }  // namespace
 
-const Arguments::Given* Arguments::find(std::string_view option) const {
-  const auto found = std::find_if(_given.rbegin(), _given.rend(),
-                                  [&](const Given& each) { return option == each.option->name; });
+const Arguments::Given* Arguments::find(const char* option) const {
+  const auto found = std::find_if(_given.rbegin(), _given.rend(), [&](const Given& each) {
+    return std::strcmp(option, each.option->name) == 0;
+  });
   return found != _given.rend() ? &*found : nullptr;
 }
 
-std::optional<std::string> Arguments::text(std::string_view option) const {
+std::optional<std::string> Arguments::text(const char* option) const {
   const Given* const given = find(option);
   if (given == nullptr) return std::nullopt;
   return given->value;
 }
 
-std::optional<std::chrono::milliseconds> Arguments::duration(std::string_view option) const {
+std::optional<std::chrono::milliseconds> Arguments::duration(const char* option) const {
   const auto written = text(option);
   if (!written) return std::nullopt;
   const auto parsed = parse_duration(*written);
@@ -49,7 +51,7 @@ std::optional<std::chrono::milliseconds> Arguments::duration(std::string_view op
   return parsed;
 }
 
-std::optional<unsigned> Arguments::number(std::string_view option, unsigned least) const {
+std::optional<unsigned> Arguments::number(const char* option, unsigned least) const {
   const auto written = text(option);
   if (!written) return std::nullopt;
   unsigned number = 0;

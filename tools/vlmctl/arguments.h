@@ -5,7 +5,6 @@
 #include <chrono>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "catalogue.h"
@@ -27,11 +26,11 @@ class Arguments {
   /// What is no option.
   Words words;
 
-  bool has(std::string_view option) const { return find(option) != nullptr; }
-  std::optional<std::string> text(std::string_view option) const;
-  std::optional<std::chrono::milliseconds> duration(std::string_view option) const;
+  bool has(const char* option) const { return find(option) != nullptr; }
+  std::optional<std::string> text(const char* option) const;
+  std::optional<std::chrono::milliseconds> duration(const char* option) const;
   /// A whole number, `least` to 1,000,000,000.
-  std::optional<unsigned> number(std::string_view option, unsigned least) const;
+  std::optional<unsigned> number(const char* option, unsigned least) const;
 
  private:
   friend Arguments parse_arguments(const Options&, const Words&, std::size_t&, bool);
@@ -42,7 +41,7 @@ class Arguments {
   };
 
   /// The last one of that name; null: it was not given.
-  const Given* find(std::string_view option) const;
+  const Given* find(const char* option) const;
 
   std::vector<Given> _given;
 };

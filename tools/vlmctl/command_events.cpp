@@ -1,5 +1,4 @@
 #include <condition_variable>
-#include <deque>
 #include <mutex>
 
 #include "commands.h"
@@ -37,7 +36,7 @@ class Events {
                                     : now + kLookInterval);
     }
     Event event = std::move(_queue.front());
-    _queue.pop_front();
+    _queue.erase(_queue.begin());
     return event;
   }
 
@@ -45,14 +44,14 @@ class Events {
   CameraLink& _camera;
   std::mutex _mutex;  // guards the queue
   std::condition_variable _changed;
-  std::deque<Event> _queue;
+  std::vector<Event> _queue;
 };
 
 void show(const Console& console, const Event& event) {
   if (console.json) {
     host::JsonBlock json = host::json_object();
     json.text("event", event.name);
-    for (const auto& [name, value] : event.details) json.member(name, value);
+    for (const auto& [name, value] : event.details) json.member(name.c_str(), value);
     return console.object(json.text("time", console.time()));
   }
   std::string line = console.time() + " " + event.name;

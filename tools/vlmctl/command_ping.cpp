@@ -25,7 +25,7 @@ host::JsonBlock result_json(unsigned sent, const Latency& latency) {
   json.number("answered", static_cast<long long>(latency.count()));
   if (latency.count() == 0) return json;
   for (const auto& [name, part] : kStatistics) {
-    json.member(std::string(name) + "_ms", milliseconds(latency.quantile(part)));
+    json.member((std::string(name) + "_ms").c_str(), milliseconds(latency.quantile(part)));
   }
   host::JsonBlock bins = host::json_array();
   for (const auto& bin : latency.histogram()) {

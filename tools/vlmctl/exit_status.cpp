@@ -16,4 +16,8 @@ void fail(ExitStatus status, std::string_view subject, std::string_view message)
   throw Failure(status, subject, message);
 }
 
+void fail(ExitStatus status, const char* subject, const char* message) {
+  fail(status, std::string_view(subject), message);
+}
+
 }  // namespace vlm::ctl

@@ -41,6 +41,7 @@ struct Failure {
 
 /// Throws it.
 [[noreturn]] void fail(ExitStatus status, std::string_view subject, std::string_view message);
+[[noreturn]] void fail(ExitStatus status, const char* subject, const char* message);
 
 }  // namespace vlm::ctl
 

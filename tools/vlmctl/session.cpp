@@ -24,7 +24,7 @@ std::string milliseconds_text(std::chrono::nanoseconds time) {
 }
 
 /// A setting rather than the field of one.
-std::string nearest_item(const std::string& name) {
+std::string nearest_item(std::string_view name) {
   std::vector<std::string> rows;
   for (const Row& row : catalogue::rows()) rows.emplace_back(row.name());
   const std::string like = catalogue::nearest(name, rows);
@@ -111,7 +111,7 @@ std::optional<Failure> failure_of(const Answer& answer, const std::string& subje
   return failure;
 }
 
-catalogue::Item find_item(const std::string& name) {
+catalogue::Item find_item(std::string_view name) {
   if (const auto item = catalogue::find(name)) return *item;
   const std::string like = nearest_item(name);
   fail(kNotAllowed, name, "no such name" + (like.empty() ? "" : ", did you mean " + like + "?"));

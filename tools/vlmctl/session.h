@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "camera_link.h"
@@ -67,7 +68,7 @@ std::optional<Failure> failure_of(const client::Answer& answer, const std::strin
                                   const catalogue::Row& row);
 
 /// The row or field of that name. Throws Failure, with the nearest name.
-catalogue::Item find_item(const std::string& name);
+catalogue::Item find_item(std::string_view name);
 
 }  // namespace vlm::ctl
 
