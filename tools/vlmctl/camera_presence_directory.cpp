@@ -14,8 +14,12 @@ bool may_have_camera() { return bus::bus_has_subscriber(kRequestChannel); }
 /// The configured one, those that are the default in other sessions of the user, and the service's.
 std::vector<std::string> places_of_buses() {
   const std::string user = std::to_string(geteuid());
-  return {bus::BusDirectory::configured_path(), "/run/user/" + user + "/vlm_bus",
-          "/tmp/vlm_bus-" + user, "/run/vlm_bus"};
+  std::vector<std::string> places;
+  places.push_back(bus::BusDirectory::configured_path());
+  places.push_back("/run/user/" + user + "/vlm_bus");
+  places.push_back("/tmp/vlm_bus-" + user);
+  places.emplace_back("/run/vlm_bus");
+  return places;
 }
 
 }  // namespace vlm::ctl

@@ -51,7 +51,7 @@ void show(const Console& console, const Event& event) {
   if (console.json) {
     host::JsonBlock json = host::json_object();
     json.text("event", event.name);
-    for (const auto& [name, value] : event.details) json.member(name.c_str(), value);
+    for (const auto& [name, value] : event.details) json.member(name, value);
     return console.object(json.text("time", console.time()));
   }
   std::string line = console.time() + " " + event.name;

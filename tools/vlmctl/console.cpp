@@ -85,7 +85,7 @@ std::string shown(const Field& field, const Value& value) {
 }
 
 Console::Console(Write out, Write err, Now now)
-    : _out(std::move(out)), _err(std::move(err)), _now(std::move(now)) {}
+    : _out(std::move(out)), _err(std::move(err)), _now(now) {}
 
 void Console::show_progress(const std::string& text) const {
   if (live == nullptr || text == _progress) return;

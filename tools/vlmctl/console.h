@@ -22,7 +22,7 @@ std::string utc_text(std::chrono::system_clock::time_point time);
 class Console {
  public:
   using Write = std::function<void(const std::string&)>;
-  using Now = std::function<std::chrono::system_clock::time_point()>;
+  using Now = std::chrono::system_clock::time_point (*)();
 
   /// `out` and `err` take whole lines.
   Console(Write out, Write err, Now now);
