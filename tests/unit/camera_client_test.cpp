@@ -442,6 +442,19 @@ TEST_F(Client, EndsEverythingAsCancelledWithItself) {
   clock.pass(10s);
 }
 
+TEST_F(Client, GivesUpAndGoesOnWithTheNextRequest) {
+  get("exposure.mode", "in flight");
+  get("metering.mode", "waiting");
+  client.give_up();
+  EXPECT_EQ(order, (std::vector<std::string>{"in flight", "waiting"}));
+  EXPECT_EQ(outcome("in flight"), Outcome::kCancelled);
+  EXPECT_EQ(outcome("waiting"), Outcome::kCancelled);
+  get("exposure.mode", "again");
+  camera.answer(UDP_CTRL_CAM_GET_AE_MODE, {1});
+  EXPECT_TRUE(ended.at("again").done());
+  EXPECT_TRUE(ended.at("again").doubtful);  // it may be the answer to the one that was given up
+}
+
 TEST_F(Client, ARequestThatACancelledOneMakesIsCancelledToo) {
   FakeTransport other_camera;
   {
