@@ -108,7 +108,7 @@ run_documents() {
 
 # Both programs that run on the board.
 check_sizes() {
-  tests/armhf/size_test.sh build/board/bin/vlm_test 163840
+  tests/armhf/size_test.sh build/board/bin/vlm_test 89696 # a file grows by whole pages of 4096 bytes
   tests/armhf/size_test.sh build/board/bin/vlmctl 204800
 }
 
