@@ -38,7 +38,6 @@ PROGRAMS = [
 MICRO = ["--benchmark_format=json", "--benchmark_repetitions=9",
          "--benchmark_enable_random_interleaving=true"]
 ROW = re.compile(r"^(\S+) +(us|ns|KiB) +([0-9.]+) +([0-9.]+) +([0-9.]+) +(\S+) +[0-9.]+$")
-COMMAND = "./dev bench --page"
 MOST_LOSS = 1.05  # a row may be slower by that much than that of another revision
 TURNS = 9         # of each build, in a comparison
 
@@ -114,15 +113,16 @@ def machine():
     return f"{processor()}, {os.cpu_count()} cores, Linux {platform.release()}"
 
 
-def write_page(path, rows):
+def write_page(path, rows, quick):
     """Puts the table between the two marks of the page."""
     begin, end = "<!-- figures -->", "<!-- end of figures -->"
     with open(path, encoding="utf-8") as page:
         text = page.read()
     head, rest = text.split(begin, 1)
     tail = rest.split(end, 1)[1]
+    command = "./dev bench --page" + (" --quick" if quick else "")
     today = datetime.date.today().isoformat()
-    figures = [begin, "", f"`{COMMAND}` on {today}, on {machine()}:", "", *table(rows), "", end]
+    figures = [begin, "", f"`{command}` on {today}, on {machine()}:", "", *table(rows), "", end]
     with open(path, "w", encoding="utf-8") as page:
         page.write(head + "\n".join(figures) + tail)
 
@@ -204,7 +204,7 @@ def main():
                        "command": shlex.join(sys.argv), "rows": rows}, out, indent=1)
             out.write("\n")
     if args.page:
-        write_page(args.page, rows)
+        write_page(args.page, rows, args.quick)
     if args.svg:
         write_svg(args.svg, rows)
 

@@ -405,7 +405,9 @@ class LcmRequest {
   /// send_and_wait, which on success also copies `results` while the engine is still the caller's:
   /// no other request's answer can come in between.
   bool send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Results& results);
-  void wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd, std::string_view name)
+  bool wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd, std::string_view name)
+      VLM_REQUIRES(_mutex);
+  void report_failure(bool answered, const udp_ctrl_cam_t& cmd, std::string_view name)
       VLM_REQUIRES(_mutex);
   /// The reply to the pending command has been recorded.
   bool is_answered() const VLM_REQUIRES(_mutex);
