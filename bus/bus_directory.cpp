@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "format.h"
 #include "reason.h"
 
 namespace vlm::bus {
@@ -71,14 +72,15 @@ constexpr char kTapBeginning[] = "tap";
 constexpr char kTapSeparator = '-';
 
 bool is_tap(std::string_view name) {
-  return name.substr(0, sizeof kTapBeginning) == std::string(kTapBeginning) + kTapSeparator &&
-         name.find('.') == name.npos;
+  constexpr std::size_t kPlace = sizeof kTapBeginning - 1;  // of the separator
+  return name.size() > kPlace && name[kPlace] == kTapSeparator &&
+         name.compare(0, kPlace, kTapBeginning) == 0 && name.find('.') == name.npos;
 }
 
 // Another name at each call: BEGINNING, separator, the process, separator, a serial number.
 std::string next_name(const std::string& beginning, char separator) {
   static std::atomic<unsigned> serial{0};
-  return beginning + separator + std::to_string(getpid()) + separator + std::to_string(serial++);
+  return host::format("%s%c%d%c%u", beginning.c_str(), separator, getpid(), separator, serial++);
 }
 
 // Lets `take` try names of this process until one is free: another process of this number may have
@@ -104,9 +106,9 @@ std::string BusDirectory::configured_path() {
     return without_trailing_slashes(path);
   }
   if (const char* run = std::getenv("XDG_RUNTIME_DIR"); run && *run) {
-    return std::string(run) + "/vlm_bus";
+    return host::format("%s/vlm_bus", run);
   }
-  return "/tmp/vlm_bus-" + std::to_string(geteuid());
+  return host::format("/tmp/vlm_bus-%u", geteuid());
 }
 
 std::optional<BusDirectory> BusDirectory::open(std::string& error) {
@@ -114,7 +116,7 @@ std::optional<BusDirectory> BusDirectory::open(std::string& error) {
   DirectoryStream stream = open_or_create(path);
   const std::string objection = objection_to(stream);
   if (objection.empty()) return BusDirectory(std::move(stream));
-  error = "cannot use the bus directory " + path + ": " + objection;
+  error = host::format("cannot use the bus directory %s: %s", path.c_str(), objection.c_str());
   return std::nullopt;
 }
 
@@ -197,7 +199,7 @@ bool BusDirectory::is_current() const {
 
 void BusDirectory::remove(const std::string& name) const { unlinkat(fd(), name.c_str(), 0); }
 
-std::string BusDirectory::path() const { return "/proc/self/fd/" + std::to_string(fd()); }
+std::string BusDirectory::path() const { return host::format("/proc/self/fd/%d", fd()); }
 
 sockaddr_un BusDirectory::address_of(const std::string& name) const {
   sockaddr_un address{};

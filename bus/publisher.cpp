@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <optional>
 
+#include "format.h"
 #include "reason.h"
 
 namespace vlm::bus {
@@ -100,7 +101,8 @@ void Publisher::connect_new(const BusDirectory& directory, const std::vector<std
     if (connection) {
       channel.subscribers.push_back({name, std::move(connection)});
     } else if (error != ECONNREFUSED && error != ENOENT) {
-      _complaint.about("cannot reach " + name + ": " + host::reason(error));
+      _complaint.about(
+          host::format("cannot reach %s: %s", name.c_str(), host::reason(error).c_str()));
       channel.seen = 0;  // to be tried again
     }
   }
@@ -128,8 +130,8 @@ void Publisher::offer(Subscriber& subscriber, Packet packet) {
   subscriber.waiting = error != 0 && subscriber.connection;
   if (error == 0 && subscriber.stalled) {
     subscriber.stalled = false;
-    tell(subscriber.name +
-         " takes its packets again; dropped in all: " + std::to_string(subscriber.drops));
+    tell(host::format("%s takes its packets again; dropped in all: %lu", subscriber.name.c_str(),
+                      subscriber.drops));
   }
 }
 
@@ -165,8 +167,8 @@ void Publisher::drop(Subscriber& subscriber) {
   ++subscriber.drops;
   subscriber.waiting = false;
   if (!subscriber.stalled) {
-    tell(subscriber.name +
-         " does not take its packets; dropped so far: " + std::to_string(subscriber.drops));
+    tell(host::format("%s does not take its packets; dropped so far: %lu", subscriber.name.c_str(),
+                      subscriber.drops));
   }
   subscriber.stalled = true;
 }

@@ -11,6 +11,7 @@
 #include <set>
 #include <utility>
 
+#include "format.h"
 #include "reason.h"
 
 namespace vlm::bus {
@@ -72,7 +73,8 @@ bool Subscription::announce() {
   UniqueFd socket = open_socket();
   std::string name = socket ? directory->bind(socket, _channel) : "";
   if (name.empty()) {
-    _complaint.about("cannot subscribe " + _channel + ": " + host::reason());
+    _complaint.about(
+        host::format("cannot subscribe %s: %s", _channel.c_str(), host::reason().c_str()));
     return false;
   }
   _directory = std::move(directory);
@@ -92,7 +94,7 @@ void Subscription::serve() {
     } else if (errno == EAGAIN) {
       if (!is_announced()) announce();
     } else if (errno != EINTR) {
-      report("cannot receive on " + _name + ": " + host::reason());
+      report(host::format("cannot receive on %s: %s", _name.c_str(), host::reason().c_str()));
       return;
     }
   }

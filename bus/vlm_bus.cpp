@@ -8,6 +8,7 @@
 #include <string>
 
 #include "bus_directory.h"
+#include "format.h"
 #include "publisher.h"
 #include "reason.h"
 #include "report.h"
@@ -21,7 +22,7 @@ namespace {
 constexpr std::size_t kHeaderSize = offsetof(userlcm_packet_t, msg_buf);
 
 int refuse_to_publish(const char* reason) {
-  report(std::string("nothing published: ") + reason);
+  report(host::format("nothing published: %s", reason));
   return -1;
 }
 
@@ -51,8 +52,8 @@ void tell_missing_server(const userlcm_packet_t& packet, const char* channel) {
     const bool request = std::strcmp(channel, server.channel) == 0 &&
                          std::strncmp(packet.channel, server.from, sizeof packet.channel) == 0;
     if (!request || server.told.exchange(true)) continue;
-    report(std::string("no ") + server.name + " on bus " + BusDirectory::configured_path() +
-           ": nobody subscribes " + channel);
+    report(host::format("no %s on bus %s: nobody subscribes %s", server.name,
+                        BusDirectory::configured_path().c_str(), channel));
   }
 }
 
@@ -61,7 +62,7 @@ bool any_live(const BusDirectory& directory, const char* channel, std::string& e
   for (const std::string& name : directory.sockets_of(channel)) {
     if (directory.connect(name)) return true;
     if (errno != ECONNREFUSED && errno != ENOENT) {
-      error = "cannot reach " + name + ": " + host::reason();
+      error = host::format("cannot reach %s: %s", name.c_str(), host::reason().c_str());
     }
   }
   return false;

@@ -56,3 +56,16 @@ if(VLM_SANITIZE)
     add_compile_options(-fno-sanitize=vptr)
   endif()
 endif()
+
+option(VLM_COVERAGE "Count which lines of the product run" OFF)
+if(VLM_COVERAGE)
+  add_link_options(--coverage)
+endif()
+
+# Has the lines of this directory's targets counted, where that is wanted; unoptimised, so that each
+# line is one.
+macro(vlm_count_lines)
+  if(VLM_COVERAGE)
+    add_compile_options(--coverage -O0)
+  endif()
+endmacro()

@@ -6,7 +6,7 @@
 
 namespace vlm::host {
 
-/// What printf would print, at most its first 511 characters.
+/// What printf would print.
 std::string format(const char* form, ...) __attribute__((format(printf, 1, 2)));
 
 }  // namespace vlm::host

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <new>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "velmar_output.h"
@@ -49,8 +50,10 @@ sockaddr* generic(sockaddr_in& address) { return reinterpret_cast<sockaddr*>(&ad
 
 }  // namespace
 
-int vlm_udp_master_k720_init(int port) {
-  auto* service = new (std::nothrow) UdpMasterK720;
+int vlm_udp_master_k720_init(int port) { return vlm_udp_master_k720_init(port, {}); }
+
+int vlm_udp_master_k720_init(int port, UdpRestrictions restrictions) {
+  auto* service = new (std::nothrow) UdpMasterK720(std::move(restrictions));
   if (service == nullptr) return -1;
   services().push_back(service);
   return service->master_initialization(port);
@@ -60,7 +63,8 @@ int vlm_udp_master_k720_port() {
   return services().empty() ? 0 : services().back()->m_udp_server_port;
 }
 
-UdpMasterK720::UdpMasterK720() {
+UdpMasterK720::UdpMasterK720(UdpRestrictions restrictions)
+    : m_restrictions(std::move(restrictions)) {
   pthread_mutex_init(&m_mutex, nullptr);
   pthread_cond_init(&m_cond, nullptr);
 }
@@ -83,7 +87,7 @@ int UdpMasterK720::init_udp_server() {
   if (m_udp_server_fd < 0) return failed(udp_here(), "socket failed.\n");
   sockaddr_in address{};
   address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_ANY);
+  address.sin_addr = m_restrictions.address;
   address.sin_port = htons(static_cast<u16>(m_udp_server_port));
   if (bind(m_udp_server_fd, generic(address), sizeof address) < 0) {
     return failed(udp_here(), "bind error.\n");
@@ -209,6 +213,7 @@ std::size_t UdpMasterK720::receive_message() {
   const ssize_t count =
       recvfrom(m_udp_server_fd, bytes, sizeof bytes, 0, generic(sender), &sender_size);
   if (count < 0) return 0;
+  if (m_restrictions.admits && !m_restrictions.admits(sender)) return 0;
   const auto size = static_cast<std::size_t>(count);
   const MutexLock lock(m_slot_mutex);
   std::memcpy(&m_camctr_msg, bytes, size);

@@ -17,6 +17,7 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 
 #include "velmar_mutex.h"
 #include "velmar_udp_master_k720_crc.h"
@@ -29,12 +30,24 @@
 /// The service lives as long as the process.
 int vlm_udp_master_k720_init(int port);
 
+/// What a host may restrict the service to. As it stands: nothing.
+struct UdpRestrictions {
+  in_addr address{INADDR_ANY};  // the one of this machine that is served, in network byte order
+  /// Whether a datagram of `sender` is to be taken, asked on the receiving thread for each one that
+  /// is not empty; empty: all are. What is not taken leaves no trace: it is neither printed nor
+  /// answered, and slot and reply address stay as they were.
+  std::function<bool(const sockaddr_in& sender)> admits;
+};
+
+/// The same for a service that serves less than everybody.
+int vlm_udp_master_k720_init(int port, UdpRestrictions restrictions);
+
 /// The port that the last service started here is bound to; 0 when there is none.
 int vlm_udp_master_k720_port();
 
 class UdpMasterK720 {
  public:
-  UdpMasterK720();
+  explicit UdpMasterK720(UdpRestrictions restrictions = {});
   ~UdpMasterK720();
   UdpMasterK720(const UdpMasterK720&) = delete;
   UdpMasterK720& operator=(const UdpMasterK720&) = delete;
@@ -113,6 +126,7 @@ class UdpMasterK720 {
   Reply process_camera_functions();
   void send_to_client(const camctrl_msg_t& msg, std::size_t size);
 
+  const UdpRestrictions m_restrictions;
   int m_udp_server_port = 0;
   int m_udp_server_fd = 0;
   pthread_mutex_t m_mutex;  // guards m_count, m_first and m_waiting

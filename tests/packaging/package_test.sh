@@ -162,8 +162,12 @@ dissector_is_where_wireshark_looks() {
   there=$(dpkg-architecture -a "$architecture" -q DEB_HOST_MULTIARCH)
   dissector=$root$(echo "$looks" | sed "s|/$here/|/$there/|")/vlm.lua
   [ -s "$dissector" ] || fail "Wireshark would not find vlm.lua"
+  plugins=$scratch/home/.local/lib/wireshark/plugins
+  mkdir -p "$plugins"
+  cp "$dissector" "$plugins"
+  HOME=$scratch/home tshark -G protocols >"$scratch/protocols" 2>/dev/null
   for protocol in vlm_bus vlm_udp; do
-    HOME=$scratch tshark -X "lua_script:$dissector" -G protocols 2>/dev/null | grep -qw "$protocol" ||
+    grep -qw "$protocol" "$scratch/protocols" ||
       fail "vlm.lua does not bring $protocol"
   done
 }

@@ -78,7 +78,8 @@ TEST_F(MonitorDocsTest, EveryCommandPrintsWhatIsSaid) {
   }
   shell("chmod +x bin/*");
   const auto start_camera = [](const std::string& options) {
-    return program_in_shell("camera_sim") + ' ' + options + " </dev/null >camera & camera=$!\n" +
+    return "rm -f camera\n" + program_in_shell("camera_sim") + ' ' + options +
+           " </dev/null >camera & camera=$!\n" +
            "until grep -q ready camera; do sleep 0.01; done\n";
   };
   for (std::size_t i = 0; i < all.size(); ++i) {
