@@ -193,7 +193,7 @@ TEST_F(VlmctlProgress, OfAnUpgradeHasItsStateAndItsTime) {
   upgrade->read_until("\rcamera.upgrade, 0 s\033[K");
   upgrade->read_until("\rcamera.upgrade: VLM err is upgrading quorin camera, ");
   upgrade->read_until(" s\033[K");
-  upgrade->read_until("\r\033[Kcamera.upgrade: done\r\n");
+  upgrade->read_until("\r\033[Kcamera.upgrade: done\n");
   EXPECT_EQ(upgrade->wait(), 0);
 }
 
@@ -337,8 +337,9 @@ TEST_F(VlmctlShell, CtrlCIsNoAnswerToAQuestion) {
   shell.read_until("vlmctl> ");
   shell.write("run camera.reboot\n");
   shell.read_until("Go on? [y/N]");
-  shell.write("\x03get lens.zoom\n");
+  shell.write("\x03");
   shell.read_until("not confirmed, nothing was sent");
+  shell.write("get lens.zoom\n");
   shell.read_until("lens.zoom = 1 x");
   shell.write("exit\n");
   EXPECT_EQ(shell.wait(), 0);

@@ -593,8 +593,11 @@ TEST_F(Vlmctl, ListsTheCamerasThatAreFound) {
   EXPECT_EQ(run("list --cameras"), 7);
   EXPECT_EQ(err, "vlmctl: no camera answers on the buses of this machine\n");
   EXPECT_EQ(run("list --cameras lens"), 2);
-  found.push_back(
-      {"/run/vlm_bus", initial_value(vlm::ctl::find_item("camera.version").row->value)});
+  std::string error;
+  const auto version = parse(*vlm::ctl::find_item("camera.version").field,
+                             "module=VLMSIM,major=1,minor=4,patch=0,branch=R", error);
+  ASSERT_TRUE(version) << error;
+  found.push_back({"/run/vlm_bus", *version});
   EXPECT_EQ(run("list --cameras"), 0);
   EXPECT_EQ(out, "/run/vlm_bus                          VLMSIM  1.4.0R\n");
   EXPECT_EQ(run("list --cameras --json"), 0);

@@ -67,13 +67,16 @@ std::string state_of(const Answer& status) {
 /// Counts the pictures of which the camera tells, for as long as it lives and where somebody watches.
 class Pictures {
  public:
-  explicit Pictures(Session& session) : _camera(session.camera()) {
-    if (session.console().live == nullptr || !_camera.is_bus()) return;
+  explicit Pictures(Session& session)
+      : _camera(session.camera()), _listens(session.console().live != nullptr && _camera.is_bus()) {
+    if (!_listens) return;
     _camera.on_notification([this](const msg_from_rep_t& message) {
       if (message.msg_type == LCM_MISC_IMAGE_INFO) ++_count;
     });
   }
-  ~Pictures() { _camera.on_notification(nullptr); }
+  ~Pictures() {
+    if (_listens) _camera.on_notification(nullptr);
+  }
   Pictures(const Pictures&) = delete;
   Pictures& operator=(const Pictures&) = delete;
 
@@ -85,6 +88,7 @@ class Pictures {
 
  private:
   CameraLink& _camera;
+  const bool _listens;
   std::atomic<unsigned> _count{0};
 };
 

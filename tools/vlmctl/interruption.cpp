@@ -27,11 +27,13 @@ InterruptionHandler::InterruptionHandler() {
 
 InterruptionHandler::~InterruptionHandler() { sigaction(SIGINT, &_before, nullptr); }
 
-TimeLimit::TimeLimit(Clock::time_point end) : _outer(g_limit) { g_limit = std::min(g_limit, end); }
+TimeLimit::TimeLimit(Clock::time_point end) : _end(end), _outer(g_limit) {
+  g_limit = std::min(_end, _outer);
+}
 
 TimeLimit::~TimeLimit() { g_limit = _outer; }
 
-bool TimeLimit::over() const { return Clock::now() >= g_limit; }
+bool TimeLimit::over() const { return Clock::now() >= _end; }
 
 Uninterrupted::Uninterrupted() { ++g_uninterrupted; }
 

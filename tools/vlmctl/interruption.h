@@ -28,7 +28,7 @@ class InterruptionHandler {
   struct sigaction _before {};
 };
 
-/// While it lives, what runs is interrupted at `end`. Inside another one, the earlier end counts.
+/// While it lives, what runs is interrupted at `end`; inside another one, at the earlier of both.
 class TimeLimit {
  public:
   explicit TimeLimit(std::chrono::steady_clock::time_point end);
@@ -36,9 +36,11 @@ class TimeLimit {
   TimeLimit(const TimeLimit&) = delete;
   TimeLimit& operator=(const TimeLimit&) = delete;
 
+  /// Whether its own end has passed.
   bool over() const;
 
  private:
+  const std::chrono::steady_clock::time_point _end;
   const std::chrono::steady_clock::time_point _outer;
 };
 

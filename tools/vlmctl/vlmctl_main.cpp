@@ -32,7 +32,7 @@ std::optional<std::string> read_answer() {
   std::string line;
   pollfd input{STDIN_FILENO, POLLIN, 0};
   while (!interrupted()) {
-    if (poll(&input, 1, static_cast<int>(kLookInterval.count())) <= 0) continue;
+    if (poll(&input, 1, static_cast<int>(kLookInterval.count())) <= 0 || interrupted()) continue;
     char letter = 0;
     if (read(STDIN_FILENO, &letter, 1) != 1) return std::nullopt;
     if (letter == '\n') return line;
