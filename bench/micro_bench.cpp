@@ -111,7 +111,7 @@ BENCHMARK(hex_dump)->Arg(10)->Arg(264);
 
 void service_line(benchmark::State& state) {
   const NullOutput null;
-  for (auto _ : state) udp_say(udp_here(), "camera_cmd = %d\n", 4096);
+  for (auto _ : state) udp_say_number(udp_here(), "camera_cmd = ", 4096);
 }
 BENCHMARK(service_line);
 

@@ -11,7 +11,6 @@ BIN is the directory of the programs; NAME a part of the names of those to run.
   --against BIN   run the programs of another build in turns with these, and fail when a row is
                   slower by more than 5 %
   --quick         a moment each
-  --command TEXT  what the page shows as the command
 """
 
 import argparse
@@ -21,6 +20,7 @@ import json
 import os
 import platform
 import re
+import shlex
 import statistics
 import subprocess
 import sys
@@ -28,7 +28,6 @@ import sys
 # A row a program: its name, its arguments, those of a moment.
 PROGRAMS = [
     ("bus_round_trip", [], ["--rounds", "200"]),
-    ("peers_bench", [], ["--rounds", "200"]),
     ("whole_way_bench", [], ["--rounds", "200"]),
     ("udp_service_bench", [], ["--rounds", "200"]),
     ("start_bench", [], ["--rounds", "20"]),
@@ -114,13 +113,14 @@ def machine():
     return f"{processor()}, {os.cpu_count()} cores, Linux {platform.release()}"
 
 
-def write_page(path, rows, command):
+def write_page(path, rows, quick):
     """Puts the table between the two marks of the page."""
     begin, end = "<!-- figures -->", "<!-- end of figures -->"
     with open(path, encoding="utf-8") as page:
         text = page.read()
     head, rest = text.split(begin, 1)
     tail = rest.split(end, 1)[1]
+    command = "./dev bench --page" + (" --quick" if quick else "")
     today = datetime.date.today().isoformat()
     figures = [begin, "", f"`{command}` on {today}, on {machine()}:", "", *table(rows), "", end]
     with open(path, "w", encoding="utf-8") as page:
@@ -181,7 +181,6 @@ def main():
     parser.add_argument("--svg")
     parser.add_argument("--against")
     parser.add_argument("--quick", action="store_true")
-    parser.add_argument("--command", default="./dev bench")
     parser.add_argument("--help", action="store_true")
     parser.add_argument("bin", nargs="?")
     parser.add_argument("names", nargs="*")
@@ -202,10 +201,10 @@ def main():
     if args.json:
         with open(args.json, "w", encoding="utf-8") as out:
             json.dump({"machine": machine(), "date": datetime.datetime.now().isoformat("T", "seconds"),
-                       "command": args.command, "rows": rows}, out, indent=1)
+                       "command": shlex.join(sys.argv), "rows": rows}, out, indent=1)
             out.write("\n")
     if args.page:
-        write_page(args.page, rows, args.command)
+        write_page(args.page, rows, args.quick)
     if args.svg:
         write_svg(args.svg, rows)
 

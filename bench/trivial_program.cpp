@@ -1,4 +1,5 @@
-// What a C++ program with a thread costs before it does anything.
+// What a C++ program with a thread costs before it does anything. Without an argument it waits for the
+// end of its input.
 #include <cstdio>
 #include <string>
 #include <thread>
@@ -6,4 +7,6 @@
 int main(int argc, char**) {
   std::thread([] {}).join();
   std::puts(std::to_string(argc).c_str());
+  std::fflush(stdout);
+  if (argc < 2) std::getchar();
 }

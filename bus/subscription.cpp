@@ -87,7 +87,7 @@ bool Subscription::announce() {
 
 void Subscription::serve() {
   for (;;) {
-    userlcm_packet_t packet{};
+    userlcm_packet_t packet;
     const ssize_t size = recv(_socket.get(), &packet, sizeof packet, MSG_TRUNC);
     if (size >= 0) {
       deliver(packet, static_cast<std::size_t>(size));
@@ -104,9 +104,10 @@ void Subscription::withdraw() { _directory->remove(_name); }
 
 bool Subscription::is_announced() const { return _directory->holds(_name); }
 
-/// Runs the callback, unless the `size` bytes cannot have come from a publisher.
+/// Clears what the packet does not fill and runs the callback, unless the `size` bytes cannot have come from a publisher.
 void Subscription::deliver(userlcm_packet_t& packet, std::size_t size) {
   if (size < kHeaderSize || size > sizeof packet) return;
+  std::memset(reinterpret_cast<char*>(&packet) + size, 0, sizeof packet - size);
   char channel[sizeof _client.channel];  // the callback's own, whatever it does to it
   std::memcpy(channel, _client.channel, sizeof channel);
   _client.f(&packet, static_cast<unsigned int>(size), channel, _client.func);

@@ -34,6 +34,8 @@ add_link_options($<${delivered}:LINKER:-z,relro,-z,now>)
 
 if(CMAKE_BUILD_TYPE STREQUAL "MinSizeRel")
   add_compile_options(-ffunction-sections -fdata-sections)
+  # Nothing asks an object for its type, whose name would take its place.
+  add_compile_options(-fno-rtti)
   add_link_options(-Wl,--gc-sections)
   set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
 endif()

@@ -2,14 +2,12 @@
 # `./dev bench`: the benchmarks, their page and the comparison with another revision.
 
 BENCH_PACKAGES="$BUILD_PACKAGES libbenchmark-dev python3"
-PEER_PACKAGES="cyclonedds-dev cyclonedds-tools dbus libmosquitto-dev libsystemd-dev libzmq3-dev
-  mosquitto pkg-config"
 
 # bench_build SOURCES BUILD: the benchmarks of a tree, as they are delivered but for debugging symbols.
 bench_build() {
   mkdir -p build
   {
-    cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVLM_PEERS="$peers" &&
+    cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo &&
       cmake --build "$2" --target benchmarks
   } >build/bench.log 2>&1 || {
     cat build/bench.log >&2
@@ -29,13 +27,10 @@ bench_other() {
 }
 
 dev_bench() {
-  peers=OFF
   revision=
   arguments=
-  command="./dev bench"
   while [ $# -gt 0 ]; do
     case $1 in
-      --peers) peers=ON ;;
       --against)
         [ $# -ge 2 ] || fail "--against takes a revision"
         revision=$2
@@ -48,21 +43,17 @@ dev_bench() {
         ;;
       --page) arguments="$arguments --page docs/performance.md --svg docs/performance.svg" ;;
       --quick) arguments="$arguments --quick" ;;
-      -*) fail "usage: ./dev bench [--peers] [--page] [--quick] [--json FILE] [--against REV] [NAME...]" ;;
+      -*) fail "usage: ./dev bench [--page] [--quick] [--json FILE] [--against REV] [NAME...]" ;;
       *) break ;;
     esac
     shift
   done
   need "$BENCH_PACKAGES"
-  if [ "$peers" = ON ]; then
-    need "$PEER_PACKAGES"
-    command="$command --peers"
-  fi
   bench_build . build/bench
   if [ -n "$revision" ]; then
     bench_other "$revision"
     arguments="$arguments --against build/against/build/bin"
   fi
   # shellcheck disable=SC2086  # words are meant
-  bench/report.py --command "$command" $arguments build/bench/bin "$@"
+  bench/report.py $arguments build/bench/bin "$@"
 }

@@ -106,6 +106,12 @@ run_documents() {
   docs/demo/record.py --check build/dev/bin docs/demo.svg
 }
 
+# Both programs that run on the board.
+check_sizes() {
+  tests/armhf/size_test.sh build/board/bin/vlm_test 89696 # a file grows by whole pages of 4096 bytes
+  tests/armhf/size_test.sh build/board/bin/vlmctl 204800
+}
+
 # build_and_test PRESET: two steps.
 build_and_test() {
   step "build $1" build "$1"
@@ -125,9 +131,8 @@ dev_test() {
   step_after "fuzzers, a moment each" "build asan" dev_fuzz 4
   build_and_test tsan
   build_and_test armhf
-  step "build board" build board vlm_test
-  step_after "size on the board" "build board" \
-    tests/armhf/size_test.sh build/board/bin/vlm_test
+  step "build board" build board vlm_test vlmctl
+  step_after "size on the board" "build board" check_sizes
   step "build board-static" build board-static vlm_test
   step_after "in a bare root" "build board-static" \
     tests/armhf/bare_root_test.sh build/board-static/bin/vlm_test

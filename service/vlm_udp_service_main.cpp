@@ -105,7 +105,7 @@ std::string help() {
   return "Usage: vlm_udp_service [OPTION]...\n"
          "Serves the camera-control UDP protocol: applications drive the camera with it.\n"
          "\n" +
-         host::options_help(table(unused), 12);
+         host::options_help(table(unused), 14);
 }
 
 /// What a value was to be, by its name in the help.

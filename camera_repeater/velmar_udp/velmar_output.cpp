@@ -1,6 +1,16 @@
 #include "velmar_output.h"
 
-#include <algorithm>
+#include <cstring>
+
+namespace {
+
+void print_long(std::initializer_list<std::string_view> pieces) {
+  flockfile(stdout);
+  for (const std::string_view piece : pieces) std::fwrite(piece.data(), 1, piece.size(), stdout);
+  funlockfile(stdout);
+}
+
+}  // namespace
 
 Decimal::Decimal(unsigned long long number) {
   do {
@@ -10,20 +20,12 @@ Decimal::Decimal(unsigned long long number) {
 }
 
 void print_pieces(std::initializer_list<std::string_view> pieces) {
-  char text[128];
+  char line[256];
   std::size_t size = 0;
-  flockfile(stdout);
-  for (std::string_view piece : pieces) {
-    while (!piece.empty()) {
-      const std::size_t part = std::min(piece.size(), sizeof text - size);
-      std::copy_n(piece.data(), part, text + size);
-      piece.remove_prefix(part);
-      size += part;
-      if (size < sizeof text) break;
-      std::fwrite(text, 1, size, stdout);
-      size = 0;
-    }
+  for (const std::string_view piece : pieces) {
+    if (piece.size() > sizeof line - size) return print_long(pieces);
+    std::memcpy(line + size, piece.data(), piece.size());
+    size += piece.size();
   }
-  std::fwrite(text, 1, size, stdout);
-  funlockfile(stdout);
+  std::fwrite(line, 1, size, stdout);
 }

@@ -170,7 +170,7 @@ void* UdpMasterK720::receive_commands_from_apps(void* arg) {
     handed_over = false;
     const std::size_t size = service.receive_message();
     if (size == 0) continue;
-    udp_say(udp_here(), "Received msg:rev_len = %d\n", static_cast<int>(size));
+    udp_say_number(udp_here(), "Received msg:rev_len = ", static_cast<unsigned>(size));
     udp_print_bytes("", reinterpret_cast<const u8*>(&msg), size);
     if (service.take_mutex() != 0) {
       refuse(service, msg, VLM_ERR_BUSY, udp_here(), "VLM_ERR_BUSY\n");
@@ -225,6 +225,7 @@ std::size_t UdpMasterK720::receive_message() {
 /// has its reply is not refused: the processing thread has only to release the mutex, which it does
 /// without delay.
 int UdpMasterK720::take_mutex() {
+  if (pthread_mutex_trylock(&m_mutex) == 0) return 0;
   const auto limit = Clock::now() + kHostsTime;
   for (int tries = 0; pthread_mutex_trylock(&m_mutex) != 0; ++tries) {
     if (m_unanswered > 0 || (m_locked_by_host && Clock::now() > limit)) return -1;

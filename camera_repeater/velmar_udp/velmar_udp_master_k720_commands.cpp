@@ -334,10 +334,10 @@ int UdpMasterK720::process_camera_functions_and_reply() {
 UdpMasterK720::Reply UdpMasterK720::process_camera_functions() {
   const camctrl_msg_t request = next_message();
   const u16 cmd = camctrl_be16(request.payload.cmd);
-  udp_say(at(), "camera_cmd = %d\n", cmd);
+  udp_say_number(at(), "camera_cmd = ", cmd);
   Exchange exchange(request);
   const u16 err = execute(cmd, exchange);
-  udp_say(at(), "err_code = %d\n", err);
+  udp_say_number(at(), "err_code = ", err);
 
   camctrl_msg_t& reply = exchange.reply();
   feedback_initial(reply, exchange.len(), cmd);

@@ -5,16 +5,22 @@
 #include <cstdio>
 #include <iterator>
 
+#include "velmar_output.h"
 #include "vlm_udp_camctrl_defines.h"
 
 void udp_say(const SourcePlace& place, const char* format, ...) {
   va_list args;
   va_start(args, format);
   flockfile(stdout);
-  std::printf("[%s:%s][%u]: ", place.file, place.function, place.line);
+  print_pieces({"[", place.file, ":", place.function, "][", Decimal(place.line), "]: "});
   std::vprintf(format, args);
   funlockfile(stdout);
   va_end(args);
+}
+
+void udp_say_number(const SourcePlace& place, const char* text, unsigned number) {
+  print_pieces({"[", place.file, ":", place.function, "][", Decimal(place.line), "]: ", text,
+                Decimal(number), "\n"});
 }
 
 void udp_print_bytes(const char* title, const u8* bytes, std::size_t size) {

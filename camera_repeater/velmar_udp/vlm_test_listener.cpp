@@ -68,7 +68,14 @@ void act_on(const msg_from_rep_t& message) {
   }
 }
 
-bool is_from_camera(const userlcm_packet_t& packet) {
+/// The part of a packet that is looked at.
+struct CameraPacket {
+  decltype(userlcm_packet_t::channel) channel;
+  msg_from_rep_t message;
+};
+static_assert(offsetof(CameraPacket, message) == offsetof(userlcm_packet_t, msg_buf));
+
+bool is_from_camera(const CameraPacket& packet) {
   // The field may lack its terminator; the name with its terminator fits in either case.
   return std::memcmp(packet.channel, kRequestChannel, sizeof kRequestChannel) == 0;
 }
@@ -82,16 +89,16 @@ void TestGetLcmMsg(void* buf, unsigned int len, char* channel, void* /*user*/) {
     show_output();
     return;
   }
-  userlcm_packet_t packet{};
-  std::memcpy(&packet, buf, std::min<std::size_t>(len, sizeof packet));
+  CameraPacket packet;
+  const std::size_t size = std::min<std::size_t>(len, sizeof packet);
+  std::memcpy(&packet, buf, size);
+  std::memset(reinterpret_cast<char*>(&packet) + size, 0, sizeof packet - size);
   if (!is_from_camera(packet)) {
     std::printf("UDP -- src channel is not \"%s\"!\n", kRequestChannel);
     show_output();
     return;
   }
-  msg_from_rep_t message;
-  std::memcpy(&message, packet.msg_buf, sizeof message);
-  act_on(message);
+  act_on(packet.message);
 }
 
 void udp_start_receiving_messages() {

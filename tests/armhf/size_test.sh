@@ -1,8 +1,8 @@
 #!/bin/sh
-# The console's program file fits its place on the board.
-# usage: size_test.sh PROGRAM, linked dynamically and not yet stripped
+# A program file fits its place on the board.
+# usage: size_test.sh PROGRAM LIMIT: linked dynamically and not yet stripped; bytes
 set -eu
-limit=89696  # the file grows by whole pages of 4096 bytes
+limit=$2
 stripped=$(mktemp)
 trap 'rm -f "$stripped"' EXIT
 

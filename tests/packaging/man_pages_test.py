@@ -76,6 +76,12 @@ class InStepWithThePrograms(unittest.TestCase):
         commands = section("camera_sim", "DESCRIPTION").split("\n   Commands\n")[1]
         self.assertEqual(usage.findall(commands), usage.findall(listed))
 
+    def test_names_of_vlmctl(self):
+        listed = re.findall(r"^(\S+)", output_of("vlmctl", "list"), re.M)
+        self.assertGreater(len(listed), 50)
+        names = section("vlmctl", "DESCRIPTION").split("\n   Names\n")[1]
+        self.assertEqual(re.findall(r"^ {5}([a-z]\S*)(?: {2}.*)?$", names, re.M), listed)
+
     def test_numbered_commands(self):
         listed = re.findall(r"^(\d+): ?(.*)", output_of("vlm_test", "-h"), re.M)
         refused = {*range(98, 200), 204, *range(242, 1000)}

@@ -111,6 +111,10 @@ is_enough() { dpkg --compare-versions "$1" ge "$2" || fail "$3: $2 is needed, no
 
 depends_on_enough() {
   is_enough "$(asks_for "$1" libc6)" "$(needs GLIBC)" "$1: libc6"
+  if [ -z "$(needs GLIBCXX)" ]; then  # the C++ library is linked in
+    [ -z "$(asks_for "$1" libstdc++6)" ] || fail "$1: libstdc++6 is not needed"
+    return
+  fi
   is_enough "$(asks_for "$1" libgcc-s1)" "$(needs GCC)" "$1: libgcc-s1"
   is_enough "$(asks_for "$1" libstdc++6)" 12 "$1: libstdc++6"
   is_enough 3.4.30 "$(needs GLIBCXX)" "libstdc++6 12: GLIBCXX"

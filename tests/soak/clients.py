@@ -125,6 +125,8 @@ class Service:
     def ask(self, command, seconds, camera):
         self.program.drain()
         self.program.lines.clear()
+        while self._take([]):  # the reply to one that was given up
+            pass
         reply = []
         self.send(command)
         if not wait(lambda: self._take(reply), seconds, self._socket, self.program, camera):

@@ -70,7 +70,7 @@ def main():
     parser.add_argument("programs")
     parser.add_argument("--seconds", type=float, default=5)
     parser.add_argument("--seed", type=int, default=random.randrange(1 << 30))
-    parser.add_argument("--margin", type=float, default=10)
+    parser.add_argument("--margin", type=float, default=30)
     options = parser.parse_args()
     print("seed", options.seed)
     runs = [Run(name, options, options.seed + number) for number, name in enumerate(FAULTS)]

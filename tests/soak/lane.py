@@ -144,13 +144,19 @@ class Lane:
         """Ends the faults; what is asked then has to be answered, so the engines are idle."""
         for name, value in camera_options:
             self.camera.say(remedy(name, value))
-        time_limit = time.monotonic() + 60
         for client in self._clients:
-            command = next(each for each in COMMANDS if each.code == 1)
-            while client.ask(command, command.limit() + self.margin, self.camera).error != 0:
-                if time.monotonic() > time_limit:  # the camera restarts for 1 s
-                    self._complain(f"{type(client).__name__} is not served by a healthy camera")
-                    return
+            try:
+                self._await_success(client)
+            except Stuck as stuck:
+                self._complain(f"{type(client).__name__} with a healthy camera: {stuck}")
+
+    def _await_success(self, client):
+        """The camera may be starting again, which takes a second."""
+        command = next(each for each in COMMANDS if each.code == 1)
+        deadline = time.monotonic() + 60
+        while client.ask(command, command.limit() + self.margin, self.camera).error != 0:
+            if time.monotonic() > deadline:
+                raise Stuck("it is not answered")
 
     def end(self):
         for program in self.programs:

@@ -19,7 +19,8 @@ from soak_picture import draw
 
 # What a program's memory may grow by once it has served for a while.
 GROWTH_KIB = 512
-# Likewise its descriptors. Whoever publishes keeps the connection to a client that has gone until it publishes the next time.
+# Likewise its descriptors: whoever publishes keeps the connection to a client that has gone until it
+# publishes the next time.
 GROWTH_DESCRIPTORS = 2
 # That while ends with this share of the run.
 WARM = 0.2
@@ -113,7 +114,7 @@ def main():
     parser.add_argument("--seed", type=int, default=random.randrange(1 << 30))
     parser.add_argument("--lanes", type=int, default=4)
     parser.add_argument("--every", type=float, default=60)
-    parser.add_argument("--margin", type=float, default=10)
+    parser.add_argument("--margin", type=float, default=30)
     parser.add_argument("--picture", default="soak.svg")
     options = parser.parse_args()
     print(f"seed {options.seed}, {options.lanes} lanes, {options.faults:g} % of each fault")

@@ -36,7 +36,7 @@ def run(command):
 
 
 def calls(bin_dir, directory, times):
-    """System calls of a run of client and camera in one process, by name."""
+    """System calls of a run of client and camera, by name."""
     summary = os.path.join(directory, "calls")
     run(["strace", "-f", "-c", "-U", "calls,name", "-o", summary,
          os.path.join(bin_dir, "request_loop"), str(times), "camera"])

@@ -23,6 +23,7 @@ BusInbox::BusInbox(const std::string& sender, const std::vector<std::string>& ch
 std::vector<bus::ProvenSubscriptions::Channel> BusInbox::received_on(
     const std::vector<std::string>& channels) {
   std::vector<bus::ProvenSubscriptions::Channel> all;
+  all.reserve(channels.size());
   for (const std::string& channel : channels) {
     all.push_back({channel, [this](const void* packet, unsigned int length, const char* name) {
                      put(packet, length, name);

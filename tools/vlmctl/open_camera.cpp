@@ -14,13 +14,12 @@ constexpr std::chrono::seconds kServingLimit{5};
 /// The service itself waits 3 s for the camera, and says so then.
 constexpr std::chrono::seconds kUdpTimeout{4};
 
-/// "local", or the directory of a bus.
+/// The local one, or that of a directory.
 void choose_bus(const std::string& camera) {
-  if (camera == "local") return;
-  if (camera.find('/') == std::string::npos) {
-    throw Failure{
-        kUsage, "",
-        "--camera takes local, the path of a bus or udp://HOST[:PORT], not '" + camera + "'"};
+  if (camera == kLocalBus) return;
+  if (camera.find('/') == std::string::npos || camera.find("://") != std::string::npos) {
+    fail(kUsage, "",
+         "--camera takes local, the path of a bus or udp://HOST[:PORT], not '" + camera + "'");
   }
   setenv("VLM_BUS_DIR", camera.c_str(), 1);
 }
@@ -31,20 +30,36 @@ client::Options client_options(const Settings& settings) {
   return options;
 }
 
-}  // namespace
+std::unique_ptr<CameraLink> open_udp(const Settings& settings) {
+  return std::make_unique<UdpLink>(settings.camera, settings.timeout.value_or(kUdpTimeout));
+}
 
-std::unique_ptr<CameraLink> open_camera(const Settings& settings) {
-  if (settings.camera.rfind("udp://", 0) == 0) {
-    return std::make_unique<UdpLink>(settings.camera, settings.timeout.value_or(kUdpTimeout));
-  }
+std::unique_ptr<CameraLink> open_bus(const Settings& settings) {
   choose_bus(settings.camera);
-  if (!may_have_camera()) throw Failure{kNoCamera, "", "no camera on the bus"};
+  if (!may_have_camera()) fail(kNoCamera, "", "no camera on the bus");
   // Its subscription lives as long as the process.
   static client::BusTransport& transport = *new client::BusTransport;
   if (!transport.wait_until_serving(kServingLimit)) {
-    throw Failure{kNoCamera, "", "the bus does not deliver"};
+    fail(kNoCamera, "", "the bus does not deliver");
   }
   return std::make_unique<BusLink>(transport, client_options(settings));
+}
+
+/// The ways that a URL names.
+struct Way {
+  bool (*is_meant)(const std::string& camera);
+  std::unique_ptr<CameraLink> (*open)(const Settings& settings);
+};
+
+constexpr Way kWays[] = {{UdpLink::is_url, open_udp}};
+
+}  // namespace
+
+std::unique_ptr<CameraLink> open_camera(const Settings& settings) {
+  for (const Way& way : kWays) {
+    if (way.is_meant(settings.camera)) return way.open(settings);
+  }
+  return open_bus(settings);
 }
 
 }  // namespace vlm::ctl
