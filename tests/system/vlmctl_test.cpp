@@ -332,7 +332,7 @@ TEST_F(VlmctlShell, CtrlCEndsAWaitForTheCamera) {
 TEST_F(VlmctlShell, CtrlCIsNoAnswerToAQuestion) {
   start_camera();
   environment.push_back("TERM=dumb");
-  Process shell({"/bin/sh", "-c", program_in_shell("vlmctl") + "shell 2>&1"}, environment,
+  Process shell({"/bin/sh", "-c", "exec " + program_in_shell("vlmctl") + "shell 2>&1"}, environment,
                 Process::kPty);
   shell.read_until("vlmctl> ");
   shell.write("run camera.reboot\n");

@@ -599,7 +599,7 @@ TEST_F(Vlmctl, ListsTheCamerasThatAreFound) {
   ASSERT_TRUE(version) << error;
   found.push_back({"/run/vlm_bus", *version});
   EXPECT_EQ(run("list --cameras"), 0);
-  EXPECT_EQ(out, "/run/vlm_bus                          VLMSIM  1.4.0R\n");
+  EXPECT_EQ(out, "/run/vlm_bus                        VLMSIM  1.4.0R\n");
   EXPECT_EQ(run("list --cameras --json"), 0);
   EXPECT_EQ(out, R"({"camera":"/run/vlm_bus","model":"VLMSIM","firmware":"1.4.0R",)"
                  R"("time":"1970-01-01T00:00:00.000Z"})"
