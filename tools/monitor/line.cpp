@@ -75,7 +75,7 @@ std::string hex_rows(const Bytes& bytes) {
 std::string json_values(const Decoded& decoded) {
   auto object = host::json_object();
   for (const Value& value : decoded.values) {
-    object.member(value.name, value.is_number ? value.text : host::json_string(value.text));
+    object.member(value.name.c_str(), value.is_number ? value.text : host::json_string(value.text));
   }
   return object.str();
 }

@@ -117,7 +117,7 @@ std::string Statistics::json() const {
           .member("p99_ms", milliseconds(trips.quantile(0.99)))
           .member("max_ms", milliseconds(trips.max()));
     }
-    commands.member(name, row.str());
+    commands.member(name.c_str(), row.str());
   }
   return host::json_object()
              .number("packets", _packets)
