@@ -226,7 +226,6 @@ int start(const Settings& settings) {
   static std::mutex& once = *new std::mutex;
   once.lock();
   if (Admission* const admission = g_admission) admission->tell_rest();
-  end_output();
   drain_standard_output(kTimeToDrain);
   std::exit(status);
 }
@@ -238,6 +237,7 @@ int start(const Settings& settings) {
   if (!relay_standard_output(kName)) {
     end(complain("no thread for the output: " + host::reason(), kFailure));
   }
+  std::atexit(end_output);  // first, and so run last: what the others wait for may be printing
   if (settings.sdcard) use_sdcard(*settings.sdcard);
   vlm_camera_log_init();
   const auto start_or_end = [settings] {
