@@ -95,6 +95,18 @@ TEST_F(VlmctlProgram, Status7WithoutABusOrACamera) {
   EXPECT_EQ(run({"--camera", directory / "file", "get", "camera.mode"}), 7);
 }
 
+TEST_F(VlmctlProgram, Status7WhereAThreadCannotBeMade) {
+  start_camera();
+  for (int made = 0; made < 2; ++made) {
+    Process vlmctl(
+        {program("vlmctl"), "get", "camera.mode"},
+        {environment[0], "LD_PRELOAD=" NO_THREADS, "NO_THREADS_AFTER=" + std::to_string(made)});
+    EXPECT_EQ(vlmctl.wait(), 7);
+    EXPECT_EQ(vlmctl.errors(),
+              "vlmctl: a thread cannot be made: Resource temporarily unavailable\n");
+  }
+}
+
 TEST_F(VlmctlProgram, Status8WhenItReadsBackDifferently) {
   // The lens of a live camera takes its time.
   start_camera({"--live"});

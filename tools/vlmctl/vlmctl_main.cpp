@@ -83,5 +83,8 @@ int main(int argc, char** argv) {
   } catch (const std::bad_alloc&) {
     std::fputs("vlmctl: out of memory\n", stderr);
     return kPartly;
+  } catch (const std::system_error& fault) {
+    std::fprintf(stderr, "vlmctl: a thread cannot be made: %s\n", fault.what());
+    return kNoCamera;
   }
 }
