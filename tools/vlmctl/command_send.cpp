@@ -1,5 +1,4 @@
 #include <charconv>
-#include <cstring>
 
 #include "assignment.h"
 #include "catalogue_text.h"
@@ -13,12 +12,12 @@ using catalogue::Row;
 
 namespace {
 
-constexpr char kUnknownCode[] = "Unknown lcm cmd";
-
-/// Whether `code` is in the table of commands.
+/// Whether `code` is in the table of commands: some have no row, and of those some no name.
 bool is_code(int code) {
-  return catalogue::find_by_code(code) != nullptr ||
-         std::strcmp(vlm_strcmd(code), kUnknownCode) != 0;
+  for (const auto& unknown : catalogue::exceptions()) {
+    if (unknown.code == code) return true;
+  }
+  return catalogue::find_by_code(code) != nullptr;
 }
 
 int parse_code(const std::string& written) {

@@ -65,8 +65,8 @@ int run_or_throw(const Words& line, Console& console, const Session::Open& open,
     return kDone;
   }
   std::size_t place = 0;
+  console.json = asks_for_json(line, 0);
   const Arguments arguments = parse_arguments(kProgramOptions, line, place, true);
-  console.json = arguments.has("--json");
   if (arguments.has("--help") || arguments.has("--version")) {
     console.line(arguments.has("--help") ? program_help() : "vlmctl " + version);
     return kDone;
