@@ -1,6 +1,7 @@
 // What a replay compares, and how it tells what it found.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "replay_compare.h"
 #include "replay_options.h"
 #include "replay_result.h"
+#include "temporary_directory.h"
 
 using namespace vlm::monitor;
 
@@ -131,6 +133,8 @@ TEST(ReplayOptionsTest, AreChecked) {
   EXPECT_EQ(replay_fault({"f", "--as", "console", "--loop"}), "--loop is the camera's");
   EXPECT_EQ(replay_fault({"f", "--as", "camera", "--destructive"}),
             "--destructive is the console's");
+  EXPECT_EQ(replay_fault({"f", "--as", "console", "--expect", "--junit", "f"}),
+            "the recording cannot be written");
   EXPECT_EQ(replay_fault({"f", "--nonsense"}), "unknown option --nonsense");
 }
 
@@ -150,6 +154,13 @@ TEST(MonitorOptionsTest, AreChecked) {
   EXPECT_EQ(monitor_fault({"-w", "f", "--keep", "3"}), "--keep needs --rotate");
   EXPECT_EQ(monitor_fault({"--svg", "f"}), "--svg and --csv need -r");
   EXPECT_EQ(monitor_fault({"-r", "f", "-w", "f"}), "the file that is read cannot be written");
+  TemporaryDirectory folder;
+  folder.write("f");
+  std::filesystem::create_symlink("f", folder / "link");
+  for (const char* const option : {"-w", "--svg", "--csv"}) {
+    EXPECT_EQ(monitor_fault({"-r", folder / "f", option, folder / "link"}),
+              "the file that is read cannot be written");
+  }
   EXPECT_EQ(monitor_fault({"--filter", "colour=red"}), "no filter: colour=red");
   EXPECT_EQ(monitor_fault({"-w", "f", "--rotate", "0"}), "bad value for --rotate: 0");
   EXPECT_EQ(monitor_fault({"-w", "f", "--rotate", "5T"}), "bad value for --rotate: 5T");

@@ -5,6 +5,7 @@
 
 #include "options.h"
 #include "payload_values.h"
+#include "recording_input.h"
 
 namespace vlm::monitor {
 
@@ -69,6 +70,9 @@ bool check(const ReplayOptions& options, std::string& error) {
   if (options.destructive && is_camera) error = "--destructive is the console's";
   if (!options.expect && (options.tap || !options.junit_file.empty() || !options.masked.empty())) {
     error = "--mask, --tap and --junit need --expect";
+  }
+  if (!options.junit_file.empty() && is_same_file(options.junit_file, options.file)) {
+    error = "the recording cannot be written";
   }
   if (options.section.from_s > options.section.to_s) error = "--from lies behind --to";
   return error.empty();
