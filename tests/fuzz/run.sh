@@ -9,7 +9,7 @@ seconds=$3
 shift 3
 own_seeds=$(dirname "$0")/seeds
 [ $# -gt 0 ] || set -- listener datagram client_reply client_words console camera_model \
-  camera_peer time_log trace_log recording
+  camera_peer time_log trace_log recording address client remote_reply
 
 mkdir -p "$work/faults"
 "$bin/fuzz_seeds" "$work/seeds"

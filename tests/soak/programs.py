@@ -5,6 +5,7 @@ import select
 import subprocess
 import tempfile
 import time
+from collections import Counter
 
 START_LIMIT = 30  # seconds; far more than any of them takes
 
@@ -80,6 +81,12 @@ class Program:
         with open(place + "/status", encoding="ascii") as status:
             numbers = dict(re.findall(r"^(VmRSS|Threads):\s*(\d+)", status.read(), re.M))
         return int(numbers["VmRSS"]), len(os.listdir(place + "/fd")), int(numbers["Threads"])
+
+    def descriptors(self):
+        """How many it has open of each kind, or file."""
+        place = f"/proc/{self.process.pid}/fd"
+        return Counter(re.sub(r"\[\d+\]", "", os.readlink(f"{place}/{each}"))
+                       for each in os.listdir(place))
 
 
 def wait(condition, seconds, *readable):
