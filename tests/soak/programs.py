@@ -20,7 +20,7 @@ class Program:
 
     def __init__(self, path, *options, environment, tally="$^"):
         self.name = os.path.basename(path)
-        self.tally = 0  # lines so far that match the pattern `tally`
+        self.tally = 0  # lines so far in which the pattern `tally` is found
         self.errors = tempfile.TemporaryFile("w+")
         self.process = subprocess.Popen([path, *options], env=environment, stdin=subprocess.PIPE,
                                         stdout=subprocess.PIPE, stderr=self.errors)
@@ -45,7 +45,7 @@ class Program:
             for line in whole:
                 text = line.decode(errors="replace")
                 self.lines.append((now, text))
-                self.tally += bool(self._tallied.match(text))
+                self.tally += bool(self._tallied.search(text))
 
     def say(self, line):
         self.process.stdin.write(line.encode() + b"\n")
