@@ -1,6 +1,10 @@
 // The simulated camera as a program.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -146,6 +150,27 @@ TEST_F(CameraSimProgram, EndsOnASignalAlsoWhereItsInputNeverPauses) {
   camera->signal(SIGTERM);
   camera->read_all();
   EXPECT_EQ(camera->wait(), 0);
+}
+
+TEST_F(CameraSimProgram, EndsOnASignalAlsoWhereNobodyTakesItsOutput) {
+  constexpr int kRoom = 4096;
+  ASSERT_EQ(mkfifo((directory / "output").c_str(), 0600), 0);
+  const int output = open((directory / "output").c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(fcntl(output, F_SETPIPE_SZ, kRoom), kRoom);
+  const auto camera = start_in_shell("--verbose >output");
+  char ready[64];
+  ASSERT_GT(read(output, ready, sizeof ready), 0);
+  Process console({program("vlm_test")}, {"VLM_BUS_DIR=" + bus});
+  for (int i = 0; i < 200; ++i) console.write("1\n");  // 200 lines and more, of some 30 bytes
+  int waiting = 0;
+  for (int ms = 0; waiting < kRoom - 256 && ms < kPlentyMs; ++ms) {
+    usleep(1000);
+    ASSERT_EQ(ioctl(output, FIONREAD, &waiting), 0);
+  }
+  EXPECT_GE(waiting, kRoom - 256);
+  camera->signal(SIGTERM);
+  EXPECT_EQ(camera->wait(), 0);
+  close(output);
 }
 
 TEST_F(CameraSimProgram, KeepsPicturesInAFolder) {
