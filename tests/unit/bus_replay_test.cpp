@@ -138,6 +138,19 @@ TEST(ReplayOptionsTest, AreChecked) {
   EXPECT_EQ(replay_fault({"f", "--nonsense"}), "unknown option --nonsense");
 }
 
+TEST(ReplayOptionsTest, PaceWhatWasRecorded) {
+  constexpr std::int64_t kSecond = 1'000'000'000;
+  ReplayOptions options;
+  EXPECT_EQ(options.paced(5 * kSecond).count(), 5 * kSecond);
+  options.speed = 2.5;
+  EXPECT_EQ(options.paced(5 * kSecond).count(), 2 * kSecond);
+  options.speed = 0;
+  EXPECT_EQ(options.paced(5 * kSecond).count(), 0);
+  options.speed = 0.001;
+  EXPECT_EQ(options.paced(std::int64_t{1} << 61).count(), kSecond * kSecond);
+  EXPECT_EQ(options.paced(-(std::int64_t{1} << 61)).count(), 0);
+}
+
 std::string monitor_fault(const std::vector<std::string>& arguments) {
   MonitorOptions options;
   std::string error;

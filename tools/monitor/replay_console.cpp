@@ -38,17 +38,15 @@ void ReplayConsole::play(const std::vector<Observation>& packets) {
   const std::int64_t first_ns = packets.empty() ? 0 : packets.front().since_ns;
   for (const Observation& packet : packets) {
     if (_inbox.has_ended()) break;
-    const double behind_s = static_cast<double>(packet.since_ns - first_ns) / 1e9;
+    const std::int64_t behind_ns = packet.since_ns - first_ns;
     if (is_request(packet)) {
-      const double wait_s = _options.speed == 0 ? 0 : behind_s / _options.speed;
-      send(packet, start + std::chrono::duration_cast<Clock::duration>(
-                               std::chrono::duration<double>(wait_s)));
+      send(packet, start + _options.paced(behind_ns));
     } else if (is_answer(packet.decoded.kind) && packet.finding.request != 0) {
       await(packet);
     } else if (packet.decoded.kind == Kind::kNotification) {
       await_notification(packet);
     }
-    _recorded_s = behind_s;
+    _recorded_s = static_cast<double>(behind_ns) / 1e9;
   }
   _played_s = std::chrono::duration<double>(Clock::now() - start).count();
   take_rest();

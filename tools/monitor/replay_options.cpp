@@ -1,5 +1,6 @@
 #include "replay_options.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
@@ -79,6 +80,13 @@ bool check(const ReplayOptions& options, std::string& error) {
 }
 
 }  // namespace
+
+std::chrono::nanoseconds ReplayOptions::paced(std::int64_t recorded_ns) const {
+  constexpr double kMostNs = 1e18;
+  if (speed == 0) return {};
+  const double ns = std::clamp(static_cast<double>(recorded_ns) / speed, 0.0, kMostNs);
+  return std::chrono::nanoseconds(static_cast<std::int64_t>(ns));
+}
 
 bool parse_replay_options(const std::vector<std::string>& arguments, ReplayOptions& options,
                           std::string& error) {
