@@ -9,7 +9,7 @@ work=$2
 seconds=$3
 shift 3
 [ $# -gt 0 ] || set -- listener datagram client_reply client_words console camera_model \
-  camera_peer time_log trace_log recording
+  camera_peer time_log trace_log recording address client remote_reply
 
 for target in "$@"; do
   if [ ! -x "$bin/${target}_fuzz" ]; then
