@@ -2,6 +2,9 @@
 # `./dev bench`: the benchmarks, their page and the comparison with another revision.
 
 BENCH_PACKAGES="$BUILD_PACKAGES libbenchmark-dev python3"
+# Of the other message systems, beside which a request is measured.
+PEER_PACKAGES="cyclonedds-dev cyclonedds-tools dbus-daemon libmosquitto-dev libsystemd-dev
+  libzmq3-dev mosquitto"
 
 # bench_build SOURCES BUILD: the benchmarks of a tree, as they are delivered but for debugging symbols.
 bench_build() {
@@ -28,6 +31,7 @@ bench_other() {
 
 dev_bench() {
   revision=
+  peers=
   arguments=
   while [ $# -gt 0 ]; do
     case $1 in
@@ -41,14 +45,15 @@ dev_bench() {
         arguments="$arguments --json $2"
         shift
         ;;
+      --peers) peers=$PEER_PACKAGES ;;
       --page) arguments="$arguments --page docs/performance.md --svg docs/performance.svg" ;;
       --quick) arguments="$arguments --quick" ;;
-      -*) fail "usage: ./dev bench [--page] [--quick] [--json FILE] [--against REV] [NAME...]" ;;
+      -*) fail "usage: ./dev bench [--peers] [--page] [--quick] [--json FILE] [--against REV] [NAME...]" ;;
       *) break ;;
     esac
     shift
   done
-  need "$BENCH_PACKAGES"
+  need "$BENCH_PACKAGES $peers"
   bench_build . build/bench
   if [ -n "$revision" ]; then
     bench_other "$revision"
