@@ -25,17 +25,19 @@ import statistics
 import subprocess
 import sys
 
-# A row a program: its name, its arguments, those of a moment.
+# A row a program: its name, and its arguments for a measurement, a turn of a comparison, and a moment;
+# a comparison leaves the peers out.
 PROGRAMS = [
-    ("bus_round_trip", [], ["--rounds", "200"]),
-    ("peer_bench", [], ["--rounds", "200"]),
-    ("whole_way_bench", [], ["--rounds", "200"]),
-    ("udp_service_bench", [], ["--rounds", "200"]),
-    ("start_bench", [], ["--rounds", "20"]),
-    ("bus_growth_bench", [], ["--rounds", "200"]),
-    ("micro_bench", ["--benchmark_min_time=0.05"], ["--benchmark_min_time=0.001"]),
-    ("time_report_bench", [], ["--runs", "1"]),
-    ("bus_capture_bench", [], ["--rounds", "4000"]),
+    ("bus_round_trip", [], ["--rounds", "4000"], ["--rounds", "200"]),
+    ("peer_bench", [], None, ["--rounds", "200"]),
+    ("whole_way_bench", [], ["--rounds", "5000"], ["--rounds", "200"]),
+    ("udp_service_bench", [], ["--rounds", "5000"], ["--rounds", "200"]),
+    ("start_bench", [], ["--rounds", "60"], ["--rounds", "20"]),
+    ("bus_growth_bench", [], ["--rounds", "1500"], ["--rounds", "200"]),
+    ("micro_bench", ["--benchmark_min_time=0.05"], ["--benchmark_min_time=0.005"],
+     ["--benchmark_min_time=0.001"]),
+    ("time_report_bench", [], ["--runs", "1"], ["--runs", "1"]),
+    ("bus_capture_bench", [], ["--rounds", "20000"], ["--rounds", "4000"]),
 ]
 MICRO = ["--benchmark_format=json", "--benchmark_repetitions=9",
          "--benchmark_enable_random_interleaving=true"]
@@ -104,11 +106,12 @@ def run_program(directory, name, arguments):
 
 def wanted(args):
     """The programs to run, with their arguments."""
-    for name, whole, moment in PROGRAMS:
+    for name, whole, turn, moment in PROGRAMS:
+        arguments = moment if args.quick else turn if args.against else whole
         if args.names and not any(part in name for part in args.names):
             continue
-        if os.path.exists(os.path.join(args.bin, name)):
-            yield name, moment if args.quick else whole
+        if os.path.exists(os.path.join(args.bin, name)) and not (args.against and turn is None):
+            yield name, arguments
 
 
 def ratio_of(row, rows):
