@@ -60,6 +60,7 @@ GOALS = [
     ("request, to /dev/null ÷ `bare`", "request_null", "bare", 1.35, 1.25),
     ("request, to a regular file ÷ `bare`", "request_file", "bare", 1.45, 1.35),
     ("request ÷ best peer", "peers_request", "best peer", 0.47, 0.42),
+    ("request ÷ Cyclone DDS by wait sets", "peers_request", "cyclone_dds_waitset", 0.47, 0.42),
     ("app to camera and back ÷ `chain`", "way", "chain", 1.20, 1.10),
     ("`echo` ÷ service, 1 under way, 10 bytes", "echo_1_10", "service_1_10", 0.85, 0.95),
     ("`echo` ÷ service, 1 under way, 264 bytes", "echo_1_264", "service_1_264", 0.85, 0.95),
@@ -98,9 +99,9 @@ def run_program(directory, name, arguments):
     """The rows of one run."""
     micro = name == "micro_bench"
     command = [os.path.join(directory, name)] + arguments + (MICRO if micro else [])
-    done = subprocess.run(command, stdout=subprocess.PIPE, text=True, check=False)
+    done = subprocess.run(command, capture_output=True, text=True, check=False)
     if done.returncode != 0:
-        sys.exit(f"report.py: {name} ended with {done.returncode}")
+        sys.exit(f"{done.stderr}report.py: {name} ended with {done.returncode}")
     return list((rows_of_micro if micro else rows_of_contest)(done.stdout))
 
 

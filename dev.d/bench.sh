@@ -18,15 +18,21 @@ bench_build() {
   }
 }
 
-# bench_other REVISION: builds the benchmarks of this tree with the sources of another revision.
+# bench_other REVISION: builds the benchmarks of this tree with the sources of another revision, into
+# the directory $other, which is of that revision alone: its sources have the time of the commit, by which
+# a build would take what was built of another one for its own.
 bench_other() {
-  git rev-parse --verify --quiet "$1^{commit}" >/dev/null || fail "no revision: $1"
-  rm -rf build/against/sources
-  mkdir -p build/against/sources
-  git archive "$1" | tar -x -C build/against/sources
-  rm -rf build/against/sources/bench
-  cp -R bench build/against/sources/bench
-  bench_build build/against/sources build/against/build
+  commit=$(git rev-parse --verify --quiet "$1^{commit}") || fail "no revision: $1"
+  other=build/against/$commit
+  if [ ! -d "$other" ]; then
+    rm -rf build/against
+    mkdir -p build/against/new/sources
+    git archive "$commit" | tar -x -C build/against/new/sources
+    mv build/against/new "$other"
+  fi
+  rm -rf "$other/sources/bench"
+  cp -Rp bench "$other/sources/bench"
+  bench_build "$other/sources" "$other/build"
 }
 
 dev_bench() {
@@ -57,7 +63,7 @@ dev_bench() {
   bench_build . build/bench
   if [ -n "$revision" ]; then
     bench_other "$revision"
-    arguments="$arguments --against build/against/build/bin"
+    arguments="$arguments --against $other/build/bin"
   fi
   # shellcheck disable=SC2086  # words are meant
   bench/report.py $arguments build/bench/bin "$@"
