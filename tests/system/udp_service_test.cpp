@@ -45,6 +45,22 @@ TEST_F(UdpServiceProgram, NamesItsSourcesByTheirPathsInTheRepository) {
             "[camera_repeater/velmar_udp/velmar_udp_master_k720.cpp:receive_commands_from_apps]");
 }
 
+TEST_F(UdpServiceProgram, ShowsWhatItRefusedBeforeItWaits) {
+  const CamctrlApp app(start_service());
+  Bytes wrong = camctrl_request(4121);
+  wrong.back() = static_cast<u8>(wrong.back() ^ 1);
+  constexpr int kRefused = 3;
+  constexpr int kProtocol = 27;
+  for (int i = 0; i < kRefused; ++i) app.send(wrong);
+  for (int i = 0; i < kRefused; ++i) {
+    EXPECT_EQ(app.receive(), camctrl_error_reply(wrong, kProtocol));
+    EXPECT_EQ(without_places(_service->read_until("(CRC error)\n")),
+              "@receive_commands_from_apps: Received msg:rev_len = 10\n" + byte_dump(wrong) +
+                  "@check_msg_from_apps: CRC data error!\n"
+                  "@receive_commands_from_apps: VLM_ERR_PROTOCOL(CRC error)\n");
+  }
+}
+
 TEST_F(UdpServiceProgram, AnswersForACameraThatDoesNot) {
   const int port = start_service();
   EXPECT_EQ(CamctrlApp(port).ask(camctrl_request(4121)), camctrl_reply(4121, 26));
