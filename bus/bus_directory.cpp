@@ -14,6 +14,8 @@
 #include <cstdlib>
 #include <system_error>
 
+#include "bus_address.h"
+
 namespace vlm::bus {
 
 namespace {
@@ -55,6 +57,19 @@ std::string objection_to(const DirectoryStream& stream) {
   if (status.st_uid != geteuid()) return "it belongs to another user";
   if (status.st_mode & (S_IWGRP | S_IWOTH)) return "others may write to it";
   return {};
+}
+
+// Why VLM_BUS leads to no directory; empty when it does, or is not set.
+std::string objection_to_address() {
+  const char* const bus = std::getenv("VLM_BUS");
+  std::string error;
+  if (!bus || !*bus) return error;
+  const auto address = parse_bus_address(bus, error);
+  if (address && address->broker) {
+    error = "cannot use the bus " + text_of(*address->broker) +
+            ": it is a broker's, and a directory is needed here, unix:DIR";
+  }
+  return error;
 }
 
 // What stands before .PID.SERIAL; empty for hidden names and those of another form.
@@ -99,6 +114,11 @@ bool is_channel_name(std::string_view channel) {
 }
 
 std::string BusDirectory::configured_path() {
+  if (const char* bus = std::getenv("VLM_BUS"); bus && *bus) {
+    std::string error;
+    const auto address = parse_bus_address(bus, error);
+    return address && !address->broker ? without_trailing_slashes(address->directory) : bus;
+  }
   if (const char* path = std::getenv("VLM_BUS_DIR"); path && *path) {
     return without_trailing_slashes(path);
   }
@@ -109,6 +129,8 @@ std::string BusDirectory::configured_path() {
 }
 
 std::optional<BusDirectory> BusDirectory::open(std::string& error) {
+  error = objection_to_address();
+  if (!error.empty()) return std::nullopt;
   const std::string path = configured_path();
   DirectoryStream stream = open_or_create(path);
   const std::string objection = objection_to(stream);

@@ -10,6 +10,7 @@
 
 #include "bus_directory.h"
 #include "publisher.h"
+#include "remote_bus.h"
 #include "report.h"
 #include "subscription.h"
 #include "vlm_userlcm_control_camera.h"
@@ -71,6 +72,10 @@ int publish(const userlcm_packet_t* packet, unsigned int length, const char* cha
   if (!packet) return refuse_to_publish("no packet");
   if (length > sizeof packet->msg_buf) return refuse_to_publish("the message is too long");
   if (!channel || !is_channel_name(channel)) return refuse_to_publish("no channel has this name");
+  if (bus_is_remote()) {
+    RemoteCamera* const camera = remote_camera();
+    return camera != nullptr && camera->publish(*packet, length, channel) ? 0 : -1;
+  }
   const auto subscribers = Publisher::instance().publish(channel, packet, kHeaderSize + length);
   if (subscribers == std::size_t{0}) tell_missing_server(*packet, channel);
   return subscribers ? 0 : -1;
@@ -80,13 +85,25 @@ void serve(const Receive_msg_t* subscription) {
   if (!is_servable(subscription)) {
     return report("cannot subscribe: no callback, or no channel of this name");
   }
+  if (bus_is_remote()) {
+    if (RemoteCamera* const camera = remote_camera()) serve_remotely(*camera, *subscription);
+    return;
+  }
   Subscription served(*subscription);
   if (served.announce()) served.serve();
+}
+
+/// Of a camera behind a broker its presence tells; a program's own channels are nobody else's.
+bool remote_has_subscriber(const std::string& channel, std::chrono::milliseconds limit) {
+  const bool camera = channel == kRequestChannel || channel == kRtspRequestChannel;
+  RemoteCamera* const remote = camera ? remote_camera() : nullptr;
+  return remote != nullptr && remote->wait_until_online(limit);
 }
 
 }  // namespace
 
 bool bus_has_subscriber(const char* channel, int timeout_ms) {
+  if (bus_is_remote()) return remote_has_subscriber(channel, std::chrono::milliseconds(timeout_ms));
   using Clock = std::chrono::steady_clock;
   const auto deadline = Clock::now() + std::chrono::milliseconds(timeout_ms);
   DirectoryWatch watch;

@@ -1,0 +1,136 @@
+// A broker as programs see it: what the shared object of the package vlm-fleet implements. Programs
+// that no address sends to a broker never load it.
+#ifndef BROKER_H
+#define BROKER_H
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "broker_files.h"
+#include "bus_address.h"
+#include "vlm_userlcm_control_camera.h"
+
+namespace vlm::bus {
+
+/// A message of the broker. Its payload is a packet of the bus; what is to be known about it stands
+/// in its properties.
+struct BrokerMessage {
+  std::string topic;
+  std::string payload;
+  bool retained = false;  // to be kept by the broker, or kept until now
+  std::string response_topic;
+  std::string correlation;                // any bytes
+  std::optional<std::uint32_t> expiry_s;  // how long it is worth delivering
+  std::vector<std::pair<std::string, std::string>> properties;
+
+  /// The value of the property `name`, empty when there is none.
+  std::string property(const char* name) const {
+    for (const auto& [key, value] : properties) {
+      if (key == name) return value;
+    }
+    return {};
+  }
+};
+
+/// What happens to a connection; all on the thread of its loop.
+class BrokerListener {
+ public:
+  virtual ~BrokerListener() = default;
+
+  /// The connection stands, anew: nothing is subscribed.
+  virtual void on_connected() = 0;
+  /// It has gone, or was refused; the loop tries again.
+  virtual void on_lost(const std::string& why) = 0;
+  virtual void on_message(const BrokerMessage& message) = 0;
+  /// The broker has taken the subscription or the mark `ticket`; or refused it.
+  virtual void on_acknowledged(int ticket, bool granted) = 0;
+  /// The time of wake_at() has come.
+  virtual void on_due() = 0;
+  /// The loop stood still for `gap`: what now comes may be as old.
+  virtual void on_stall(std::chrono::milliseconds gap) = 0;
+};
+
+/// A connection that comes back when it is lost. Any thread.
+class BrokerConnection {
+ public:
+  /// Closes it, and waits until no callback runs. Not to be called by a callback.
+  virtual ~BrokerConnection() = default;
+
+  /// Never waits. False when the message was not handed to the broker.
+  virtual bool publish(const BrokerMessage& message, int qos) = 0;
+  /// Returns the ticket of the acknowledgement, -1 when not connected.
+  virtual int subscribe(const std::string& topic, bool no_local) = 0;
+  /// Acknowledged behind everything that is on its way from the broker.
+  virtual int mark() = 0;
+  /// Sets the time of on_due(), in place of the one before.
+  virtual void wake_at(std::chrono::steady_clock::time_point time) = 0;
+};
+
+/// How a connection is made.
+struct BrokerPlan {
+  BrokerAddress address;
+  BrokerFiles files;
+  std::string client_id;
+  /// What the broker publishes when the connection has been lost for `will_delay`.
+  std::optional<BrokerMessage> will;
+  std::chrono::seconds will_delay{0};
+};
+
+/// One thread that serves any number of connections. Reconnects come after 1 to 10 s, at random, and
+/// no more than 50 connections are in the making at once.
+class BrokerLoop {
+ public:
+  /// All its connections must have gone.
+  virtual ~BrokerLoop() = default;
+
+  /// Never waits; `listener` must outlive the connection. Null when the plan cannot be followed:
+  /// `error` says why.
+  virtual std::unique_ptr<BrokerConnection> connect(const BrokerPlan& plan,
+                                                    BrokerListener& listener,
+                                                    std::string& error) = 0;
+};
+
+/// One camera behind a broker, as a program that asks it sees it: over the channels of the bus.
+class RemoteCamera {
+ public:
+  /// Takes the first `length` bytes of a packet, on the loop's thread.
+  using Receiver = std::function<void(const void* packet, std::size_t length)>;
+
+  virtual ~RemoteCamera() = default;
+
+  /// Waits until requests can be sent and answers come. False when that is not so within `limit`:
+  /// `error` says why.
+  virtual bool wait_until_serving(std::chrono::milliseconds limit, std::string& error) = 0;
+  /// As send_msg_to_lcm; the first call waits until the connection stands, for up to 5 s. What is
+  /// published on the channels of answers comes back to this program's own receivers.
+  virtual bool publish(const userlcm_packet_t& packet, unsigned int length,
+                       const std::string& channel) = 0;
+  /// Hands what comes on `channel` to `receiver` from now on, to others beside it.
+  virtual void listen(const std::string& channel, Receiver receiver) = 0;
+  /// What the broker keeps about the camera: "online", "silent", "offline"; empty: nothing.
+  virtual std::string presence() = 0;
+  /// Waits until the camera is online; false when it is not within `limit`.
+  virtual bool wait_until_online(std::chrono::milliseconds limit) = 0;
+};
+
+/// What the shared object offers.
+struct BrokerPart {
+  std::unique_ptr<BrokerLoop> (*make_loop)();
+  /// Null when the camera cannot be reached that way: `error` says why.
+  std::unique_ptr<RemoteCamera> (*reach)(const BrokerAddress& address, const BrokerFiles& files,
+                                         std::string& error);
+};
+
+/// Loads the shared object once. Null when that fails: `error` says why.
+const BrokerPart* broker_part(std::string& error);
+
+}  // namespace vlm::bus
+
+#endif  // BROKER_H
