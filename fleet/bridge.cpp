@@ -69,6 +69,7 @@ struct Bridge::Doings {
   std::vector<std::pair<bus::BrokerMessage, int>> remote;  // with their QoS
   std::vector<std::string> lines;
   std::optional<std::string> over;
+  bool serving = false;
   std::optional<TimePoint> timer;
 };
 
@@ -81,7 +82,6 @@ Bridge::Bridge(Plan plan, Outlets outlets)
 Bridge::~Bridge() {
   // A bridge that another one has sent away leaves the presence to it.
   if (serving()) _connection->publish(presence_message(kOffline), 1);
-  _connection.reset();
 }
 
 bool Bridge::start(bus::BrokerLoop& loop, std::string& error) {
@@ -241,6 +241,7 @@ void Bridge::begin_to_serve(Doings& doings) {
     _connection->subscribe(topic, true);
   }
   doings.lines.push_back("serves " + text_of(_plan.address));
+  doings.serving = true;
   _told.clear();
   if (_question == Question::kNone) {
     doings.remote.emplace_back(info_message(), 1);
@@ -490,6 +491,7 @@ void Bridge::do_all(Doings& doings) {
   for (const auto& [message, qos] : doings.remote) _connection->publish(message, qos);
   if (doings.timer) _connection->wake_at(*doings.timer);
   for (const auto& line : doings.lines) _outlets.tell(line);
+  if (doings.serving && _outlets.serving) _outlets.serving();
   if (doings.over) _outlets.over(*doings.over);
   // Last: an answer may come within the call.
   for (const Doings::Local& local : doings.local) {

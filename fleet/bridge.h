@@ -56,6 +56,8 @@ class Bridge : private bus::BrokerListener {
     std::function<int(const userlcm_packet_t*, unsigned int length, const char* channel)> publish;
     /// Another bridge serves the camera: this one has nothing to do any more. Once.
     std::function<void(const std::string& why)> over;
+    /// It has begun to serve, maybe again; may be empty.
+    std::function<void()> serving;
     /// A line for the operator.
     std::function<void(const std::string& line)> tell;
     std::function<TimePoint()> now = std::chrono::steady_clock::now;
@@ -145,7 +147,7 @@ class Bridge : private bus::BrokerListener {
   std::string _told;                // what the operator knows already
   std::optional<TimePoint> _timer;  // that the loop knows
 
-  std::unique_ptr<bus::BrokerConnection> _connection;
+  std::unique_ptr<bus::BrokerConnection> _connection;  // goes first, and ends all callbacks
 };
 
 }  // namespace vlm::fleet

@@ -156,6 +156,7 @@ Bridge::Outlets outlets() {
             complain(why, 0);
             kill(getpid(), kOverSignal);
           },
+          nullptr,
           [](const std::string& line) { std::printf("vlm_bus_bridge: %s\n", line.c_str()); }};
 }
 

@@ -31,7 +31,7 @@ ROWS = {
     "catalogue": (r"catalogue/.*", ["protocol"]),
     "fleet": (r"fleet/.*", ["catalogue", "bus"]),
     "client": (r"client/.*", ["catalogue", "bus"]),
-    "simulator": (r"camera_sim/.*", ["catalogue", "bus"]),
+    "simulator": (r"camera_sim/.*", ["fleet"]),
     "service host": (r"service/.*", ["udp service", "listener", "bus"]),
     "tools": (r"tools/.*", ["client", "support"]),
     "packaging": (r"packaging/.*", ["console"]),
