@@ -1,42 +1,33 @@
 // What a camera request costs, and what the embedded bus has in it, beside a bare exchange over the
 // same kind of socket. Both sides of every contender run on one core, in two processes:
 //
-//   bare      the caller sends and waits; its listener thread receives the answer and wakes it; the
-//             peer is a loop of receive and send
-//   bus       the caller publishes and waits; the peer's callback publishes back; the caller's
-//             callback wakes it
-//   tapped    the same, while a tap on another core takes copies of all packets
-//   stopped   the same, while a tap takes none
-//   request   the caller runs a camera operation, its transcript going line by line to a file; the
-//             peer is the simulated camera
+//   bare            B of bare.h
+//   bus             the caller publishes and waits; the peer's callback publishes back; the caller's
+//                   callback wakes it
+//   bus_tapped      the same, while a tap on another core takes copies of all packets
+//   bus_stopped     the same, while a tap takes none
+//   request_silent  the caller runs a camera operation, whose lines are made and thrown away; the
+//                   peer is the simulated camera
+//   request_null    the same, with standard output to /dev/null
+//   request_file    the same, with standard output to a regular file
 //
-// The messages have the size of a camera request. The contenders take turns, block by block, so
-// that what else the machine does meets all of them alike.
+// The messages have the size of a camera request.
 #include <poll.h>
 #include <sched.h>
-#include <signal.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <condition_variable>
-#include <cstddef>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "bare.h"
 #include "contest.h"
 #include "lcm_request.h"
 #include "tap.h"
-#include "vlm_bus.h"
 #include "vlm_test_listener.h"
 #include "vlm_userlcm_control_camera.h"
 
@@ -44,48 +35,7 @@ namespace {
 
 using namespace vlm::bench;
 
-constexpr unsigned int kMessageSize = sizeof(msg_from_rep_t);
-constexpr std::size_t kPacketSize = offsetof(userlcm_packet_t, msg_buf) + kMessageSize;
 constexpr int kWarmUpRounds = 200;
-constexpr int kReadyMs = 10000;
-
-/// Where a caller waits until its listener thread rings.
-class Doorbell {
- public:
-  void ring() {
-    {
-      const std::lock_guard<std::mutex> guard(_mutex);
-      _rung = true;
-    }
-    _cond.notify_one();
-  }
-
-  void wait() {
-    std::unique_lock<std::mutex> lock(_mutex);
-    _cond.wait(lock, [this] { return _rung; });
-    _rung = false;
-  }
-
- private:
-  std::mutex _mutex;
-  std::condition_variable _cond;
-  bool _rung = false;
-};
-
-/// Runs `body` in a process that dies with this one. To be called before there are threads.
-template <typename Body>
-void start_peer(Body body) {
-  const pid_t pid = fork();
-  if (pid < 0) give_up("fork");
-  if (pid > 0) return;
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
-  body();
-  _exit(1);
-}
-
-void await_subscriber(const char* channel) {
-  if (!vlm::bus::bus_has_subscriber(channel, kReadyMs)) give_up("no subscriber on the bus");
-}
 
 /// One way to make a round trip. The constructor starts its peer, start() its listener thread; both
 /// live as long as the process, and so does the contender.
@@ -103,49 +53,14 @@ class Contender {
 constexpr char kBenchRequest[] = "bench_request";
 constexpr char kBenchReply[] = "bench_reply";
 
-class BareExchange : public Contender {
+class BareContender : public Contender {
  public:
-  BareExchange() {
-    start_peer([this] { echo(_ends.peer); });
-  }
-
   const char* name() const override { return "bare"; }
-
-  void start() override {
-    std::thread([this] {
-      userlcm_packet_t answer{};
-      while (recv(_ends.caller, &answer, sizeof answer, 0) > 0) _answered.ring();
-    }).detach();
-  }
-
-  void round_trip() override {
-    if (send(_ends.caller, &_request, kPacketSize, 0) < 0) give_up("send");
-    _answered.wait();
-  }
+  void start() override { _exchange.start(); }
+  void round_trip() override { _exchange.round_trip(); }
 
  private:
-  struct Ends {
-    int caller;
-    int peer;
-  };
-
-  static Ends connected_ends() {
-    int ends[2];
-    if (socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, ends) != 0) give_up("socketpair");
-    return {ends[0], ends[1]};
-  }
-
-  static void echo(int end) {
-    userlcm_packet_t packet{};
-    for (;;) {
-      const ssize_t size = recv(end, &packet, sizeof packet, 0);
-      if (size <= 0 || send(end, &packet, static_cast<std::size_t>(size), 0) < 0) return;
-    }
-  }
-
-  const Ends _ends = connected_ends();
-  const userlcm_packet_t _request{};
-  Doorbell _answered;
+  BareExchange _exchange;
 };
 
 class BusExchange : public Contender {
@@ -276,49 +191,39 @@ class TappedExchange : public Contender {
   TapProcess::Order _order;
 };
 
+/// A camera operation whose transcript goes to a stream of its own.
 class CameraRequest : public Contender {
  public:
-  CameraRequest() {
-    start_peer([] {
-      const auto camera =
-          std::filesystem::read_symlink("/proc/self/exe").replace_filename("camera_sim");
-      std::freopen("/dev/null", "r", stdin);
-      std::freopen("/dev/null", "w", stdout);
-      execl(camera.c_str(), camera.c_str(), nullptr);
-    });
-  }
+  CameraRequest(const char* name, std::FILE* output) : _name(name), _output(output) {}
 
-  const char* name() const override { return "request"; }
-
-  void start() override {
-    udp_start_receiving_messages();
-    await_subscriber(kRequestChannel);
-    await_subscriber(kReplyChannel);
-  }
-
+  const char* name() const override { return _name; }
+  void start() override {}
+  void begin() override { std::swap(stdout, _output); }
   void round_trip() override {
     u8 mode = 0;
     if (!lcm_request.get_camera_mode(mode)) give_up("camera request");
   }
-};
-
-/// A bus directory of this benchmark's own.
-class PrivateBus {
- public:
-  PrivateBus() {
-    if (!mkdtemp(_path.data())) give_up("mkdtemp");
-    setenv("VLM_BUS_DIR", _path.c_str(), 1);
+  void end() override {
+    std::fflush(stdout);
+    std::swap(stdout, _output);
   }
-  ~PrivateBus() {
-    std::error_code ignored;
-    std::filesystem::remove_all(_path, ignored);
-  }
-
-  const std::string& path() const { return _path; }
 
  private:
-  std::string _path = (std::filesystem::temp_directory_path() / "bus_round_trip.XXXXXX").string();
+  const char* _name;
+  std::FILE* _output;
 };
+
+std::FILE* collecting(std::FILE* stream) {
+  if (stream == nullptr) give_up("output");
+  std::setvbuf(stream, nullptr, _IOFBF, BUFSIZ);
+  return stream;
+}
+
+std::FILE* nowhere() {
+  cookie_io_functions_t functions{};
+  functions.write = [](void*, const char*, std::size_t size) { return static_cast<ssize_t>(size); };
+  return collecting(fopencookie(nullptr, "w", functions));
+}
 
 /// A contender and the microseconds of its round trips.
 struct Entrant {
@@ -336,45 +241,49 @@ void run_entrant(const Entrant& entrant, int rounds, std::vector<double>& sample
   contender.end();
 }
 
-/// Prints one row for each entrant; the first is what the others are compared with.
-void report(std::FILE* out, std::vector<Entrant>& entrants) {
-  std::fprintf(out, "%-8s %8s %8s %8s %8s\n", "", "min", "median", "p99", "ratio");
-  double baseline = 0;
-  for (Entrant& entrant : entrants) {
-    std::sort(entrant.samples.begin(), entrant.samples.end());
-    const double median = quantile(entrant.samples, 0.5);
-    if (baseline == 0) baseline = median;
-    std::fprintf(out, "%-8s %8.2f %8.2f %8.2f %8.2f\n", entrant.contender->name(),
-                 entrant.samples.front(), median, quantile(entrant.samples, 0.99),
-                 median / baseline);
-  }
+/// How much later the named contender's answers come than those of the bus without a tap.
+double added_by(const char* name, const std::vector<Result>& results) {
+  const auto median_of = [&](const std::string& wanted) {
+    for (Result result : results) {
+      if (wanted != result.name) continue;
+      std::sort(result.samples.begin(), result.samples.end());
+      return quantile(result.samples, 0.5);
+    }
+    return 0.0;
+  };
+  return median_of(name) - median_of("bus");
 }
 
-void pin_to_one_core() {
-  cpu_set_t allowed;
-  if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) give_up("sched_getaffinity");
-  int core = 0;
-  while (!CPU_ISSET(core, &allowed)) ++core;
-  cpu_set_t one;
-  CPU_ZERO(&one);
-  CPU_SET(core, &one);
-  if (sched_setaffinity(0, sizeof one, &one) != 0) give_up("sched_setaffinity");
+/// What a tap may cost, and what it does; a stopped one costs what is noise.
+void print_taps(const std::vector<Result>& results) {
+  constexpr double kMostUs = 3.0;
+  const double tapped = added_by("bus_tapped", results);
+  std::printf("a tap adds %.2f us (limit %.1f us: %s), a stopped one %.2f us\n", tapped, kMostUs,
+              tapped <= kMostUs ? "kept" : "BROKEN", added_by("bus_stopped", results));
 }
 
 void run(int rounds) {
   pin_to_one_core();
   const PrivateBus bus_directory;
-  std::FILE* const results = divert_output(bus_directory.path() + "/transcript");
+  std::FILE* const file =
+      collecting(std::fopen((bus_directory.path() + "/transcript").c_str(), "w"));
   // Never destroyed: their listener threads run to the end.
   static const auto& tap = *new TapProcess;
   static auto& bus = *new BusExchange;
+  static auto& bare = *new BareContender;
+  start_simulated_camera();
   static auto& entrants = *new std::vector<Entrant>{
-      {new BareExchange, {}},
+      {&bare, {}},
       {&bus, {}},
-      {new TappedExchange("tapped", bus, tap, TapProcess::kTake), {}},
-      {new TappedExchange("stopped", bus, tap, TapProcess::kIgnore), {}},
-      {new CameraRequest, {}},
+      {new TappedExchange("bus_tapped", bus, tap, TapProcess::kTake), {}},
+      {new TappedExchange("bus_stopped", bus, tap, TapProcess::kIgnore), {}},
+      {new CameraRequest("request_silent", nowhere()), {}},
+      {new CameraRequest("request_null", collecting(std::fopen("/dev/null", "w"))), {}},
+      {new CameraRequest("request_file", file), {}},
   };
+  udp_start_receiving_messages();
+  await_subscriber(kRequestChannel);
+  await_subscriber(kReplyChannel);
   std::vector<double> warm_up;
   for (const Entrant& entrant : entrants) {
     entrant.contender->start();
@@ -382,10 +291,13 @@ void run(int rounds) {
   }
   take_turns(entrants, rounds,
              [](Entrant& entrant, int part) { run_entrant(entrant, part, entrant.samples); });
-  std::fprintf(results,
-               "%d round trips of %zu bytes each, on one core; microseconds, ratio of medians\n",
-               rounds, kPacketSize);
-  report(results, entrants);
+  std::printf("%d round trips of %zu bytes each, on one core\n", rounds, kPacketSize);
+  std::vector<Result> results;
+  for (Entrant& entrant : entrants) {
+    results.push_back({entrant.contender->name(), "us", std::move(entrant.samples)});
+  }
+  print_rows(stdout, results);
+  print_taps(results);
 }
 
 }  // namespace
@@ -395,6 +307,6 @@ int main(int argc, char** argv) {
       argc, argv,
       {"bus_round_trip",
        "Measures camera requests and round trips over the embedded bus and over bare sockets.",
-       "round trips of each kind, 1 to 10000000 (default 20000)", VLM_VERSION},
+       "round trips of each kind, 1 to 10000000 (default 20000)", 20000},
       run);
 }

@@ -1,28 +1,48 @@
 // A contest: contenders that take turns, block by block, so that what else the machine does meets all
-// of them alike; and the program around it.
+// of them alike; what it prints; and the program around it.
+//
+// A program prints a row for each contender. Figures are times, or amounts, of which less is better:
+//
+//   name    unit    min  median  p99  limit  ratio
+//
+// where `limit` names the row that it is compared with, the first of its block, and `ratio` is its
+// median beside that one's. bench/report.py reads these rows.
 #ifndef BENCH_CONTEST_H
 #define BENCH_CONTEST_H
 
+#include <sched.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "options.h"
+#include "reason.h"
 
 namespace vlm::bench {
 
 /// Ends the program, with the reason in errno.
 [[noreturn]] inline void give_up(const char* what) {
-  std::fprintf(stderr, "%s: %s: %s\n", program_invocation_short_name, what,
-               std::system_category().message(errno).c_str());
+  std::fprintf(stderr, "%s: %s: %s\n", program_invocation_short_name, what, host::reason().c_str());
   std::exit(1);
+}
+
+/// Leaves this process, and all that it starts from now on, one core.
+inline void pin_to_one_core() {
+  cpu_set_t allowed;
+  if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) give_up("sched_getaffinity");
+  int core = CPU_SETSIZE - 1;  // the last: interrupts prefer the first
+  while (!CPU_ISSET(core, &allowed)) --core;
+  cpu_set_t one;
+  CPU_ZERO(&one);
+  CPU_SET(core, &one);
+  if (sched_setaffinity(0, sizeof one, &one) != 0) give_up("sched_setaffinity");
 }
 
 /// Runs `body` `rounds` times and adds to `samples` how many microseconds each took.
@@ -52,12 +72,36 @@ inline double quantile(const std::vector<double>& sorted, double share) {
   return sorted[static_cast<std::size_t>(share * static_cast<double>(sorted.size() - 1))];
 }
 
-/// Sends standard output to the file `path`, line by line as the programs write it, and returns where
-/// it went before.
+/// What a contender has shown.
+struct Result {
+  std::string name;
+  const char* unit;
+  std::vector<double> samples;
+};
+
+/// Prints a block of rows: the first is what the others are compared with.
+inline void print_rows(std::FILE* out, std::vector<Result> results) {
+  std::fprintf(out, "%-24s %-4s %10s %10s %10s  %-18s %6s\n", "", "", "min", "median", "p99",
+               "limit", "ratio");
+  double limit = 0;
+  for (Result& result : results) {
+    std::sort(result.samples.begin(), result.samples.end());
+    const double median = quantile(result.samples, 0.5);
+    if (limit == 0) limit = median;
+    std::fprintf(out, "%-24s %-4s %10.3f %10.3f %10.3f  %-18s %6.3f\n", result.name.c_str(),
+                 result.unit, result.samples.front(), median, quantile(result.samples, 0.99),
+                 results.front().name.c_str(), median / limit);
+  }
+  std::fflush(out);
+}
+
+/// Sends standard output to the file `path`, as the programs write it, and returns where it went
+/// before.
 inline std::FILE* divert_output(const std::string& path) {
   std::FILE* const results = fdopen(dup(STDOUT_FILENO), "w");
   if (results == nullptr || std::freopen(path.c_str(), "w", stdout) == nullptr) give_up("output");
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  static char buffer[16384];
+  std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
   return results;
 }
 
@@ -66,12 +110,12 @@ struct Program {
   std::string name;
   std::string purpose;
   const char* rounds;  // what --rounds gives
-  std::string version;
+  int default_rounds;
 };
 
 /// Reads the options and runs the contest with their number of rounds. Returns the exit status.
 inline int contest_main(int argc, char** argv, const Program& program, void (*run)(int rounds)) {
-  int rounds = 20000;
+  int rounds = program.default_rounds;
   bool help = false;
   bool version = false;
   const auto parse_rounds = [&rounds](const std::string& text) {
@@ -92,7 +136,7 @@ inline int contest_main(int argc, char** argv, const Program& program, void (*ru
     return 2;
   }
   if (help) return std::fputs(usage.c_str(), stdout) < 0;
-  if (version) return std::puts((program.name + ' ' + program.version).c_str()) < 0;
+  if (version) return std::puts((program.name + " " VLM_VERSION).c_str()) < 0;
   run(rounds);
   return 0;
 }

@@ -17,8 +17,10 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "contest.h"
 #include "temporary_directory.h"
 #include "time_log_writer.h"
 
@@ -26,7 +28,6 @@ namespace {
 
 constexpr int kLines = 1'000'000;
 constexpr int kRuns = 5;
-constexpr double kMostSeconds = 1.0;
 constexpr long kMostKib = 20 * 1024;
 
 struct Options {
@@ -94,25 +95,24 @@ double read_bare(const std::string& directory) {
   return seconds_since(start);
 }
 
+/// In a row, of nanoseconds a line.
+void add(vlm::bench::Result& row, double seconds) { row.samples.push_back(seconds * 1e9 / kLines); }
+
 int run(const Options& options) {
   const TemporaryDirectory dir;
   dir.make_dir("log_time_dir");
   const std::string log_dir = dir / "log_time_dir";
   write_log(log_dir);
-  std::vector<double> seconds;
+  std::vector<vlm::bench::Result> rows{{"time_read_a_line", "ns", {}},
+                                       {"time_report_a_line", "ns", {}}};
   long max_rss_kib = 0;
-  double bare = 0;
   for (int i = 0; i < options.runs; ++i) {
-    bare = i == 0 ? read_bare(log_dir) : std::min(bare, read_bare(log_dir));
+    add(rows[0], read_bare(log_dir));
     const auto measured = run_report(log_dir, dir / "picture.svg");
-    seconds.push_back(measured.seconds);
+    add(rows[1], measured.seconds);
     max_rss_kib = std::max(max_rss_kib, measured.max_rss_kib);
   }
-  std::sort(seconds.begin(), seconds.end());
-  std::printf("%d lines, %d runs: min %.3f s, median %.3f s, max %.3f s (limit %.1f s: %s)\n",
-              kLines, options.runs, seconds.front(), seconds[seconds.size() / 2], seconds.back(),
-              kMostSeconds, seconds.back() < kMostSeconds ? "kept" : "BROKEN");
-  std::printf("bare reading and counting of lines: min %.3f s\n", bare);
+  vlm::bench::print_rows(stdout, std::move(rows));
   const bool small = max_rss_kib < kMostKib;
   std::printf("max RSS %ld KiB (limit %ld KiB: %s)\n", max_rss_kib, kMostKib,
               small ? "kept" : "BROKEN");

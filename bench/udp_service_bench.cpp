@@ -1,28 +1,26 @@
-// What a request to the camera-control service costs when the camera is not asked, beside a bare
-// exchange that has the same threads in it:
+// What a request to the camera-control service costs when the camera is not asked, beside an echo
+// that has the same threads in it:
 //
-//   bare      one thread receives a datagram and hands it over, another sends the answer
-//   service   the service answers for the camera type, its messages going line by line to /dev/null
+//   echo_W_S      one thread receives a datagram, checks its CRC and hands it over, another makes the
+//                 answer with its CRC and sends it; signals and sends without holding the lock
+//   service_W_S   the service answers for the camera type, its messages going to /dev/null
 //
-// One application asks, waits for the answer, and asks again, over the loopback. The contenders take
-// turns, block by block, so that what else the machine does meets both alike; first with the cores
-// that the scheduler chooses, then with one core for everything.
-#include <netinet/in.h>
-#include <sched.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
+// for W requests under way at a time, of S bytes each. An application sends W requests over the
+// loopback and takes as many answers; figures are for one request. Everything runs on one core. The
+// lines "executed" say how many of a hundred were executed, the others being refused as busy: with
+// more than one under way both servers have places for eight.
 #include <algorithm>
 #include <array>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "bare.h"
 #include "contest.h"
 #include "velmar_udp_master_k720.h"
 
@@ -31,166 +29,160 @@ namespace {
 using namespace vlm::bench;
 
 constexpr int kWarmUpRounds = 500;
-constexpr std::size_t kRequestSize = 10;
 constexpr std::size_t kReplySize = 11;
+constexpr std::size_t kHeaderSize = 8;
+constexpr u8 kCameraType = 11;
 
-sockaddr* generic(sockaddr_in& address) { return reinterpret_cast<sockaddr*>(&address); }
-
-/// A datagram socket on 127.0.0.1.
-class Socket {
+/// Checks and answers each datagram: received by one thread, answered by another. Lives as long as
+/// the process.
+class EchoServer {
  public:
-  Socket() : _fd(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address = loopback(0);
-    if (_fd < 0 || bind(_fd, generic(address), sizeof address) != 0) give_up("socket");
-  }
-  ~Socket() { close(_fd); }
-  Socket(const Socket&) = delete;
-  Socket& operator=(const Socket&) = delete;
-
-  static sockaddr_in loopback(int port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<u16>(port));
-    return address;
-  }
-
-  int port() const {
-    sockaddr_in address{};
-    socklen_t size = sizeof address;
-    if (getsockname(_fd, generic(address), &size) != 0) give_up("getsockname");
-    return ntohs(address.sin_port);
-  }
-
-  void send(const void* bytes, std::size_t size, sockaddr_in to) const {
-    if (sendto(_fd, bytes, size, 0, generic(to), sizeof to) < 0) give_up("sendto");
-  }
-
-  std::size_t receive(void* bytes, std::size_t size, sockaddr_in& from) const {
-    socklen_t address_size = sizeof from;
-    const ssize_t count = recvfrom(_fd, bytes, size, 0, generic(from), &address_size);
-    if (count < 0) give_up("recvfrom");
-    return static_cast<std::size_t>(count);
-  }
-
- private:
-  const int _fd;
-};
-
-/// Answers each datagram: received by one thread, sent by another. Lives as long as the process.
-class BareServer {
- public:
-  BareServer() {
+  EchoServer() {
     std::thread([this] { receive(); }).detach();
     std::thread([this] { reply(); }).detach();
   }
   int port() const { return _socket.port(); }
 
  private:
+  static constexpr std::size_t kPlaces = 8;
+
+  struct Waiting {
+    camctrl_msg_t msg;
+    sockaddr_in client;
+  };
+
+  static bool is_right(const camctrl_msg_t& msg) {
+    const auto* const bytes = reinterpret_cast<const u8*>(&msg);
+    const u16 crc = vlm_udp_getcrc16(bytes + 1, msg.header.len + 5);
+    return bytes[msg.header.len + 6] == crc >> 8 && bytes[msg.header.len + 7] == (crc & 0xFF);
+  }
+
+  bool take_over(const Waiting& waiting) {
+    const std::lock_guard<std::mutex> guard(_mutex);
+    if (_count == kPlaces) return false;
+    _waiting.at((_first + _count++) % kPlaces) = waiting;
+    return true;
+  }
+
   void receive() {
+    Waiting waiting{};
     for (;;) {
-      u8 bytes[sizeof(camctrl_msg_t)];
-      sockaddr_in client{};
-      _socket.receive(bytes, sizeof bytes, client);
-      const std::lock_guard<std::mutex> guard(_mutex);
-      std::memcpy(_slot.data(), bytes, kReplySize);
-      _client = client;
-      _full = true;
-      _filled.notify_one();
+      _socket.receive(&waiting.msg, sizeof waiting.msg, waiting.client);
+      if (!is_right(waiting.msg)) give_up("a wrong request");
+      if (take_over(waiting)) {
+        _filled.notify_one();
+      } else {
+        _socket.send(&waiting.msg, sizeof waiting.msg, waiting.client);
+      }
     }
+  }
+
+  Waiting next() {
+    std::unique_lock<std::mutex> lock(_mutex);
+    _filled.wait(lock, [this] { return _count > 0; });
+    const Waiting waiting = _waiting.at(_first);
+    _first = (_first + 1) % kPlaces;
+    --_count;
+    return waiting;
   }
 
   void reply() {
-    std::unique_lock<std::mutex> lock(_mutex);
     for (;;) {
-      _filled.wait(lock, [this] { return _full; });
-      _full = false;
-      _socket.send(_slot.data(), kReplySize, _client);
+      const Waiting waiting = next();
+      camctrl_msg_t reply{};
+      reply.header.len = 3;
+      reply.payload.cmd = waiting.msg.payload.cmd;
+      reply.payload.params[0] = kCameraType;
+      vlm_udp_fill_crc(reply, 3);
+      _socket.send(&reply, kReplySize, waiting.client);
     }
   }
 
-  Socket _socket;
+  UdpSocket _socket;
   std::mutex _mutex;  // guards all members below
   std::condition_variable _filled;
-  std::array<u8, sizeof(camctrl_msg_t)> _slot{};
-  sockaddr_in _client{};
-  bool _full = false;
+  std::array<Waiting, kPlaces> _waiting{};
+  std::size_t _first = 0;
+  std::size_t _count = 0;
+};
+
+/// How an application asks.
+struct Load {
+  int window;
+  std::size_t size;  // of a request
 };
 
 struct Contender {
   const char* name;
   int port;
-  std::vector<double> microseconds;
+  std::vector<double> samples;
+  long executed = 0;
 };
 
 class Application {
  public:
-  Application() {
-    _request.header.len = 2;
+  explicit Application(Load load) : _load(load) {
+    const std::size_t len = std::min<std::size_t>(load.size - kHeaderSize, 255);
+    _request.header.len = static_cast<u8>(len);
     _request.payload.cmd = camctrl_be16(VELMAR_CAMERACTRL_GET_CAMERA_TYPE);
-    vlm_udp_fill_crc(_request, 2);
+    vlm_udp_fill_crc(_request, static_cast<u16>(len));
   }
 
+  /// At least `rounds` requests, in windows; a sample is the time of a window for each request.
   void ask(Contender& contender, int rounds) const {
-    measure(rounds, contender.microseconds, [&] {
-      u8 reply[sizeof(camctrl_msg_t)];
-      sockaddr_in server{};
-      _socket.send(&_request, kRequestSize, Socket::loopback(contender.port));
-      if (_socket.receive(reply, sizeof reply, server) != kReplySize) give_up("a wrong answer");
+    const sockaddr_in server = UdpSocket::loopback(contender.port);
+    std::vector<double> windows;
+    measure((rounds + _load.window - 1) / _load.window, windows, [&] {
+      for (int i = 0; i < _load.window; ++i) _socket.send(&_request, _load.size, server);
+      for (int i = 0; i < _load.window; ++i) contender.executed += takes_result();
     });
+    for (const double window : windows) contender.samples.push_back(window / _load.window);
+  }
+
+  /// What the request asks for, rather than a refusal.
+  bool takes_result() const {
+    u8 reply[sizeof(camctrl_msg_t)];
+    sockaddr_in server{};
+    return _socket.receive(reply, sizeof reply, server) == kReplySize;
   }
 
  private:
-  Socket _socket;
+  const Load _load;
+  UdpSocket _socket;
   camctrl_msg_t _request{};
 };
 
-double median(std::vector<double>& values) {
-  std::sort(values.begin(), values.end());
-  return quantile(values, 0.5);
-}
-
-/// Prints the rates of both and their ratio.
-void compare(std::FILE* results, const Application& application, Contender& bare,
-             Contender& service, int rounds, const char* where) {
-  Contender* const contenders[] = {&bare, &service};
-  for (Contender* contender : contenders) {
-    application.ask(*contender, kWarmUpRounds);
-    contender->microseconds.clear();
+void compare(std::FILE* out, Load load, int echo_port, int service_port, int rounds) {
+  const Application application(load);
+  Contender contenders[] = {{"echo", echo_port, {}}, {"service", service_port, {}}};
+  for (Contender& contender : contenders) {
+    application.ask(contender, kWarmUpRounds);
+    contender.samples.clear();
+    contender.executed = 0;
   }
   take_turns(contenders, rounds,
-             [&](Contender* contender, int part) { application.ask(*contender, part); });
-  std::fprintf(results, "%s\n", where);
-  for (Contender* contender : contenders) {
-    const double time = median(contender->microseconds);
-    std::fprintf(results, "  %-8s %8.1f us %9.0f requests/s\n", contender->name, time, 1e6 / time);
+             [&](Contender& contender, int part) { application.ask(contender, part); });
+  const std::string suffix = '_' + std::to_string(load.window) + '_' + std::to_string(load.size);
+  std::vector<Result> results;
+  std::string shares = "executed of a hundred:";
+  for (Contender& contender : contenders) {
+    const long asked = static_cast<long>(contender.samples.size()) * load.window;
+    shares +=
+        std::string(" ") + contender.name + ' ' + std::to_string(contender.executed * 100 / asked);
+    results.push_back({contender.name + suffix, "us", std::move(contender.samples)});
   }
-  const double ratio = median(bare.microseconds) / median(service.microseconds);
-  std::fprintf(results, "  ratio of the rates %.2f\n", ratio);
-}
-
-void pin_all_threads_to_one_core() {
-  cpu_set_t one;
-  CPU_ZERO(&one);
-  CPU_SET(sched_getcpu(), &one);
-  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-    const pid_t thread = std::stoi(task.path().filename());
-    if (sched_setaffinity(thread, sizeof one, &one) != 0) give_up("sched_setaffinity");
-  }
+  print_rows(out, std::move(results));
+  std::fprintf(out, "%s\n", shares.c_str());
 }
 
 void run(int rounds) {
-  std::FILE* const results = divert_output("/dev/null");
-  static const auto& bare_server = *new BareServer;
+  pin_to_one_core();
+  std::FILE* const out = divert_output("/dev/null");
+  static const auto& echo = *new EchoServer;
   if (vlm_udp_master_k720_init(0) != 0) give_up("the service");
-  Contender bare{"bare", bare_server.port(), {}};
-  Contender service{"service", vlm_udp_master_k720_port(), {}};
-  const Application application;
-
-  std::fprintf(results, "%d requests of each kind, one at a time; medians\n", rounds);
-  compare(results, application, bare, service, rounds, "on any core");
-  pin_all_threads_to_one_core();
-  compare(results, application, bare, service, rounds, "on one core");
+  for (const Load load : {Load{1, 10}, Load{1, 264}, Load{32, 10}, Load{32, 264}}) {
+    compare(out, load, echo.port(), vlm_udp_master_k720_port(), rounds);
+  }
 }
 
 }  // namespace
@@ -199,7 +191,7 @@ int main(int argc, char** argv) {
   return contest_main(
       argc, argv,
       {"udp_service_bench",
-       "Measures requests to the camera-control service beside a bare exchange of datagrams.",
-       "requests of each kind, 1 to 10000000 (default 20000)", VLM_VERSION},
+       "Measures requests to the camera-control service beside a bare echo of two threads.",
+       "requests of each kind, 1 to 10000000 (default 20000)", 20000},
       run);
 }

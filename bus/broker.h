@@ -4,9 +4,7 @@
 #define BROKER_H
 
 #include <chrono>
-#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,7 +13,6 @@
 
 #include "broker_files.h"
 #include "bus_address.h"
-#include "vlm_userlcm_control_camera.h"
 
 namespace vlm::bus {
 
@@ -97,39 +94,13 @@ class BrokerLoop {
                                                     std::string& error) = 0;
 };
 
-/// One camera behind a broker, as a program that asks it sees it: over the channels of the bus.
-class RemoteCamera {
- public:
-  /// Takes the first `length` bytes of a packet, on the loop's thread.
-  using Receiver = std::function<void(const void* packet, std::size_t length)>;
-
-  virtual ~RemoteCamera() = default;
-
-  /// Waits until requests can be sent and answers come. False when that is not so within `limit`:
-  /// `error` says why.
-  virtual bool wait_until_serving(std::chrono::milliseconds limit, std::string& error) = 0;
-  /// As send_msg_to_lcm; the first call waits until the connection stands, for up to 5 s. What is
-  /// published on the channels of answers comes back to this program's own receivers.
-  virtual bool publish(const userlcm_packet_t& packet, unsigned int length,
-                       const std::string& channel) = 0;
-  /// Hands what comes on `channel` to `receiver` from now on, to others beside it.
-  virtual void listen(const std::string& channel, Receiver receiver) = 0;
-  /// What the broker keeps about the camera: "online", "silent", "offline"; empty: nothing.
-  virtual std::string presence() = 0;
-  /// Waits until the camera is online; false when it is not within `limit`.
-  virtual bool wait_until_online(std::chrono::milliseconds limit) = 0;
-};
-
-/// What the shared object offers.
+/// What the shared object offers as vlm_broker_part.
 struct BrokerPart {
-  std::unique_ptr<BrokerLoop> (*make_loop)();
-  /// Null when the camera cannot be reached that way: `error` says why.
-  std::unique_ptr<RemoteCamera> (*reach)(const BrokerAddress& address, const BrokerFiles& files,
-                                         std::string& error);
+  std::unique_ptr<BrokerLoop> (*make_loop)(std::string& error);
 };
 
-/// Loads the shared object once. Null when that fails: `error` says why.
-const BrokerPart* broker_part(std::string& error);
+/// A loop of the shared object. Null when there is none: `error` says why.
+std::unique_ptr<BrokerLoop> make_broker_loop(std::string& error);
 
 }  // namespace vlm::bus
 

@@ -12,9 +12,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <system_error>
+#include <cstring>
 
-#include "bus_address.h"
+#include "format.h"
+#include "reason.h"
 
 namespace vlm::bus {
 
@@ -52,24 +53,24 @@ DirectoryStream open_or_create(const std::string& path) {
 std::string objection_to(const DirectoryStream& stream) {
   struct stat status {};
   if (!stream || fstat(dirfd(stream.get()), &status) != 0) {
-    return std::system_category().message(errno);
+    return host::reason();
   }
   if (status.st_uid != geteuid()) return "it belongs to another user";
   if (status.st_mode & (S_IWGRP | S_IWOTH)) return "others may write to it";
   return {};
 }
 
-// Why VLM_BUS leads to no directory; empty when it does, or is not set.
-std::string objection_to_address() {
+// What VLM_BUS says; null when it says nothing.
+const char* named_bus() {
   const char* const bus = std::getenv("VLM_BUS");
-  std::string error;
-  if (!bus || !*bus) return error;
-  const auto address = parse_bus_address(bus, error);
-  if (address && address->broker) {
-    error = "cannot use the bus " + text_of(*address->broker) +
-            ": it is a broker's, and a directory is needed here, unix:DIR";
-  }
-  return error;
+  return bus && *bus ? bus : nullptr;
+}
+
+// The directory that the address `bus` names; null when it names none.
+const char* directory_in(const char* bus) {
+  constexpr char kScheme[] = "unix:";
+  constexpr std::size_t kLength = sizeof kScheme - 1;
+  return std::strncmp(bus, kScheme, kLength) == 0 && bus[kLength] ? bus + kLength : nullptr;
 }
 
 // What stands before .PID.SERIAL; empty for hidden names and those of another form.
@@ -85,13 +86,15 @@ constexpr char kTapBeginning[] = "tap";
 constexpr char kTapSeparator = '-';
 
 bool is_tap(std::string_view name) {
-  return name.substr(0, sizeof kTapBeginning) == std::string(kTapBeginning) + kTapSeparator &&
-         name.find('.') == name.npos;
+  constexpr std::size_t kPlace = sizeof kTapBeginning - 1;  // of the separator
+  return name.size() > kPlace && name[kPlace] == kTapSeparator &&
+         name.compare(0, kPlace, kTapBeginning) == 0 && name.find('.') == name.npos;
 }
 
-unsigned next_serial() {
+// Another name at each call: BEGINNING, separator, the process, separator, a serial number.
+std::string next_name(const std::string& beginning, char separator) {
   static std::atomic<unsigned> serial{0};
-  return serial++;
+  return host::format("%s%c%d%c%u", beginning.c_str(), separator, getpid(), separator, serial++);
 }
 
 // Lets `take` try names of this process until one is free: another process of this number may have
@@ -99,8 +102,7 @@ unsigned next_serial() {
 template <typename Take>
 std::string take_name(const std::string& beginning, char separator, Take take) {
   for (;;) {
-    std::string name = beginning + separator + std::to_string(getpid()) + separator +
-                       std::to_string(next_serial());
+    std::string name = next_name(beginning, separator);
     if (take(name) == 0) return name;
     if (errno != EADDRINUSE && errno != EEXIST) return {};
   }
@@ -114,28 +116,28 @@ bool is_channel_name(std::string_view channel) {
 }
 
 std::string BusDirectory::configured_path() {
-  if (const char* bus = std::getenv("VLM_BUS"); bus && *bus) {
-    std::string error;
-    const auto address = parse_bus_address(bus, error);
-    return address && !address->broker ? without_trailing_slashes(address->directory) : bus;
+  if (const char* bus = named_bus()) {
+    const char* const directory = directory_in(bus);
+    return directory ? without_trailing_slashes(directory) : bus;
   }
   if (const char* path = std::getenv("VLM_BUS_DIR"); path && *path) {
     return without_trailing_slashes(path);
   }
   if (const char* run = std::getenv("XDG_RUNTIME_DIR"); run && *run) {
-    return std::string(run) + "/vlm_bus";
+    return host::format("%s/vlm_bus", run);
   }
-  return "/tmp/vlm_bus-" + std::to_string(geteuid());
+  return host::format("/tmp/vlm_bus-%u", geteuid());
 }
 
 std::optional<BusDirectory> BusDirectory::open(std::string& error) {
-  error = objection_to_address();
-  if (!error.empty()) return std::nullopt;
   const std::string path = configured_path();
-  DirectoryStream stream = open_or_create(path);
-  const std::string objection = objection_to(stream);
-  if (objection.empty()) return BusDirectory(std::move(stream));
-  error = "cannot use the bus directory " + path + ": " + objection;
+  std::string objection = "VLM_BUS names it as unix:DIR";
+  if (const char* bus = named_bus(); !bus || directory_in(bus)) {
+    DirectoryStream stream = open_or_create(path);
+    objection = objection_to(stream);
+    if (objection.empty()) return BusDirectory(std::move(stream));
+  }
+  error = host::format("cannot use the bus directory %s: %s", path.c_str(), objection.c_str());
   return std::nullopt;
 }
 
@@ -218,7 +220,7 @@ bool BusDirectory::is_current() const {
 
 void BusDirectory::remove(const std::string& name) const { unlinkat(fd(), name.c_str(), 0); }
 
-std::string BusDirectory::path() const { return "/proc/self/fd/" + std::to_string(fd()); }
+std::string BusDirectory::path() const { return host::format("/proc/self/fd/%d", fd()); }
 
 sockaddr_un BusDirectory::address_of(const std::string& name) const {
   sockaddr_un address{};
@@ -239,6 +241,13 @@ void DirectoryWatch::watch(const BusDirectory& directory) {
 
 bool DirectoryWatch::changed() {
   if (_watched < 0) return true;
+  if (_signal.is_silent()) return false;
+  _signal.listen_to(_inotify.get());  // before it is read: no later change is missed
+  return drain();
+}
+
+/// True when there was anything to read.
+bool DirectoryWatch::drain() {
   char events[4096];
   bool any = false;
   while (read(_inotify.get(), events, sizeof events) > 0) any = true;
@@ -249,7 +258,7 @@ void DirectoryWatch::wait(int timeout_ms) {
   const int longest = _watched < 0 ? kLookAgainBlindMs : kLookAgainMs;
   pollfd inotify{_inotify.get(), POLLIN, 0};  // poll passes over a descriptor of -1
   poll(&inotify, 1, std::min(timeout_ms, longest));
-  changed();
+  drain();
 }
 
 }  // namespace vlm::bus

@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "change_signal.h"
 #include "unique_fd.h"
 
 namespace vlm::bus {
@@ -85,14 +86,18 @@ class DirectoryWatch {
   /// Watches `directory` from now on, instead of the one before.
   void watch(const BusDirectory& directory);
 
-  /// True when the directory may have changed since the last call.
+  /// True when the directory may have changed since the last call. Costs a thread that calls again
+  /// and again no system call while it has not.
   bool changed();
 
   /// Returns once the directory has changed, or earlier, at the latest after `timeout_ms`.
   void wait(int timeout_ms);
 
  private:
+  bool drain();
+
   UniqueFd _inotify;
+  ChangeSignal _signal;
   int _watched = -1;  // inotify's number for the directory, -1 for none
 };
 

@@ -3,10 +3,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <system_error>
 
 #include "bus_directory.h"
 #include "bus_role.h"
+#include "reason.h"
 
 namespace vlm::bus {
 
@@ -44,7 +44,7 @@ std::string objection_to(const std::string& role) {
   if (holder == 0) return {};
   const std::string bus = BusDirectory::configured_path();
   if (holder < 0) {
-    return "cannot lock " + bus + '/' + role + ".lock: " + std::system_category().message(errno);
+    return "cannot lock " + bus + '/' + role + ".lock: " + host::reason();
   }
   return "process " + std::to_string(holder) + " serves the bus " + bus +
          " already; --force goes on";

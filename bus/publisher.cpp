@@ -5,8 +5,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <optional>
-#include <system_error>
+
+#include "format.h"
+#include "reason.h"
 
 namespace vlm::bus {
 
@@ -19,11 +22,6 @@ UniqueFd connect_again(const std::string& name) {
   std::string error;
   const auto directory = BusDirectory::open(error);
   return directory ? directory->connect(name) : UniqueFd();
-}
-
-template <typename Range, typename Predicate>
-void erase_if(Range& range, Predicate predicate) {
-  range.erase(std::remove_if(range.begin(), range.end(), predicate), range.end());
 }
 
 }  // namespace
@@ -69,7 +67,9 @@ void Publisher::forget_oldest_channel() {
   const auto used_before = [](const auto& a, const auto& b) {
     return a.second.used < b.second.used;
   };
-  _channels.erase(std::min_element(_channels.begin(), _channels.end(), used_before));
+  const auto oldest = std::min_element(_channels.begin(), _channels.end(), used_before);
+  give_up(oldest->second, [](const Subscriber&) { return true; });
+  _channels.erase(oldest);
 }
 
 /// Brings the subscribers of the channel `name` up to date. False when the bus cannot be used.
@@ -83,8 +83,8 @@ bool Publisher::refresh(std::string_view name, Channel& channel) {
   _watch.watch(*directory);  // before it is read: no later change is missed
   _taps.look(*directory, _state);
   const std::vector<std::string> names = directory->sockets_of(name);
-  erase_if(channel.subscribers, [&](const Subscriber& known) {
-    return std::find(names.begin(), names.end(), known.name) == names.end();
+  give_up(channel, [&](const Subscriber& known) {
+    return std::count(names.begin(), names.end(), known.name) == 0;
   });
   channel.seen = _state;
   connect_new(*directory, names, channel);
@@ -101,7 +101,8 @@ void Publisher::connect_new(const BusDirectory& directory, const std::vector<std
     if (connection) {
       channel.subscribers.push_back({name, std::move(connection)});
     } else if (error != ECONNREFUSED && error != ENOENT) {
-      _complaint.about("cannot reach " + name + ": " + std::system_category().message(error));
+      _complaint.about(
+          host::format("cannot reach %s: %s", name.c_str(), host::reason(error).c_str()));
       channel.seen = 0;  // to be tried again
     }
   }
@@ -129,8 +130,8 @@ void Publisher::offer(Subscriber& subscriber, Packet packet) {
   subscriber.waiting = error != 0 && subscriber.connection;
   if (error == 0 && subscriber.stalled) {
     subscriber.stalled = false;
-    report(subscriber.name +
-           " takes its packets again; dropped in all: " + std::to_string(subscriber.drops));
+    tell(host::format("%s takes its packets again; dropped in all: %lu", subscriber.name.c_str(),
+                      subscriber.drops));
   }
 }
 
@@ -157,6 +158,7 @@ bool Publisher::wait_for_room(const Channel& channel, Clock::time_point deadline
   }
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
   if (full.empty() || left <= 0) return false;
+  std::fflush(stdout);  // the lines that a program has collected do not wait
   poll(full.data(), static_cast<nfds_t>(full.size()), static_cast<int>(left));
   return true;
 }
@@ -165,16 +167,35 @@ void Publisher::drop(Subscriber& subscriber) {
   ++subscriber.drops;
   subscriber.waiting = false;
   if (!subscriber.stalled) {
-    report(subscriber.name +
-           " does not take its packets; dropped so far: " + std::to_string(subscriber.drops));
+    tell(host::format("%s does not take its packets; dropped so far: %lu", subscriber.name.c_str(),
+                      subscriber.drops));
   }
   subscriber.stalled = true;
 }
 
+/// Forgets the subscribers that `predicate` holds for, with the total of one that was stalled to the
+/// end. True when there were any.
+template <typename Predicate>
+bool Publisher::give_up(Channel& channel, Predicate predicate) {
+  auto& all = channel.subscribers;
+  for (const Subscriber& known : all) {
+    if (!known.stalled || !predicate(known)) continue;
+    tell(host::format("%s took no packets to the end; dropped in all: %lu", known.name.c_str(),
+                      known.drops));
+  }
+  const auto gone = std::remove_if(all.begin(), all.end(), predicate);
+  const bool any = gone != all.end();
+  all.erase(gone, all.end());
+  return any;
+}
+
 void Publisher::forget_gone(Channel& channel) {
-  const auto before = channel.subscribers.size();
-  erase_if(channel.subscribers, [](const Subscriber& known) { return !known.connection; });
-  if (channel.subscribers.size() != before) channel.seen = 0;
+  if (give_up(channel, [](const Subscriber& known) { return !known.connection; })) channel.seen = 0;
+}
+
+void Publisher::tell(const std::string& text) {
+  report(text);
+  _taps.note(text);
 }
 
 }  // namespace vlm::bus

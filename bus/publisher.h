@@ -24,7 +24,8 @@ namespace vlm::bus {
 /// is known to listen.
 ///
 /// A subscriber that takes no packet for 50 ms is stalled until it takes one again: its copies are
-/// dropped at once. A line says when it stalls, another when it takes packets again.
+/// dropped at once. A line says when it stalls, another when it takes packets again or is given up;
+/// taps get these lines as notes.
 ///
 /// The subscribers of the kMostChannels channels used last are remembered. What else is published
 /// on costs a look at the directory each time it comes back.
@@ -65,11 +66,14 @@ class Publisher {
                    Channel& channel);
 
   static int try_send(const Subscriber& subscriber, Packet packet);
-  static void offer(Subscriber& subscriber, Packet packet);
-  static void offer_again(Channel& channel, Packet packet);
+  void offer(Subscriber& subscriber, Packet packet);
+  void offer_again(Channel& channel, Packet packet);
   static bool wait_for_room(const Channel& channel, Clock::time_point deadline);
-  static void drop(Subscriber& subscriber);
-  static void forget_gone(Channel& channel);
+  void drop(Subscriber& subscriber);
+  template <typename Predicate>
+  bool give_up(Channel& channel, Predicate predicate);
+  void forget_gone(Channel& channel);
+  void tell(const std::string& text);
 
   std::mutex _mutex;  // guards all members below
   DirectoryWatch _watch;

@@ -1,20 +1,24 @@
-// The bus of this process where VLM_BUS names a camera behind a broker.
+// The bus of a process where VLM_BUS names a camera behind a broker.
 #ifndef REMOTE_BUS_H
 #define REMOTE_BUS_H
 
-#include "broker.h"
+#include "vlm_userlcm_control_camera.h"
 
 namespace vlm::bus {
 
-/// True when VLM_BUS is set, and names no directory: the bus is a broker's, or cannot be used.
-bool bus_is_remote();
+/// What the shared object of the broker offers as vlm_remote_bus: the camera that VLM_BUS names, to
+/// which it connects at the first call. It says itself what is wrong, once.
+struct RemoteBus {
+  /// As send_msg_to_lcm, of a packet that has been checked.
+  int (*publish)(const userlcm_packet_t* packet, unsigned int length, const char* channel);
+  /// As register_lcm_message; returns only when the camera cannot be reached that way.
+  void (*serve)(const Receive_msg_t* subscription);
+  /// As bus_has_subscriber.
+  bool (*has_subscriber)(const char* channel, int timeout_ms);
+};
 
-/// The camera that VLM_BUS names; connects in the background. Null, with a message once, when it
-/// cannot be reached that way.
-RemoteCamera* remote_camera();
-
-/// As register_lcm_message, over `camera`. Never returns.
-[[noreturn]] void serve_remotely(RemoteCamera& camera, const Receive_msg_t& subscription);
+/// Null when this process has its bus on this machine. Settled by the first call.
+const RemoteBus* remote_bus();
 
 }  // namespace vlm::bus
 

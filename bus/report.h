@@ -7,7 +7,11 @@
 
 namespace vlm::bus {
 
-inline void report(const std::string& text) { std::fprintf(stderr, "vlm_bus: %s\n", text.c_str()); }
+/// Shows what the program has printed before, so that the lines stand in their order.
+inline void report(const std::string& text) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "vlm_bus: %s\n", text.c_str());
+}
 
 /// Reports what goes wrong over and over once.
 class Complaint {

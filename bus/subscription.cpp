@@ -9,8 +9,10 @@
 #include <cstring>
 #include <mutex>
 #include <set>
-#include <system_error>
 #include <utility>
+
+#include "format.h"
+#include "reason.h"
 
 namespace vlm::bus {
 
@@ -71,7 +73,8 @@ bool Subscription::announce() {
   UniqueFd socket = open_socket();
   std::string name = socket ? directory->bind(socket, _channel) : "";
   if (name.empty()) {
-    _complaint.about("cannot subscribe " + _channel + ": " + std::system_category().message(errno));
+    _complaint.about(
+        host::format("cannot subscribe %s: %s", _channel.c_str(), host::reason().c_str()));
     return false;
   }
   _directory = std::move(directory);
@@ -84,14 +87,14 @@ bool Subscription::announce() {
 
 void Subscription::serve() {
   for (;;) {
-    userlcm_packet_t packet{};
+    userlcm_packet_t packet;
     const ssize_t size = recv(_socket.get(), &packet, sizeof packet, MSG_TRUNC);
     if (size >= 0) {
       deliver(packet, static_cast<std::size_t>(size));
     } else if (errno == EAGAIN) {
       if (!is_announced()) announce();
     } else if (errno != EINTR) {
-      report("cannot receive on " + _name + ": " + std::system_category().message(errno));
+      report(host::format("cannot receive on %s: %s", _name.c_str(), host::reason().c_str()));
       return;
     }
   }
@@ -101,9 +104,10 @@ void Subscription::withdraw() { _directory->remove(_name); }
 
 bool Subscription::is_announced() const { return _directory->holds(_name); }
 
-/// Runs the callback, unless the `size` bytes cannot have come from a publisher.
+/// Clears what the packet does not fill and runs the callback, unless the `size` bytes cannot have come from a publisher.
 void Subscription::deliver(userlcm_packet_t& packet, std::size_t size) {
   if (size < kHeaderSize || size > sizeof packet) return;
+  std::memset(reinterpret_cast<char*>(&packet) + size, 0, sizeof packet - size);
   char channel[sizeof _client.channel];  // the callback's own, whatever it does to it
   std::memcpy(channel, _client.channel, sizeof channel);
   _client.f(&packet, static_cast<unsigned int>(size), channel, _client.func);

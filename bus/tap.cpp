@@ -8,10 +8,10 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <system_error>
 #include <utility>
 
-#include "tap_copy.h"
+#include "reason.h"
+#include "tap_greeting_message.h"
 
 namespace vlm::bus {
 
@@ -51,7 +51,7 @@ bool Tap::announce(std::string& error) {
   UniqueFd listener(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   std::string name = listener ? directory->bind_tap(listener) : std::string();
   if (name.empty()) {
-    error = "cannot tap the bus: " + std::system_category().message(errno);
+    error = "cannot tap the bus: " + host::reason();
     return false;
   }
   _directory = std::move(directory);
@@ -104,19 +104,13 @@ void Tap::accept_publishers() {
 /// A publisher greets after it has connected, and only then publishes. False when it has not done
 /// so yet, or is none: then it has ended.
 bool Tap::receive_greeting(Publisher& publisher) {
-  TapGreeting greeting{};
-  iovec bytes{&greeting, sizeof greeting};
-  int descriptors[2] = {-1, -1};
-  alignas(cmsghdr) char control[CMSG_SPACE(sizeof descriptors)] = {};
-  msghdr message{};
-  message.msg_iov = &bytes;
-  message.msg_iovlen = 1;
-  message.msg_control = control;
-  message.msg_controllen = sizeof control;
-  const ssize_t size = recvmsg(publisher.connection.get(), &message, MSG_CMSG_CLOEXEC);
+  TapGreetingMessage message({});
+  const TapGreeting& greeting = message.greeting;
+  TapGreetingMessage::Descriptors descriptors = {-1, -1};
+  const ssize_t size = recvmsg(publisher.connection.get(), &message.header, MSG_CMSG_CLOEXEC);
   if (size < 0 && (errno == EAGAIN || errno == EINTR)) return false;
   publisher.ended = true;
-  const cmsghdr* const header = CMSG_FIRSTHDR(&message);
+  const cmsghdr* const header = CMSG_FIRSTHDR(&message.header);
   if (size < 0 || header == nullptr || header->cmsg_type != SCM_RIGHTS ||
       header->cmsg_len != CMSG_LEN(sizeof descriptors)) {
     return false;
@@ -163,31 +157,38 @@ bool Tap::take_records(Publisher& publisher, std::uint64_t now, std::vector<TapC
   while (unread.size() - begin >= sizeof(TapRecord)) {
     TapRecord record{};
     std::memcpy(&record, unread.data() + begin, sizeof record);
-    if (record.channel_size > kTapMaxChannel || record.packet_size > kTapMaxPacket) {
+    if (record.channel_size > kTapMaxChannel || record.packet_size > kTapMaxPacket ||
+        record.kind > TapRecordKind::kNote) {
       publisher.ended = true;
       return false;
     }
     const std::size_t size = sizeof record + record.channel_size + record.packet_size;
     if (unread.size() - begin < size) return true;
     if (record.time_ns > now) return false;
-    note_loss(publisher, record.sequence, record.time_ns, copies);
-    publisher.expected = std::max(publisher.expected, record.sequence + 1);
-    const unsigned char* const channel = unread.data() + begin + sizeof record;
-    const unsigned char* const packet = channel + record.channel_size;
-    copies.push_back({record.time_ns,
-                      0,
-                      {reinterpret_cast<const char*>(channel), record.channel_size},
-                      {packet, packet + record.packet_size}});
+    take_record(publisher, record, unread.data() + begin + sizeof record, copies);
     begin += size;
   }
   return true;
+}
+
+void Tap::take_record(Publisher& publisher, const TapRecord& record, const unsigned char* content,
+                      std::vector<TapCopy>& copies) {
+  note_loss(publisher, record.sequence, record.time_ns, copies);
+  const unsigned char* const packet = content + record.channel_size;
+  const unsigned char* const end = packet + record.packet_size;
+  if (record.kind == TapRecordKind::kNote) {
+    copies.push_back({record.time_ns, 0, {}, {}, {packet, end}});
+    return;
+  }
+  publisher.expected = std::max(publisher.expected, record.sequence + 1);
+  copies.push_back({record.time_ns, 0, {content, packet}, {packet, end}, {}});
 }
 
 /// Notes what is missing before the record `reached`.
 void Tap::note_loss(Publisher& publisher, std::uint64_t reached, std::uint64_t time,
                     std::vector<TapCopy>& copies) {
   if (reached <= publisher.expected) return;
-  copies.push_back({time, reached - publisher.expected, {}, {}});
+  copies.push_back({time, reached - publisher.expected, {}, {}, {}});
   publisher.expected = reached;
 }
 

@@ -11,16 +11,18 @@
 #include <vector>
 
 #include "bus_directory.h"
+#include "tap_copy.h"
 #include "unique_fd.h"
 
 namespace vlm::bus {
 
-/// A packet that has been published, or a number of packets that were published and lost.
+/// A packet that has been published, a number of packets that were published and lost, or a note.
 struct TapCopy {
   std::uint64_t time_ns = 0;  // on the steady clock, before the packet was delivered to anyone
-  std::uint64_t lost = 0;     // how many packets were lost; the members below are empty unless 0
+  std::uint64_t lost = 0;     // how many packets the tap has lost; 0 for a packet and a note
   std::string channel;        // where it was published
   std::vector<unsigned char> packet;  // as subscribers get it: sender's channel and message
+  std::string note;  // of a publisher, on packets that a subscriber did not take; else empty
 };
 
 /// An open tap. For one thread.
@@ -63,6 +65,8 @@ class Tap {
   static void drain(Publisher& publisher, std::uint64_t now, std::vector<TapCopy>& copies);
   static bool read_more(Publisher& publisher);
   static bool take_records(Publisher& publisher, std::uint64_t now, std::vector<TapCopy>& copies);
+  static void take_record(Publisher& publisher, const TapRecord& record,
+                          const unsigned char* content, std::vector<TapCopy>& copies);
   static void note_loss(Publisher& publisher, std::uint64_t reached, std::uint64_t time,
                         std::vector<TapCopy>& copies);
 

@@ -7,6 +7,9 @@
 //
 //   TapRecord | channel[channel_size] | packet[packet_size]
 //
+// In between stand notes, of which the packet is a text: what the publisher has to say of packets
+// that subscribers did not take. They have no number of their own.
+//
 // A record fits into PIPE_BUF, so it is written whole or not at all. A pipe of 1 MiB holds more
 // than 2800 requests or replies, 100 ms at 20000 a second with some to spare; a socket's buffer is
 // limited by the system to a tenth of that.
@@ -27,12 +30,14 @@ struct TapGreeting {
   std::int32_t pid;  // of the publisher
 };
 
+enum class TapRecordKind : std::uint32_t { kPacket, kNote };
+
 struct TapRecord {
   std::uint64_t sequence;  // of this publisher for this tap; what is missing has been lost
   std::uint64_t time_ns;   // on the steady clock, before the packet was delivered to anyone
   std::uint16_t channel_size;
   std::uint16_t packet_size;
-  std::uint32_t reserved;
+  TapRecordKind kind;
 };
 static_assert(sizeof(TapRecord) == 24);
 

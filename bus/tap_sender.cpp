@@ -10,6 +10,8 @@
 #include <cstring>
 #include <utility>
 
+#include "tap_greeting_message.h"
+
 namespace vlm::bus {
 
 namespace {
@@ -21,6 +23,11 @@ UniqueFd make_tally_file() {
   UniqueFd file(memfd_create("vlm_tap_tally", MFD_CLOEXEC));
   if (file && ftruncate(file.get(), sizeof(TapTally)) != 0) file = UniqueFd();
   return file;
+}
+
+std::uint64_t ns_of(std::chrono::steady_clock::time_point time) {
+  return static_cast<std::uint64_t>(
+      std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count());
 }
 
 bool has_hung_up(const UniqueFd& connection) {
@@ -38,7 +45,7 @@ void TapSender::look(const BusDirectory& directory, unsigned long state) {
   _seen = state;
   const std::vector<std::string> names = directory.taps();
   const auto has_left = [&](const Tap& tap) {
-    return std::find(names.begin(), names.end(), tap.name) == names.end();
+    return std::count(names.begin(), names.end(), tap.name) == 0;
   };
   _taps.erase(std::remove_if(_taps.begin(), _taps.end(), has_left), _taps.end());
   for (const std::string& name : names) {
@@ -68,29 +75,29 @@ bool TapSender::connect(const BusDirectory& directory, const std::string& name, 
 }
 
 bool TapSender::greet(const Tap& tap, int tally) {
-  TapGreeting greeting{kTapVersion, getpid()};
-  iovec bytes{&greeting, sizeof greeting};
-  const int descriptors[2] = {tap.reading.get(), tally};
-  alignas(cmsghdr) char control[CMSG_SPACE(sizeof descriptors)] = {};
-  msghdr message{};
-  message.msg_iov = &bytes;
-  message.msg_iovlen = 1;
-  message.msg_control = control;
-  message.msg_controllen = sizeof control;
-  cmsghdr* const header = CMSG_FIRSTHDR(&message);
+  TapGreetingMessage message({kTapVersion, getpid()});
+  const TapGreetingMessage::Descriptors descriptors = {tap.reading.get(), tally};
+  cmsghdr* const header = CMSG_FIRSTHDR(&message.header);
   header->cmsg_level = SOL_SOCKET;
   header->cmsg_type = SCM_RIGHTS;
   header->cmsg_len = CMSG_LEN(sizeof descriptors);
   std::memcpy(CMSG_DATA(header), descriptors, sizeof descriptors);
-  return sendmsg(tap.connection.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT) ==
-         static_cast<ssize_t>(sizeof greeting);
+  return sendmsg(tap.connection.get(), &message.header, MSG_NOSIGNAL | MSG_DONTWAIT) ==
+         static_cast<ssize_t>(sizeof message.greeting);
+}
+
+void TapSender::note(const std::string& text) {
+  const auto now = Clock::now();
+  for (Tap& tap : _taps) {
+    tap.note = text.substr(0, kTapMaxPacket);
+    write_note(tap, now);
+  }
 }
 
 void TapSender::copy_to_all(std::string_view channel, const void* packet, std::size_t size) {
   const auto now = Clock::now();
   TapRecord record{};
-  record.time_ns = static_cast<std::uint64_t>(
-      std::chrono::duration_cast<std::chrono::nanoseconds>(now.time_since_epoch()).count());
+  record.time_ns = ns_of(now);
   record.channel_size = static_cast<std::uint16_t>(channel.size());
   record.packet_size = static_cast<std::uint16_t>(size);
   for (Tap& tap : _taps) copy_to(tap, record, channel, packet, now);
@@ -98,24 +105,40 @@ void TapSender::copy_to_all(std::string_view channel, const void* packet, std::s
   _taps.erase(std::remove_if(_taps.begin(), _taps.end(), has_gone), _taps.end());
 }
 
-/// Writes without waiting. The tally grows after the write: what it counts is in the pipe or lost.
+/// Writes without waiting. False when there is no room, or nobody who reads.
+bool TapSender::write_record(Tap& tap, const TapRecord& record, std::string_view channel,
+                             const void* packet, Clock::time_point now) {
+  if (now < tap.full_until) return false;
+  TapRecord head = record;
+  const iovec parts[] = {{&head, sizeof head},
+                         {const_cast<char*>(channel.data()), channel.size()},
+                         {const_cast<void*>(packet), record.packet_size}};
+  ssize_t written;
+  do {
+    written = writev(tap.writing.get(), parts, 3);
+  } while (written < 0 && errno == EINTR);
+  if (written >= 0) return true;
+  tap.full_until = now + kRestWhenFull;
+  tap.gone = has_hung_up(tap.connection);
+  return false;
+}
+
+void TapSender::write_note(Tap& tap, Clock::time_point now) {
+  TapRecord record{};
+  record.kind = TapRecordKind::kNote;
+  record.sequence = tap.sequence;
+  record.time_ns = ns_of(now);
+  record.packet_size = static_cast<std::uint16_t>(tap.note.size());
+  if (write_record(tap, record, {}, tap.note.data(), now)) tap.note.clear();
+}
+
+/// The tally grows after the write: what it counts is in the pipe or lost.
 void TapSender::copy_to(Tap& tap, const TapRecord& record, std::string_view channel,
                         const void* packet, Clock::time_point now) {
+  if (!tap.note.empty()) write_note(tap, now);
   TapRecord numbered = record;
   numbered.sequence = tap.sequence++;
-  if (now >= tap.full_until) {
-    const iovec parts[] = {{&numbered, sizeof numbered},
-                           {const_cast<char*>(channel.data()), channel.size()},
-                           {const_cast<void*>(packet), record.packet_size}};
-    ssize_t written;
-    do {
-      written = writev(tap.writing.get(), parts, 3);
-    } while (written < 0 && errno == EINTR);
-    if (written < 0) {
-      tap.full_until = now + kRestWhenFull;
-      tap.gone = has_hung_up(tap.connection);
-    }
-  }
+  write_record(tap, numbered, channel, packet, now);
   __atomic_store_n(&tap.tally->offered, tap.sequence, __ATOMIC_RELEASE);
 }
 

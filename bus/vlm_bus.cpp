@@ -6,10 +6,11 @@
 #include <cstddef>
 #include <cstring>
 #include <string>
-#include <system_error>
 
 #include "bus_directory.h"
+#include "format.h"
 #include "publisher.h"
+#include "reason.h"
 #include "remote_bus.h"
 #include "report.h"
 #include "subscription.h"
@@ -22,7 +23,7 @@ namespace {
 constexpr std::size_t kHeaderSize = offsetof(userlcm_packet_t, msg_buf);
 
 int refuse_to_publish(const char* reason) {
-  report(std::string("nothing published: ") + reason);
+  report(host::format("nothing published: %s", reason));
   return -1;
 }
 
@@ -52,8 +53,8 @@ void tell_missing_server(const userlcm_packet_t& packet, const char* channel) {
     const bool request = std::strcmp(channel, server.channel) == 0 &&
                          std::strncmp(packet.channel, server.from, sizeof packet.channel) == 0;
     if (!request || server.told.exchange(true)) continue;
-    report(std::string("no ") + server.name + " on bus " + BusDirectory::configured_path() +
-           ": nobody subscribes " + channel);
+    report(host::format("no %s on bus %s: nobody subscribes %s", server.name,
+                        BusDirectory::configured_path().c_str(), channel));
   }
 }
 
@@ -62,7 +63,7 @@ bool any_live(const BusDirectory& directory, const char* channel, std::string& e
   for (const std::string& name : directory.sockets_of(channel)) {
     if (directory.connect(name)) return true;
     if (errno != ECONNREFUSED && errno != ENOENT) {
-      error = "cannot reach " + name + ": " + std::system_category().message(errno);
+      error = host::format("cannot reach %s: %s", name.c_str(), host::reason().c_str());
     }
   }
   return false;
@@ -72,10 +73,7 @@ int publish(const userlcm_packet_t* packet, unsigned int length, const char* cha
   if (!packet) return refuse_to_publish("no packet");
   if (length > sizeof packet->msg_buf) return refuse_to_publish("the message is too long");
   if (!channel || !is_channel_name(channel)) return refuse_to_publish("no channel has this name");
-  if (bus_is_remote()) {
-    RemoteCamera* const camera = remote_camera();
-    return camera != nullptr && camera->publish(*packet, length, channel) ? 0 : -1;
-  }
+  if (const RemoteBus* const remote = remote_bus()) return remote->publish(packet, length, channel);
   const auto subscribers = Publisher::instance().publish(channel, packet, kHeaderSize + length);
   if (subscribers == std::size_t{0}) tell_missing_server(*packet, channel);
   return subscribers ? 0 : -1;
@@ -85,25 +83,16 @@ void serve(const Receive_msg_t* subscription) {
   if (!is_servable(subscription)) {
     return report("cannot subscribe: no callback, or no channel of this name");
   }
-  if (bus_is_remote()) {
-    if (RemoteCamera* const camera = remote_camera()) serve_remotely(*camera, *subscription);
-    return;
-  }
+  if (const RemoteBus* const remote = remote_bus()) return remote->serve(subscription);
   Subscription served(*subscription);
   if (served.announce()) served.serve();
-}
-
-/// Of a camera behind a broker its presence tells; a program's own channels are nobody else's.
-bool remote_has_subscriber(const std::string& channel, std::chrono::milliseconds limit) {
-  const bool camera = channel == kRequestChannel || channel == kRtspRequestChannel;
-  RemoteCamera* const remote = camera ? remote_camera() : nullptr;
-  return remote != nullptr && remote->wait_until_online(limit);
 }
 
 }  // namespace
 
 bool bus_has_subscriber(const char* channel, int timeout_ms) {
-  if (bus_is_remote()) return remote_has_subscriber(channel, std::chrono::milliseconds(timeout_ms));
+  if (const RemoteBus* const remote = remote_bus())
+    return remote->has_subscriber(channel, timeout_ms);
   using Clock = std::chrono::steady_clock;
   const auto deadline = Clock::now() + std::chrono::milliseconds(timeout_ms);
   DirectoryWatch watch;

@@ -56,8 +56,8 @@ class CameraModel {
   bool remove_card(u64 now_ms);
   /// Leaves `kib` of the card free; false when there is no card or it is smaller.
   bool leave_free(u64 kib, u64 now_ms);
-  /// Sends a notification when it is due, whatever has happened.
-  void notify(const Notification& notification) { _notifications.add(notification); }
+  /// Sends a notification when it is due, whatever has happened; false when too many wait.
+  bool notify(const Notification& notification) { return _notifications.add(notification); }
   /// Takes the camera's power away and gives it back: what runs ends, settings stay.
   void power_cycle(u64 now_ms);
   /// Sets or unsets a property as CameraProperties::put does.

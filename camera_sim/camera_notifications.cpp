@@ -5,9 +5,11 @@
 namespace vlm::sim {
 
 /// Behind those that are due at the same time.
-void NotificationQueue::add(const Notification& added) {
+bool NotificationQueue::add(const Notification& added) {
+  if (_queue.size() == kMost) return false;
   const auto later = [](u64 due, const Notification& other) { return due < other.due_ms; };
   _queue.insert(std::upper_bound(_queue.begin(), _queue.end(), added.due_ms, later), added);
+  return true;
 }
 
 bool NotificationQueue::take(u64 now_ms, Notification& taken) {

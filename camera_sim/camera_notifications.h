@@ -4,6 +4,7 @@
 #define CAMERA_SIM_CAMERA_NOTIFICATIONS_H
 
 #include <array>
+#include <cstddef>
 #include <deque>
 #include <optional>
 
@@ -31,7 +32,10 @@ Notification notification(lcm_msg_type type, u64 due_ms, T payload) {
 /// Notifications in the order in which they are due; those due at once in the order of adding.
 class NotificationQueue {
  public:
-  void add(const Notification& added);
+  static constexpr std::size_t kMost = 1024;
+
+  /// False when kMost wait already: then it is left out, as by a camera whose own queue is full.
+  bool add(const Notification& added);
   /// Moves the first one that is due at `now_ms` to `taken`; false when there is none.
   bool take(u64 now_ms, Notification& taken);
   std::optional<u64> next_due_ms() const;

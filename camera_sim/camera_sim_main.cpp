@@ -14,13 +14,13 @@
 #include <fstream>
 #include <random>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "bus_role.h"
 #include "camera_peer.h"
 #include "media_folder.h"
 #include "proven_subscriptions.h"
+#include "reason.h"
 #include "sim_fleet.h"
 #include "sim_options.h"
 #include "standard_output.h"
@@ -155,7 +155,7 @@ CameraPeer::Outlets outlets_of(const SimOptions& options) {
 int run_script(const std::string& script) {
   if (script.empty()) return -1;
   std::ifstream file(script);
-  if (!file) return complain(script + ": " + std::strerror(errno), kFailure);
+  if (!file) return complain(script + ": " + vlm::host::reason(), kFailure);
   int number = 0;
   for (std::string line; std::getline(file, line);) {
     ++number;

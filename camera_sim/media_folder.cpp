@@ -9,9 +9,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <system_error>
 
 #include "payload_bytes.h"
+#include "reason.h"
 
 namespace vlm::sim {
 
@@ -46,9 +46,7 @@ std::string code_table(char which) {
   return table;
 }
 
-std::string failure(const std::string& what) {
-  return what + ": " + std::system_category().message(errno);
-}
+std::string failure(const std::string& what) { return what + ": " + host::reason(); }
 
 /// Makes the folders on the way to `file`.
 void make_folders(const std::string& file) {

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdarg>
 #include <cstdio>
 #include <iterator>
 #include <sstream>
 #include <utility>
 
 #include "fault_switches.h"
+#include "format.h"
 #include "sim_describe.h"
 #include "sim_values.h"
 #include "velmar_err.h"
@@ -16,16 +16,6 @@
 namespace vlm::sim {
 
 namespace {
-
-/// printf into a text.
-__attribute__((format(printf, 1, 2))) std::string line_of(const char* format, ...) {
-  char line[256];
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(line, sizeof line, format, arguments);
-  va_end(arguments);
-  return line;
-}
 
 /// Without blanks at either end; a carriage return is one.
 std::string without_ends(const std::string& line) {
@@ -48,9 +38,10 @@ OperatorAnswer card(const SimulatedBoard& board, const std::string& rest) {
   }
   u64 kib = 0;
   if (rest.compare(0, 5, "free ") == 0 && parse_size(without_ends(rest.substr(5)), kib)) {
-    return {board.camera.leave_free(kib, board.now_ms)
-                ? line_of("%llu KiB of the card are free\n", static_cast<unsigned long long>(kib))
-                : "no card is inserted, or it is smaller\n"};
+    return {
+        board.camera.leave_free(kib, board.now_ms)
+            ? host::format("%llu KiB of the card are free\n", static_cast<unsigned long long>(kib))
+            : "no card is inserted, or it is smaller\n"};
   }
   return wrong("card needs \"remove\", \"insert\" or \"free SIZE\"");
 }
@@ -85,27 +76,28 @@ OperatorAnswer state(const SimulatedBoard& board, const std::string&) {
   const u32 version = camera.version();
   const u8 status = list.camera_status;
   const auto& storage = list.sdcard_storage_t[0];
-  std::string text = line_of(
+  std::string text = host::format(
       "camera      %s%s%s, version %u.%u.%u%c\n", text_of(camera.phase()),
       camera.traits().living ? ", live" : "", camera.traits().thermal ? ", thermal" : "",
       version & 0xFF, version >> 8 & 0xFF, version >> 16 & 0xFF, static_cast<char>(version >> 24));
-  text += line_of("mode        %s, %s\n", list.cam_mode == kVideoMode ? "video" : "photo",
-                  text_of_status(status));
-  text += line_of("recording   %u s\n", list.recording_time_s);
-  text += line_of("pictures    %u\n", camera.pictures_taken());
-  text += line_of("card        %s, %u of %u KiB free\n",
-                  storage.status == VLM_STORAGE_INSERTED ? "inserted" : "removed",
-                  storage.available_capacity, storage.total_capacity);
-  text += line_of("video       %u x %u, %u fps\n", list.video_res.res.w, list.video_res.res.h,
-                  list.video_res.fps);
-  text += line_of("zoom        %.1f, digital %u\n", static_cast<double>(list.zoom), list.dzoom);
-  text += line_of("focus       0x%04X\n", camera.lens().focus());
-  text += line_of("exposure    ae %u, ev %u, shutter %u, iso %u, iris %u\n", list.ae_mode, list.ev,
-                  list.shutter, list.iso, list.iris);
-  text += line_of("streaming   %u fps, flow control %u, debug %u\n", board.rtsp.fps(),
-                  board.rtsp.flow_control(), board.rtsp.flow_control_debug());
+  text += host::format("mode        %s, %s\n", list.cam_mode == kVideoMode ? "video" : "photo",
+                       text_of_status(status));
+  text += host::format("recording   %u s\n", list.recording_time_s);
+  text += host::format("pictures    %u\n", camera.pictures_taken());
+  text += host::format("card        %s, %u of %u KiB free\n",
+                       storage.status == VLM_STORAGE_INSERTED ? "inserted" : "removed",
+                       storage.available_capacity, storage.total_capacity);
+  text += host::format("video       %u x %u, %u fps\n", list.video_res.res.w, list.video_res.res.h,
+                       list.video_res.fps);
+  text +=
+      host::format("zoom        %.1f, digital %u\n", static_cast<double>(list.zoom), list.dzoom);
+  text += host::format("focus       0x%04X\n", camera.lens().focus());
+  text += host::format("exposure    ae %u, ev %u, shutter %u, iso %u, iris %u\n", list.ae_mode,
+                       list.ev, list.shutter, list.iso, list.iris);
+  text += host::format("streaming   %u fps, flow control %u, debug %u\n", board.rtsp.fps(),
+                       board.rtsp.flow_control(), board.rtsp.flow_control_debug());
   for (const auto& [name, value] : camera.properties().all()) {
-    text += line_of("property    %s = %s\n", name.c_str(), value.c_str());
+    text += host::format("property    %s = %s\n", name.c_str(), value.c_str());
   }
   for (const udp_ctrl_cam_t& request : camera.settings().as_requests()) {
     text += "setting     " + describe_request(request) + "\n";
@@ -129,7 +121,7 @@ OperatorAnswer notify(const SimulatedBoard& board, const std::string& rest) {
   }
   if (!valid) return wrong("notify needs TYPE (5 to 8) and up to 101 bytes in hexadecimal");
   made.type = static_cast<lcm_msg_type>(type);
-  board.camera.notify(made);
+  if (!board.camera.notify(made)) return wrong("too many notifications wait");
   return {"notified: " + describe_notification(made) + "\n"};
 }
 
@@ -162,11 +154,11 @@ constexpr Command kCommands[] = {
 OperatorAnswer help(const SimulatedBoard&, const std::string&) {
   std::string text;
   for (const Command& command : kCommands) {
-    text += line_of("%-28s  %s\n", command.usage, command.help);
+    text += host::format("%-28s  %s\n", command.usage, command.help);
   }
   for (const FaultSwitch& fault : fault_switches()) {
     const std::string usage = std::string(fault.name) + " " + fault.value;
-    text += line_of("%-28s  %s\n", usage.c_str(), fault.help);
+    text += host::format("%-28s  %s\n", usage.c_str(), fault.help);
   }
   return {text};
 }

@@ -80,9 +80,8 @@ void SimFleet::note_presence(const std::string& name) {
 
 std::string SimFleet::start() {
   std::string error;
-  const bus::BrokerPart* const part = bus::broker_part(error);
-  if (part == nullptr) return error;
-  _loop = part->make_loop();
+  _loop = bus::make_broker_loop(error);
+  if (!_loop) return error;
   for (Camera& camera : _cameras) {
     if (!camera.bridge->start(*_loop, error)) return error;
   }

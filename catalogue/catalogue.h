@@ -108,10 +108,10 @@ struct Field {
   Type type = Type::kNothing;
   u8 offset = 0;  // bytes, in `cmd_params` of the request
   u8 width = 0;   // bytes
+  bool ranged = false;
   const char* unit = "";
   u32 scale = 1;  // wire numbers in one unit: 10 where tenths travel
   List<Choice> choices{};
-  bool ranged = false;
   Range range{0, 0};   // when `ranged`
   double initial = 0;  // as the wire has it; a parameter whose initial is not allowed must be given
   const char* initial_text = "";
@@ -131,9 +131,15 @@ constexpr int kNone = -1;
 
 /// Codes of the commands that read, write and run one thing.
 struct Codes {
-  int get = kNone;
-  int set = kNone;
-  int run = kNone;
+  constexpr Codes() = default;
+  constexpr Codes(int its_get, int its_set, int its_run)
+      : get(static_cast<s16>(its_get)),
+        set(static_cast<s16>(its_set)),
+        run(static_cast<s16>(its_run)) {}
+
+  s16 get = kNone;
+  s16 set = kNone;
+  s16 run = kNone;
 };
 
 /// A setting that must have this value first.

@@ -2,6 +2,13 @@
 
 namespace vlm::client {
 
+Answer::Answer() = default;
+Answer::Answer(const Answer& other) = default;
+Answer::Answer(Answer&& other) noexcept = default;
+Answer& Answer::operator=(const Answer& other) = default;
+Answer& Answer::operator=(Answer&& other) noexcept = default;
+Answer::~Answer() = default;
+
 const char* text(Outcome outcome) {
   switch (outcome) {
     case Outcome::kDone: return "done";

@@ -24,6 +24,14 @@ enum class Outcome {
 const char* text(Outcome outcome);
 
 struct Answer {
+  // Not inline, as answers are copied in many places and programs are to stay small.
+  Answer();
+  Answer(const Answer& other);
+  Answer(Answer&& other) noexcept;
+  Answer& operator=(const Answer& other);
+  Answer& operator=(Answer&& other) noexcept;
+  ~Answer();
+
   Outcome outcome = Outcome::kNoAnswer;
   int error = 0;           // the camera's result, a vlm_err_t value; 0 when it gave none
   std::string reason;      // of kInvalid: what is wrong with it

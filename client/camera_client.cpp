@@ -4,10 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <deque>
-#include <future>
-#include <map>
 #include <optional>
+#include <vector>
 
 #include "envelope.h"
 
@@ -31,6 +29,12 @@ struct Request {
   CameraClient::Done done;
   Scheduler::Id timer = 0;
   Scheduler::TimePoint sent{};
+};
+
+/// An answer that may still come.
+struct Owed {
+  u16 code;
+  Scheduler::TimePoint until;
 };
 
 /// A request that has ended, and how: to be told outside the lock.
@@ -132,6 +136,7 @@ struct CameraClient::State : std::enable_shared_from_this<State> {
   void answered(const udp_ctrl_cam_t& reply);
   void time_over(Id id);
   void not_published(Id id);
+  void give_up();
   void close();
   void refuse(const Done& done, std::string reason);
   void tell(const Done& done, const Answer& answer);
@@ -140,6 +145,8 @@ struct CameraClient::State : std::enable_shared_from_this<State> {
   Scheduler::Id timer_of(Id id, std::chrono::milliseconds delay);
   Request take_in_flight();
   Request take_waiting(std::size_t place);
+  std::vector<Request> take_all();
+  void owe(u16 code);
   bool is_owed(u16 code);
   void settle(u16 code);
 
@@ -148,9 +155,9 @@ struct CameraClient::State : std::enable_shared_from_this<State> {
   const Options options;
 
   mutable std::mutex mutex;  // guards all members below; taken before the scheduler's
-  std::deque<Request> waiting;
+  std::vector<Request> waiting;
   std::optional<Request> in_flight;
-  std::map<u16, std::deque<Scheduler::TimePoint>> owed;  // until when, by code, ascending
+  std::vector<Owed> owed;  // in the order in which they end
   Counts counts;
   Notified notified;
   Id next_id = 1;
@@ -197,7 +204,7 @@ void CameraClient::State::send_next() {
     const std::lock_guard<std::mutex> guard(mutex);
     if (in_flight || waiting.empty()) return;
     in_flight = std::move(waiting.front());
-    waiting.pop_front();
+    waiting.erase(waiting.begin());
     scheduler.cancel(in_flight->timer);
     const bool status = in_flight->code == UDP_CTRL_CAM_GET_CAMERA_STATUS;
     in_flight->timer = timer_of(in_flight->id, status ? options.status_reply : options.reply);
@@ -263,7 +270,7 @@ void CameraClient::State::time_over(Id id) {
       ended = {take_waiting(static_cast<std::size_t>(queued - waiting.begin())),
                with_outcome(Outcome::kBusy)};
     } else if (in_flight && in_flight->id == id) {
-      owed[in_flight->code].push_back(scheduler.now() + options.owed);
+      owe(in_flight->code);
       ended = {take_in_flight(), with_outcome(Outcome::kNoAnswer)};
     } else {
       return;
@@ -284,13 +291,22 @@ void CameraClient::State::not_published(Id id) {
   send_next();
 }
 
+void CameraClient::State::give_up() {
+  std::vector<Request> rest;
+  {
+    const std::lock_guard<std::mutex> guard(mutex);
+    if (in_flight) owe(in_flight->code);
+    rest = take_all();
+  }
+  for (const Request& request : rest) tell(request.done, with_outcome(Outcome::kCancelled));
+}
+
 void CameraClient::State::close() {
-  std::deque<Request> rest;
+  std::vector<Request> rest;
   {
     const std::lock_guard<std::mutex> guard(mutex);
     closed = true;
-    if (in_flight) rest.push_back(take_in_flight());
-    while (!waiting.empty()) rest.push_back(take_waiting(0));
+    rest = take_all();
   }
   for (const Request& request : rest) tell(request.done, with_outcome(Outcome::kCancelled));
   std::unique_lock<std::mutex> lock(mutex);
@@ -331,21 +347,25 @@ Request CameraClient::State::take_waiting(std::size_t place) {
   return request;
 }
 
+std::vector<Request> CameraClient::State::take_all() {
+  std::vector<Request> all;
+  if (in_flight) all.push_back(take_in_flight());
+  while (!waiting.empty()) all.push_back(take_waiting(0));
+  return all;
+}
+
+void CameraClient::State::owe(u16 code) { owed.push_back({code, scheduler.now() + options.owed}); }
+
 /// Whether an answer of that code may still come for a request whose time was over.
 bool CameraClient::State::is_owed(u16 code) {
-  const auto found = owed.find(code);
-  if (found == owed.end()) return false;
-  auto& until = found->second;
-  while (!until.empty() && until.front() < scheduler.now()) until.pop_front();
-  if (!until.empty()) return true;
-  owed.erase(found);
-  return false;
+  while (!owed.empty() && owed.front().until < scheduler.now()) owed.erase(owed.begin());
+  return std::any_of(owed.begin(), owed.end(),
+                     [code](const Owed& each) { return each.code == code; });
 }
 
 void CameraClient::State::settle(u16 code) {
-  const auto found = owed.find(code);
-  found->second.pop_front();
-  if (found->second.empty()) owed.erase(found);
+  owed.erase(std::find_if(owed.begin(), owed.end(),
+                          [code](const Owed& each) { return each.code == code; }));
 }
 
 // --- CameraClient ---
@@ -436,17 +456,37 @@ void CameraClient::on_notification(Notified notified) {
   _state->notified = std::move(notified);
 }
 
+void CameraClient::give_up() { _state->give_up(); }
+
 Counts CameraClient::counts() const {
   const std::lock_guard<std::mutex> guard(_state->mutex);
   return _state->counts;
 }
 
-Answer await(const std::function<void(CameraClient::Done)>& start) {
-  // Shared: the promise is still being fulfilled while the answer is taken from it.
-  const auto promise = std::make_shared<std::promise<Answer>>();
-  auto future = promise->get_future();
-  start([promise](const Answer& answer) { promise->set_value(answer); });
-  return future.get();
+Answer await(const std::function<void(CameraClient::Done)>& start,
+             const std::function<void()>& look, std::chrono::milliseconds interval) {
+  struct Arrival {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::optional<Answer> answer;
+  };
+  // Shared: whoever tells the answer is still at it while it is taken.
+  const auto arrival = std::make_shared<Arrival>();
+  start([arrival](const Answer& answer) {
+    const std::lock_guard<std::mutex> guard(arrival->mutex);
+    arrival->answer = answer;
+    arrival->changed.notify_all();
+  });
+  std::unique_lock<std::mutex> lock(arrival->mutex);
+  const auto has_come = [&] { return arrival->answer.has_value(); };
+  if (!look) arrival->changed.wait(lock, has_come);
+  while (
+      !arrival->changed.wait_until(lock, std::chrono::steady_clock::now() + interval, has_come)) {
+    lock.unlock();
+    look();
+    lock.lock();
+  }
+  return *arrival->answer;
 }
 
 }  // namespace vlm::client

@@ -75,6 +75,10 @@ class CameraClient {
   /// Messages that no request asked for go to `notified`; empty: to nobody.
   void on_notification(Notified notified);
 
+  /// Ends all requests as cancelled, as if their time were over: the answer to the one in flight is
+  /// owed. Callbacks may make new ones.
+  void give_up();
+
   Counts counts() const;
 
  private:
@@ -84,8 +88,11 @@ class CameraClient {
 };
 
 /// Blocks until the request that `start` makes has ended: await([&](auto done) { client.get(row,
-/// done); }). Not to be called on the threads of transport or scheduler.
-Answer await(const std::function<void(CameraClient::Done)>& start);
+/// done); }). Not to be called on the threads of transport or scheduler. Meanwhile `look` is called
+/// every `interval`, if there is one; it may give up.
+Answer await(const std::function<void(CameraClient::Done)>& start,
+             const std::function<void()>& look = nullptr,
+             std::chrono::milliseconds interval = std::chrono::milliseconds(50));
 
 }  // namespace vlm::client
 

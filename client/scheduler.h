@@ -5,9 +5,9 @@
 #include <chrono>
 #include <condition_variable>
 #include <functional>
-#include <map>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace vlm::client {
 
@@ -42,14 +42,17 @@ class ThreadScheduler : public Scheduler {
   void cancel(Id id) override;
 
  private:
-  using Key = std::pair<TimePoint, Id>;
+  struct Entry {
+    TimePoint due;
+    Id id;
+    Action action;
+  };
 
   void run();
 
   std::mutex _mutex;  // guards all members below but the thread
   std::condition_variable _changed;
-  std::map<Key, Action> _actions;
-  std::map<Id, TimePoint> _due;
+  std::vector<Entry> _entries;  // in the order in which they are due, then in that of their ids
   Id _next_id = 1;
   bool _ending = false;
   std::thread _thread;

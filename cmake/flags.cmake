@@ -34,6 +34,8 @@ add_link_options($<${delivered}:LINKER:-z,relro,-z,now>)
 
 if(CMAKE_BUILD_TYPE STREQUAL "MinSizeRel")
   add_compile_options(-ffunction-sections -fdata-sections)
+  # Nothing asks an object for its type, whose name would take its place.
+  add_compile_options(-fno-rtti)
   add_link_options(-Wl,--gc-sections)
   set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
 endif()
@@ -51,4 +53,21 @@ set(VLM_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes
 if(VLM_SANITIZE)
   add_compile_options(-fsanitize=${VLM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${VLM_SANITIZE})
+  if(VLM_SANITIZE MATCHES "undefined")
+    # To look at an object's type needs a descriptor; tests take them all away.
+    add_compile_options(-fno-sanitize=vptr)
+  endif()
 endif()
+
+option(VLM_COVERAGE "Count which lines of the product run" OFF)
+if(VLM_COVERAGE)
+  add_link_options(--coverage)
+endif()
+
+# Has the lines of this directory's targets counted, where that is wanted; unoptimised, so that each
+# line is one.
+macro(vlm_count_lines)
+  if(VLM_COVERAGE)
+    add_compile_options(--coverage -O0)
+  endif()
+endmacro()

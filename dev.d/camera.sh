@@ -6,7 +6,7 @@
 KEPT_BUS=$PWD/build/bus
 
 camera_serves() {
-  build/release/bin/vlm_bus_probe velmar_repeater_udp "$@" 2>/dev/null
+  build/dev/bin/vlm_bus_probe velmar_repeater_udp "$@" 2>/dev/null
 }
 
 choose_bus() {
@@ -24,7 +24,7 @@ have_camera() {
     if camera_serves; then return; fi
     choose_bus "$scratch/bus"
   fi
-  build/release/bin/camera_sim </dev/null >"$scratch/camera.log" 2>&1 &
+  build/dev/bin/camera_sim </dev/null >"$scratch/camera.log" 2>&1 &
   children="$! $children"
   camera_serves --wait 5000 || {
     cat "$scratch/camera.log" >&2
@@ -42,32 +42,32 @@ foreground() {
 
 dev_run() {
   need "$BUILD_PACKAGES"
-  build release
+  build dev programs
   clean_up_at_exit
   have_camera
-  foreground build/release/bin/vlm_test "$@"
+  foreground build/dev/bin/vlm_test "$@"
 }
 
 dev_service() {
   need "$BUILD_PACKAGES"
-  build release
+  build dev programs
   clean_up_at_exit
   have_camera
-  foreground build/release/bin/vlm_udp_service "$@"
+  foreground build/dev/bin/vlm_udp_service "$@"
 }
 
 dev_sim() {
   need "$BUILD_PACKAGES"
-  build release
+  build dev programs
   clean_up_at_exit
   [ -n "${VLM_BUS_DIR:-}" ] || choose_bus "$KEPT_BUS"
   if camera_serves; then fail "a camera already serves the bus $VLM_BUS_DIR"; fi
   echo "dev: the camera's bus is $VLM_BUS_DIR" >&2
-  foreground build/release/bin/camera_sim "$@"
+  foreground build/dev/bin/camera_sim "$@"
 }
 
 dev_demo() {
   need "$CHECK_PACKAGES"
-  build release
-  docs/demo/record.py build/release/bin docs/demo.svg
+  build dev programs
+  docs/demo/record.py build/dev/bin docs/demo.svg
 }

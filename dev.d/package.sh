@@ -2,7 +2,7 @@
 # shellcheck disable=SC2154  # from ./dev: BOARD_PACKAGES
 # The Debian packages.
 
-PACKAGE_PACKAGES="$BOARD_PACKAGES dpkg-dev fakeroot file lintian mandoc systemd"
+PACKAGE_PACKAGES="$BOARD_PACKAGES dpkg-dev fakeroot file lintian mandoc systemd tshark"
 
 # package PRESET ARCHITECTURE [EMULATOR...]: makes both packages and tries them.
 package() {

@@ -33,6 +33,15 @@ std::chrono::nanoseconds boot_time() {
 
 }  // namespace
 
+std::unique_ptr<bus::BrokerLoop> make_mosquitto_loop(std::string& error) {
+  try {
+    return std::make_unique<MosquittoLoop>();
+  } catch (const std::system_error& fault) {
+    error = fault.what();
+    return nullptr;
+  }
+}
+
 /// What its owner holds; the loop shares the link.
 class MosquittoLoop::Connection : public bus::BrokerConnection {
  public:

@@ -15,6 +15,9 @@
 
 namespace vlm::fleet {
 
+/// Null when it cannot be made: `error` says why.
+std::unique_ptr<bus::BrokerLoop> make_mosquitto_loop(std::string& error);
+
 class MosquittoLoop : public bus::BrokerLoop {
  public:
   MosquittoLoop();

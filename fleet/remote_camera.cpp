@@ -56,7 +56,8 @@ std::unique_ptr<BrokerCamera> BrokerCamera::reach(const bus::BrokerAddress& addr
   plan.files = files;
   plan.client_id = "vlm-" + camera->_id;
   const std::lock_guard<std::mutex> guard(camera->_mutex);  // it may connect before this returns
-  camera->_loop = make_loop();
+  camera->_loop = make_loop(error);
+  if (!camera->_loop) return nullptr;
   camera->_connection = camera->_loop->connect(plan, *camera, error);
   return camera->_connection ? std::move(camera) : nullptr;
 }

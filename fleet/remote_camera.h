@@ -1,10 +1,12 @@
-// A camera behind a broker, as the bus of a program that asks it.
+// A camera behind a broker, as a program that asks it sees it: over the channels of the bus.
 #ifndef FLEET_REMOTE_CAMERA_H
 #define FLEET_REMOTE_CAMERA_H
 
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -13,6 +15,7 @@
 
 #include "broker.h"
 #include "topics.h"
+#include "vlm_userlcm_control_camera.h"
 
 namespace vlm::fleet {
 
@@ -39,21 +42,29 @@ class ExpectedAnswers {
   std::deque<Expected> _expected;
 };
 
-class BrokerCamera : public bus::RemoteCamera, private bus::BrokerListener {
+class BrokerCamera : private bus::BrokerListener {
  public:
-  using LoopMaker = std::unique_ptr<bus::BrokerLoop> (*)();
+  using LoopMaker = std::unique_ptr<bus::BrokerLoop> (*)(std::string& error);
+  /// Takes the first `length` bytes of a packet, on the loop's thread.
+  using Receiver = std::function<void(const void* packet, std::size_t length)>;
 
-  /// Null when the camera cannot be reached that way: `error` says why.
+  /// Connects in the background. Null when the camera cannot be reached that way: `error` says why.
   static std::unique_ptr<BrokerCamera> reach(const bus::BrokerAddress& address,
                                              const bus::BrokerFiles& files, LoopMaker make_loop,
                                              std::string& error);
 
-  bool wait_until_serving(std::chrono::milliseconds limit, std::string& error) override;
-  bool publish(const userlcm_packet_t& packet, unsigned int length,
-               const std::string& channel) override;
-  void listen(const std::string& channel, Receiver receiver) override;
-  std::string presence() override;
-  bool wait_until_online(std::chrono::milliseconds limit) override;
+  /// Waits until requests can be sent and answers come. False when that is not so within `limit`:
+  /// `error` says why.
+  bool wait_until_serving(std::chrono::milliseconds limit, std::string& error);
+  /// As send_msg_to_lcm; the first call waits until the connection stands, for up to 5 s. What is
+  /// published on the channels of answers comes back to this program's own receivers.
+  bool publish(const userlcm_packet_t& packet, unsigned int length, const std::string& channel);
+  /// Hands what comes on `channel` to `receiver` from now on, to others beside it.
+  void listen(const std::string& channel, Receiver receiver);
+  /// What the broker keeps about the camera: "online", "silent", "offline"; empty: nothing.
+  std::string presence();
+  /// Waits until the camera is online; false when it is not within `limit`.
+  bool wait_until_online(std::chrono::milliseconds limit);
 
  private:
   enum class State { kNew, kServing, kLost };

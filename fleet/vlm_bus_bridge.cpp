@@ -165,11 +165,10 @@ int serve(const bus::BrokerAddress& address, const Request& request) {
   const sigset_t signals = hold_end_signals();
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   std::string error;
-  const bus::BrokerPart* const part = bus::broker_part(error);
-  if (part == nullptr) return complain(error, kFailure);
+  const auto loop = bus::make_broker_loop(error);
+  if (!loop) return complain(error, kFailure);
   error = join_bus();
   if (!error.empty()) return complain(error, kFailure);
-  const auto loop = part->make_loop();
   Bridge bridge({address, bus::broker_files_of_environment(), request.rules, VLM_VERSION},
                 outlets());
   slot().set(&bridge);

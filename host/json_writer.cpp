@@ -44,8 +44,24 @@ JsonBlock& JsonBlock::element(const std::string& json) {
   return *this;
 }
 
-JsonBlock& JsonBlock::member(std::string_view name, const std::string& json) {
+JsonBlock& JsonBlock::member(const char* name, const std::string& json) {
   return element(json_string(name) + (_one_line ? ":" : ": ") + json);
+}
+
+JsonBlock& JsonBlock::text(const char* name, std::string_view value) {
+  return member(name, json_string(value));
+}
+
+JsonBlock& JsonBlock::boolean(const char* name, bool value) {
+  return member(name, value ? "true" : "false");
+}
+
+JsonBlock& JsonBlock::signed_number(const char* name, long long value) {
+  return member(name, std::to_string(value));
+}
+
+JsonBlock& JsonBlock::unsigned_number(const char* name, unsigned long long value) {
+  return member(name, std::to_string(value));
 }
 
 std::string JsonBlock::str() const {

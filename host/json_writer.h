@@ -21,17 +21,14 @@ class JsonBlock {
   /// Adds an element to an array.
   JsonBlock& element(const std::string& json);
   /// Adds a member to an object. The name is a plain text here as in what follows.
-  JsonBlock& member(std::string_view name, const std::string& json);
-  JsonBlock& text(std::string_view name, std::string_view value) {
-    return member(name, json_string(value));
-  }
-  JsonBlock& boolean(std::string_view name, bool value) {
-    return member(name, value ? "true" : "false");
-  }
+  JsonBlock& member(const char* name, const std::string& json);
+  JsonBlock& text(const char* name, std::string_view value);
+  JsonBlock& boolean(const char* name, bool value);
   template <typename Integer>
-  JsonBlock& number(std::string_view name, Integer value) {
+  JsonBlock& number(const char* name, Integer value) {
     static_assert(std::is_integral_v<Integer>, "a fraction has no one form");
-    return member(name, std::to_string(value));
+    if constexpr (std::is_signed_v<Integer>) return signed_number(name, value);
+    return unsigned_number(name, value);
   }
 
   /// All that was added so far, closed.
@@ -41,6 +38,8 @@ class JsonBlock {
   friend JsonBlock json_object(int depth);
   friend JsonBlock json_array(int depth);
   JsonBlock(char opening, char closing, int depth);
+  JsonBlock& signed_number(const char* name, long long value);
+  JsonBlock& unsigned_number(const char* name, unsigned long long value);
 
   bool _one_line;
   std::string _indent;

@@ -1,8 +1,8 @@
 #include "standard_output.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <system_error>
+
+#include "reason.h"
 
 namespace vlm::host {
 
@@ -11,8 +11,7 @@ int show(const char* program, const std::string& text) {
   if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) {
     return 0;
   }
-  std::fprintf(stderr, "%s: standard output: %s\n", program,
-               std::system_category().message(errno).c_str());
+  std::fprintf(stderr, "%s: standard output: %s\n", program, reason().c_str());
   return 1;
 }
 

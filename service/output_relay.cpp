@@ -29,10 +29,11 @@ unsigned long lines(const char* text, std::size_t size) {
 /// The relays of this process, until its end: threads print while it exits.
 std::array<OutputRelay*, 2> g_relays{};
 
-bool relay(std::FILE*& stream, OutputRelay*& relay, int descriptor, const char* program) {
+bool relay(std::FILE*& stream, OutputRelay*& relay, int descriptor, int buffering,
+           const char* program) {
   relay = new OutputRelay(descriptor, program);
   if (!relay->start()) return false;
-  std::FILE* const replacement = relay->open_stream();
+  std::FILE* const replacement = relay->open_stream(buffering);
   if (replacement == nullptr) return false;
   std::fflush(stream);
   stream = replacement;
@@ -52,11 +53,11 @@ bool OutputRelay::start() {
   return start_thread("OUTPUT", [this] { run(); });
 }
 
-std::FILE* OutputRelay::open_stream() {
+std::FILE* OutputRelay::open_stream(int buffering) {
   cookie_io_functions_t functions{};
   functions.write = append_to_relay;
   std::FILE* const stream = fopencookie(this, "w", functions);
-  if (stream != nullptr) std::setvbuf(stream, nullptr, _IOLBF, BUFSIZ);
+  if (stream != nullptr) std::setvbuf(stream, nullptr, buffering, BUFSIZ);
   return stream;
 }
 
@@ -154,8 +155,9 @@ void OutputRelay::drain(std::chrono::milliseconds limit) {
 }
 
 bool relay_standard_output(const char* program) {
-  return relay(stdout, g_relays[0], STDOUT_FILENO, program) &&
-         relay(stderr, g_relays[1], STDERR_FILENO, program);
+  // The service shows its output itself, once it has printed all lines of a step.
+  return relay(stdout, g_relays[0], STDOUT_FILENO, _IOFBF, program) &&
+         relay(stderr, g_relays[1], STDERR_FILENO, _IOLBF, program);
 }
 
 void drain_standard_output(std::chrono::milliseconds limit) {

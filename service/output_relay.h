@@ -24,9 +24,9 @@ class OutputRelay {
   /// errno, when there is no thread to be had.
   bool start();
 
-  /// A line-buffered stream into the relay, for good; null when there is no memory. Writing to it
-  /// neither blocks nor fails.
-  std::FILE* open_stream();
+  /// A stream into the relay, for good, buffered as setvbuf takes it; null when there is no memory.
+  /// Writing to it neither blocks nor fails.
+  std::FILE* open_stream(int buffering);
 
   /// Takes text. Any thread; never blocks.
   void append(const char* text, std::size_t size);
@@ -64,7 +64,8 @@ class OutputRelay {
   bool _mid_line = false;     // the last byte written was no newline
 };
 
-/// Sends standard output and standard error through relays of their own. False, with the reason in
+/// Sends standard output and standard error through relays of their own, the first as it is shown
+/// (velmar_output.h), the other line by line. False, with the reason in
 /// errno, when that is not possible. Once, before other threads print.
 bool relay_standard_output(const char* program);
 

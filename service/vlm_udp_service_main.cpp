@@ -3,6 +3,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -17,12 +18,15 @@
 #include <system_error>
 #include <vector>
 
+#include "admission.h"
 #include "bus_listeners.h"
 #include "options.h"
 #include "output_relay.h"
+#include "reason.h"
 #include "standard_output.h"
 #include "threads.h"
 #include "velmar_log.h"
+#include "velmar_output.h"
 #include "velmar_udp_master_k720.h"
 
 namespace vlm::service {
@@ -30,6 +34,8 @@ namespace vlm::service {
 namespace {
 
 constexpr char kName[] = "vlm_udp_service";
+
+constexpr unsigned kHighestRate = 1000000;
 
 constexpr int kFailure = 1;
 constexpr int kUsageFault = 2;
@@ -42,13 +48,13 @@ constexpr std::chrono::milliseconds kTimeToDrain{300};
 
 struct Settings {
   int port = 9528;
+  in_addr address{INADDR_ANY};
+  AdmissionRules rules;
   std::optional<std::string> sdcard;  // none: where the board has it
   bool log_time = false;
   bool help = false;
   bool version = false;
 };
-
-std::string reason() { return std::system_category().message(errno); }
 
 int complain(const std::string& message, int status) {
   std::fprintf(stderr, "%s: %s\n", kName, message.c_str());
@@ -61,10 +67,26 @@ bool parse_port(const std::string& text, int& port) {
   return error == std::errc() && stop == end && port >= 0 && port <= 65535;
 }
 
+bool parse_rate(const std::string& text, unsigned& rate) {
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, rate);
+  return error == std::errc() && stop == end && rate >= 1 && rate <= kHighestRate;
+}
+
 std::vector<host::Option> table(Settings& settings) {
   return {
       {"--port", "N", "serve UDP port N (default 9528; 0: a free one)",
        [&](const std::string& value) { return parse_port(value, settings.port); }},
+      {"--bind", "ADDRESS", "serve this IPv4 address of the machine alone (default: all of them)",
+       [&](const std::string& value) { return parse_address(value, settings.address); }},
+      {"--allow", "NET", "serve senders of NET alone, 10.0.0.7 or 10.0.0.0/8; may be repeated",
+       [&](const std::string& value) {
+         const auto network = parse_network(value);
+         if (network) settings.rules.allowed.push_back(*network);
+         return network.has_value();
+       }},
+      {"--rate", "RATE", "serve at most RATE datagrams a second of each sender's address",
+       [&](const std::string& value) { return parse_rate(value, settings.rules.rate); }},
       {"--sdcard", "DIR", "where the SD card is mounted (default /sdcard)",
        [&](const std::string& value) {
          settings.sdcard = value;
@@ -83,13 +105,20 @@ std::string help() {
   return "Usage: vlm_udp_service [OPTION]...\n"
          "Serves the camera-control UDP protocol: applications drive the camera with it.\n"
          "\n" +
-         host::options_help(table(unused), 12);
+         host::options_help(table(unused), 14);
+}
+
+/// What a value was to be, by its name in the help.
+std::string wanted(const std::string& value) {
+  if (value == "ADDRESS") return "address";
+  if (value == "NET") return "network";
+  return value == "RATE" ? "rate of 1 to " + std::to_string(kHighestRate) : "port";
 }
 
 std::string wording_of(const host::OptionFault& fault) {
   switch (fault.kind) {
     case host::OptionFault::kNeedsValue: return "a value is missing: " + fault.argument;
-    case host::OptionFault::kBadValue: return "no port: " + fault.value;
+    case host::OptionFault::kBadValue: return "no " + wanted(fault.wanted) + ": " + fault.value;
     default: return "not an option: " + fault.argument;
   }
 }
@@ -145,29 +174,50 @@ void hold_standard_descriptors() {
 int prove_threads() {
   for (const char* const name : {"RCVCMD", "PCCMD"}) {
     if (thread_lives(name)) continue;
-    const std::string why = errno == 0 ? "it could not be made" : reason();
+    const std::string why = errno == 0 ? "it could not be made" : host::reason();
     return complain(std::string("there is no thread ") + name + ": " + why, kFailure);
   }
   return 0;
 }
 
-int open_port(int port) {
-  if (vlm_udp_master_k720_init(port) == 0) return prove_threads();
-  const std::string why = errno == EADDRINUSE ? "is it in use?" : reason();
-  return complain("port " + std::to_string(port) + " cannot be served: " + why, kFailure);
+/// Asked on a thread that never ends; none where everybody is served. Never freed.
+std::atomic<Admission*> g_admission{nullptr};
+
+UdpRestrictions restrictions_of(const Settings& settings) {
+  UdpRestrictions restrictions{settings.address, {}};
+  if (settings.rules.allowed.empty() && settings.rules.rate == 0) return restrictions;
+  g_admission = new Admission(settings.rules, [](const std::string& line) { complain(line, 0); });
+  restrictions.admits = [](const sockaddr_in& sender) {
+    try {
+      return g_admission.load()->admits(sender);
+    } catch (const std::bad_alloc&) {
+      end_without_memory();
+    }
+  };
+  return restrictions;
+}
+
+int open_port(const Settings& settings) {
+  if (vlm_udp_master_k720_init(settings.port, restrictions_of(settings)) == 0) {
+    return prove_threads();
+  }
+  const std::string why = errno == EADDRINUSE ? "is it in use?" : host::reason();
+  return complain("port " + std::to_string(settings.port) + " cannot be served: " + why, kFailure);
 }
 
 /// Returns 0 once the service serves, else the status to end with.
 int start(const Settings& settings) {
   if (!start_bus_listeners()) {
-    return complain(errno == 0 ? "the bus does not deliver" : "no thread for the bus: " + reason(),
-                    kFailure);
+    return complain(
+        errno == 0 ? "the bus does not deliver" : "no thread for the bus: " + host::reason(),
+        kFailure);
   }
-  if (const int status = open_port(settings.port); status != 0) return status;
+  if (const int status = open_port(settings); status != 0) return status;
   if (settings.log_time && !start_thread("TIMELOG", [] { log_time_thread(nullptr); })) {
-    return complain("no thread for the time log: " + reason(), kFailure);
+    return complain("no thread for the time log: " + host::reason(), kFailure);
   }
   std::printf("vlm_udp_service: serving port %d\n", vlm_udp_master_k720_port());
+  show_output();
   return 0;
 }
 
@@ -175,6 +225,7 @@ int start(const Settings& settings) {
 [[noreturn]] void end(int status) {
   static std::mutex& once = *new std::mutex;
   once.lock();
+  if (Admission* const admission = g_admission) admission->tell_rest();
   drain_standard_output(kTimeToDrain);
   std::exit(status);
 }
@@ -184,16 +235,18 @@ int start(const Settings& settings) {
   const sigset_t end_signals = hold_end_signals();
   std::signal(SIGPIPE, SIG_IGN);  // of a reader of our output that has gone
   if (!relay_standard_output(kName)) {
-    end(complain("no thread for the output: " + reason(), kFailure));
+    end(complain("no thread for the output: " + host::reason(), kFailure));
   }
+  std::atexit(end_output);  // first, and so run last: what the others wait for may be printing
   if (settings.sdcard) use_sdcard(*settings.sdcard);
   vlm_camera_log_init();
   const auto start_or_end = [settings] {
     if (const int status = start(settings); status != 0) end(status);
   };
   if (!start_thread("START", start_or_end)) {
-    end(complain("no thread to start with: " + reason(), kFailure));
+    end(complain("no thread to start with: " + host::reason(), kFailure));
   }
+  show_output();
   int signal = 0;
   sigwait(&end_signals, &signal);
   end(0);

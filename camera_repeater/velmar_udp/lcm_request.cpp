@@ -8,6 +8,7 @@
 #include "velmar_cmd.h"
 #include "velmar_err.h"
 #include "velmar_log.h"
+#include "velmar_output.h"
 
 namespace {
 
@@ -28,20 +29,14 @@ __attribute__((init_priority(101))) EngineStorage g_engine;
 // A level of its own in the trace log: a time stamp, no counter.
 constexpr int kLogPlain = 4;
 
-/// The bus packet of a camera request.
-userlcm_packet_t request_packet(const udp_ctrl_cam_t& cmd) {
-  userlcm_packet_t packet{};
-  std::memcpy(packet.channel, kReplyChannel, sizeof kReplyChannel);
-  msg_from_rep_t message{};
-  message.msg_type = LCM_CONTROL_CAMERA;
-  std::memcpy(message.msg_data, &cmd, sizeof cmd);
-  std::memcpy(packet.msg_buf, &message, sizeof message);
-  return packet;
-}
+// Between them stands a command's name, behind them the result.
+constexpr std::string_view kFinished = "finish waiting for cmd ";
+constexpr std::string_view kFinishedWith = " response. error code: ";
 
 void report_still_pending(int state, int last_sent, const char* caller) {
   std::printf("Error: a request is already pending:[%d], last sent cmd: %s\n", state,
               vlm_strcmd(last_sent));
+  show_output();  // the log's card may take its time, here and below
   vlm_log_print(kLogPlain, "Error: a request is already pending.");
   if (caller != nullptr) {
     vlm_log_print(kLogPlain, " %s() failed.", caller);
@@ -54,6 +49,11 @@ void report_still_pending(int state, int last_sent, const char* caller) {
 
 LcmRequest& lcm_request = g_engine.engine;
 
+LcmRequest::LcmRequest() {
+  std::memcpy(_packet.channel, kReplyChannel, sizeof kReplyChannel);
+  _packet.msg_buf[offsetof(msg_from_rep_t, msg_type)] = LCM_CONTROL_CAMERA;
+}
+
 bool LcmRequest::get_ready(const char* caller) {
   MutexLock lock(_mutex);
   const auto idle = [this]() VLM_REQUIRES(_mutex) { return _state == IDLE; };
@@ -62,16 +62,16 @@ bool LcmRequest::get_ready(const char* caller) {
     return false;
   }
   _state = BUSY;
-  std::printf("%s() is ready.\n", caller != nullptr ? caller : "(null)");
+  print_pieces({caller != nullptr ? caller : "(null)", "() is ready.\n"});
   return true;
 }
 
 void LcmRequest::send_ctrl_cam(const udp_ctrl_cam_t& cmd) {
-  const userlcm_packet_t packet = request_packet(cmd);
+  std::memcpy(_packet.msg_buf + offsetof(msg_from_rep_t, msg_data), &cmd, sizeof cmd);
   _lcm_request_time_start = time_ms();
   _last_cmd_type_sent = cmd.cmd_type;
   // A lost request shows as a time-out, whatever the bus says.
-  send_msg_to_lcm(&packet, sizeof(msg_from_rep_t), kRequestChannel);
+  send_msg_to_lcm(&_packet, sizeof(msg_from_rep_t), kRequestChannel);
 }
 
 bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result) {
@@ -81,26 +81,20 @@ bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result) {
 bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Results& results) {
   MutexLock lock(_mutex);
   send_ctrl_cam(cmd);
-  const char* const name = vlm_strcmd(cmd.cmd_type);
-  std::printf("Send %s\n", name);
+  const std::string_view name = vlm_strcmd(cmd.cmd_type);
+  print_pieces({"Send ", name, "\n"});
 
-  wait_for_reply(lock, cmd);
-  if (_state != BUSY) {
-    m_err_code = VLM_ERR_FAILED;
-    std::puts(
-        "!!!!CRITICAL!!!! the state of the lcm_request machine is supposed to be BUSY, but it's "
-        "IDEL.");
-  }
-  const int err = m_err_code;
-  if (err != VLM_ERR_NONE) {
-    std::printf("LCM request %s failed with: %s\n", name, vlm_strerr(err));
-    vlm_log_print(kLogPlain, "LCM request %s failed with: %s", name, vlm_strerr(err));
-  } else {
-    std::printf("Recv %s Ack OK\n", name);
+  const bool answered = wait_for_reply(lock, cmd, name);
+  const bool consistent = cmd.cmd_type == _last_cmd_type_sent && _state == BUSY;
+  if (answered && consistent && m_err_code == VLM_ERR_NONE) {
+    print_pieces({kFinished, name, kFinishedWith, "0\nRecv ", name, " Ack OK\n"});
     for (const Result& copy : results) {
       if (copy.size != 0) std::memcpy(copy.out, copy.field, copy.size);
     }
+  } else {
+    report_failure(answered, cmd, name);
   }
+  const int err = m_err_code;
   if (result != nullptr) *result = err;
 
   _state = IDLE;
@@ -110,47 +104,69 @@ bool LcmRequest::send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Res
   return err == VLM_ERR_NONE;
 }
 
-void LcmRequest::wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd) {
+bool LcmRequest::wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd, std::string_view name) {
   const auto timeout =
       cmd.cmd_type == UDP_CTRL_CAM_GET_CAMERA_STATUS ? _timeouts.status_reply : _timeouts.reply;
   const auto answered = [&]() VLM_REQUIRES(_mutex) {
     return _last_cmd_type_received == cmd.cmd_type;
   };
   if (!lock.wait_at_most(_lcm_response_cond, timeout, answered)) {
-    const char* const name = vlm_strcmd(cmd.cmd_type);
-    std::printf("error: LCM request %s timeout waiting for answer\n", name);
-    vlm_log_print(kLogPlain, "error: LCM request %s timeout waiting for answer", name);
+    std::printf("error: LCM request %s timeout waiting for answer\n", name.data());
+    show_output();
+    vlm_log_print(kLogPlain, "error: LCM request %s timeout waiting for answer", name.data());
     m_err_code = VLM_ERR_IS_TIMEOUT;
-    return;
+    return false;
   }
-  std::printf("finish waiting for cmd %s response. error code: %d\n",
-              vlm_strcmd(_last_cmd_type_sent), m_err_code.load());
-  if (cmd.cmd_type != _last_cmd_type_sent) {
+  return true;
+}
+
+/// Says why the request has no result, and leaves the reason in m_err_code.
+void LcmRequest::report_failure(bool answered, const udp_ctrl_cam_t& cmd, std::string_view name) {
+  if (answered) {
+    const char* const sent = vlm_strcmd(_last_cmd_type_sent);
+    print_pieces({kFinished, sent, kFinishedWith, Decimal(m_err_code), "\n"});
+    if (cmd.cmd_type != _last_cmd_type_sent) {
+      m_err_code = VLM_ERR_FAILED;
+      std::printf(
+          "!!!!CRITICAL!!!! last sent cmd %s was changed unexpectedly. it is supposed to be %s\n",
+          sent, name.data());
+    }
+  }
+  if (_state != BUSY) {
     m_err_code = VLM_ERR_FAILED;
-    std::printf(
-        "!!!!CRITICAL!!!! last sent cmd %s was changed unexpectedly. it is supposed to be %s\n",
-        vlm_strcmd(_last_cmd_type_sent), vlm_strcmd(cmd.cmd_type));
+    std::puts(
+        "!!!!CRITICAL!!!! the state of the lcm_request machine is supposed to be BUSY, but it's "
+        "IDEL.");
   }
+  const char* const reason = vlm_strerr(m_err_code);
+  std::printf("LCM request %s failed with: %s\n", name.data(), reason);
+  show_output();
+  vlm_log_print(kLogPlain, "LCM request %s failed with: %s", name.data(), reason);
 }
 
 void LcmRequest::receive_msg(const udp_ctrl_cam_t& reply) {
   MutexLock lock(_mutex);
   if (_state != BUSY) {
     std::puts("not waiting on answer");
+    lock.unlock();
+    show_output();
     return;
   }
-  const unsigned long long took = elapsed_ms(_lcm_request_time_start, time_ms());
-  std::printf("LCM request %s took: %llu ms, error %d\n", vlm_strcmd(reply.cmd_type), took,
-              reply.err_code);
+  const Decimal took(elapsed_ms(_lcm_request_time_start, time_ms()));
+  print_pieces({"LCM request ", vlm_strcmd(reply.cmd_type), " took: ", took, " ms, error ",
+                Decimal(reply.err_code), "\n"});
   if (reply.err_code == VLM_ERR_NONE) save_lcm_result(reply);
   // Whoever waits still has to wake up: what comes until then must not take its answer away.
   if (!is_answered()) {
     _last_cmd_type_received = reply.cmd_type;
     m_err_code = reply.err_code;
   }
+  const bool answered = is_answered();
   // The woken caller needs the lock at once: give it back first.
   lock.unlock();
   _lcm_response_cond.notify_one();
+  // A caller that has its answer prints more, and shows all of it together.
+  if (!answered) show_output();
 }
 
 bool LcmRequest::is_answered() const {

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <string_view>
 
 #include "velmar_flag_cond.h"
 #include "velmar_mutex.h"
@@ -127,7 +128,7 @@ class LcmRequest {
     std::chrono::milliseconds rtsp_reply{200};    // for the streaming process
   };
 
-  LcmRequest() = default;
+  LcmRequest();
   LcmRequest(const LcmRequest&) = delete;
   LcmRequest& operator=(const LcmRequest&) = delete;
 
@@ -396,8 +397,7 @@ class LcmRequest {
   using Results = std::array<Result, kMostResults>;
 
   // The one pattern of all operations, see lcm_request_pattern.h. `caller` is the operation's name.
-  Request ask(udp_ctrl_cam_cmds code, int* perr = nullptr,
-              const char* caller = __builtin_FUNCTION());
+  Request ask(udp_ctrl_cam_cmds code, const char* caller = __builtin_FUNCTION());
 
   /// Prints a text; always true, so that it chains behind a success.
   static bool say(const char* format, ...) __attribute__((format(printf, 1, 2)));
@@ -405,7 +405,10 @@ class LcmRequest {
   /// send_and_wait, which on success also copies `results` while the engine is still the caller's:
   /// no other request's answer can come in between.
   bool send_and_wait(const udp_ctrl_cam_t& cmd, int* result, const Results& results);
-  void wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd) VLM_REQUIRES(_mutex);
+  bool wait_for_reply(MutexLock& lock, const udp_ctrl_cam_t& cmd, std::string_view name)
+      VLM_REQUIRES(_mutex);
+  void report_failure(bool answered, const udp_ctrl_cam_t& cmd, std::string_view name)
+      VLM_REQUIRES(_mutex);
   /// The reply to the pending command has been recorded.
   bool is_answered() const VLM_REQUIRES(_mutex);
   void save_lcm_result(const udp_ctrl_cam_t& reply) VLM_REQUIRES(_mutex);
@@ -421,10 +424,11 @@ class LcmRequest {
   int _last_cmd_type_sent VLM_GUARDED_BY(_mutex) = -1;      // -1 when none is in flight
   int _last_cmd_type_received VLM_GUARDED_BY(_mutex) = -1;  // -1 when none is pending
   u64 _lcm_request_time_start VLM_GUARDED_BY(_mutex) = 0;
-  Data _data VLM_GUARDED_BY(_mutex) = Data();  // zero, its padding too
-  std::atomic<u16> m_err_code{0};              // written under _mutex, read without it
-  std::condition_variable _lcm_response_cond;  // a reply has been recorded
-  std::condition_variable _lcm_ready_cond;     // the engine is idle again
+  Data _data VLM_GUARDED_BY(_mutex) = Data();         // zero, its padding too
+  userlcm_packet_t _packet VLM_GUARDED_BY(_mutex){};  // of each request: all but its record stays
+  std::atomic<u16> m_err_code{0};                     // written under _mutex, read without it
+  std::condition_variable _lcm_response_cond;         // a reply has been recorded
+  std::condition_variable _lcm_ready_cond;            // the engine is idle again
 
   // The side channel.
   Mutex _rtsp_turn;  // one request at a time; taken before _rtsp_mutex

@@ -25,10 +25,10 @@ void store(Data& data, const u8* payload) {
 }
 
 /// A reply that carries no result.
-void store_nothing(Data& /*data*/, const u8* /*payload*/) {}
+constexpr Store store_nothing = nullptr;
 
-/// A reply that the store does not know: it reports the code.
-constexpr Store kUnknown = nullptr;
+/// Marks a reply that the store does not know: save_lcm_result reports its code instead.
+void unknown(Data& /*data*/, const u8* /*payload*/) {}
 
 template <typename T>
 T read(const u8* bytes) {
@@ -168,15 +168,15 @@ constexpr Command kCommands[] = {
     {UDP_CTRL_CAM_STOP_PHOTO, "STOP_PHOTO", store_nothing},
     {UDP_CTRL_CAM_GET_IMAGE_DEWARP, "GET_IMAGE_DEWARP", store<&Data::dewarp_mode>},
     {UDP_CTRL_CAM_SET_IMAGE_DEWARP, "SET_IMAGE_DEWARP", store_nothing},
-    {UDP_CTRL_CAM_GET_COUNTRY_CODE, "GET_COUNTRY_CODE", kUnknown},
+    {UDP_CTRL_CAM_GET_COUNTRY_CODE, "GET_COUNTRY_CODE", unknown},
     {UDP_CTRL_CAM_SET_COUNTRY_CODE, "SET_COUNTRY_CODE", store_nothing},
     {UDP_CTRL_CAM_SEND_WIFI_STATUS, "SEND_WIFI_STATUS", store_nothing},
     {UDP_CTRL_CAM_SEND_RC_BOARD_ID, "SEND_RC_BOARD_ID", store_nothing},
     {UDP_CTRL_CAM_SET_SECOND_STREAM_BITRATE, "SET_SECOND_STREAM_BITRATE", store_nothing},
-    {UDP_CTRL_CAM_GET_WIFI_FREQ_SEL, "GET_WIFI_FREQ_SEL", kUnknown},
-    {UDP_CTRL_CAM_SET_WIFI_FREQ_SEL, "SET_WIFI_FREQ_SEL", kUnknown},
-    {UDP_CTRL_CAM_GET_WIFI_CHANNEL, "GET_WIFI_CHANNEL", kUnknown},
-    {UDP_CTRL_CAM_SET_WIFI_CHANNEL, "SET_WIFI_CHANNEL", kUnknown},
+    {UDP_CTRL_CAM_GET_WIFI_FREQ_SEL, "GET_WIFI_FREQ_SEL", unknown},
+    {UDP_CTRL_CAM_SET_WIFI_FREQ_SEL, "SET_WIFI_FREQ_SEL", unknown},
+    {UDP_CTRL_CAM_GET_WIFI_CHANNEL, "GET_WIFI_CHANNEL", unknown},
+    {UDP_CTRL_CAM_SET_WIFI_CHANNEL, "SET_WIFI_CHANNEL", unknown},
     {UDP_CTRL_CAM_GET_EIS_STATUS, "GET_EIS_STATUS", store<&Data::eis_flag>},
     {UDP_CTRL_CAM_SET_EIS_STATUS, "SET_EIS_STATUS", store_nothing},
     {UDP_CTRL_CAM_GET_DIGITAL_ZOOM, "GET_DIGITAL_ZOOM", store_digital_zoom},
@@ -190,10 +190,7 @@ constexpr Command kCommands[] = {
     {UDP_CTRL_CAM_SET_SECOND_STREAM_RESOLUTION, "SET_SECOND_STREAM_RESOLUTION", store_nothing},
     {UDP_CTRL_CAM_SET_MAIN_STREAM_FRAMERATE_DIVISOR, kNoName, store_nothing},
     {UDP_CTRL_CAM_GET_MAIN_STREAM_FRAMERATE_DIVISOR, kNoName, store<&Data::framerate_divisor>},
-    {UDP_CTRL_CAM_SET_MEDIA_FILENUM_OPTION, kNoName, kUnknown},
     {UDP_CTRL_CAM_GET_MEDIA_FILENUM_OPTION, kNoName, store<&Data::file_num_option>},
-    {UDP_CTRL_CAM_SET_CAM_MODE_LOCK, kNoName, kUnknown},
-    {UDP_CTRL_CAM_GET_CAM_MODE_LOCK, kNoName, kUnknown},
     {UDP_CTRL_CAM_GET_SDCARD_SUPPORT_INFO, "GET_SDCARD_SUPPORT_INFO", store<&Data::sd_sp_info>},
     {UDP_CTRL_CAM_GET_PALETTE_TYPE, "GET_PALETTE_TYPE", store<&Data::palette_type>},
     {UDP_CTRL_CAM_SET_PALETTE_TYPE, "SET_PALETTE_TYPE", store_nothing},
@@ -218,8 +215,6 @@ constexpr Command kCommands[] = {
     {UDP_CTRL_CAM_GET_CAMERA_PN_INFO, "GET_CAMERA_PN", store<&Data::pn_info>},
     {UDP_CTRL_CAM_GET_GAIN_MODE, "GET_GAINMODE", store<&Data::gain_mode>},
     {UDP_CTRL_CAM_SET_GAIN_MODE, "SET_GAINMODE", store_nothing},
-    {UDP_CTRL_CAM_GET_MAX_GAIN, kNoName, kUnknown},
-    {UDP_CTRL_CAM_SET_MAX_GAIN, kNoName, kUnknown},
     {UDP_CTRL_CAM_GET_SSO, "UDP_CTRL_CAM_GET_SSO", store<&Data::sso>},
     {UDP_CTRL_CAM_SET_SSO, "UDP_CTRL_CAM_SET_SSO", store_nothing},
     {UDP_CTRL_CAM_GET_ACE, "UDP_CTRL_CAM_GET_ACE", store<&Data::ace>},
@@ -232,33 +227,24 @@ constexpr Command kCommands[] = {
     {UDP_CTRL_CAM_SET_TH_DIGITAL_ZOOM, "UDP_CTRL_CAM_SET_TH_DIGITAL_ZOOM", store_nothing},
     {UDP_CTRL_CAM_GET_TH_ENV_TEMP, "UDP_CTRL_CAM_GET_TH_ENV_TEMP", store<&Data::th_env_temp>},
     {UDP_CTRL_CAM_SET_TH_ENV_TEMP, "UDP_CTRL_CAM_SET_TH_ENV_TEMP", store_nothing},
-    {UDP_CTRL_CAM_TH_SAVE_CONF, "UDP_CTRL_CAM_TH_SAVE_CONF", kUnknown},
+    {UDP_CTRL_CAM_TH_SAVE_CONF, "UDP_CTRL_CAM_TH_SAVE_CONF", unknown},
     {UDP_CTRL_CAM_GET_TH_DEWARP, "UDP_CTRL_CAM_GET_TH_DEWARP", store<&Data::th_dewarp>},
     {UDP_CTRL_CAM_SET_TH_DEWARP, "UDP_CTRL_CAM_SET_TH_DEWARP", store_nothing},
     {UDP_CTRL_CAM_GET_STREAM_PROP, "UDP_CTRL_CAM_GET_STREAM_PROP", store<&Data::stream_prop>},
     {UDP_CTRL_CAM_SET_STREAM_PROP, "UDP_CTRL_CAM_SET_STREAM_PROP", store_nothing},
-    {UDP_CTRL_CAM_GET_VIDEO_ENCRYPT, kNoName, kUnknown},
-    {UDP_CTRL_CAM_SET_VIDEO_ENCRYPT, kNoName, kUnknown},
-    {UDP_CTRL_CAM_GET_VIDEO_PASSWD, kNoName, kUnknown},
-    {UDP_CTRL_CAM_SET_VIDEO_PASSWD, kNoName, kUnknown},
     {UDP_CTRL_CAM_ZOOM_TELE_WIDE_STOP, "ZOOM_TELE_WIDE_STOP", store_nothing},
-    {UDP_CTRL_CAM_DZOOM_TELE_WIDE_STOP, "DZOOM_TELE_WIDE_STOP", kUnknown},
+    {UDP_CTRL_CAM_DZOOM_TELE_WIDE_STOP, "DZOOM_TELE_WIDE_STOP", unknown},
     {UDP_CTRL_CAM_FOCUS_FAR_NEAR_STOP, "FOCUS_FAR_NEAR_STOP", store_nothing},
-    {UDP_CTRL_CAM_DZOOM_ONOFF, kNoName, kUnknown},
     {UDP_CTRL_CAM_AUTO_FOCUS, kNoName, store_nothing},
     {UDP_CTRL_CAM_SET_FOCUS, kNoName, store_nothing},
     {UDP_CTRL_CAM_GET_FOCUS, kNoName, store_focus},
-    {UDP_CTRL_CAM_SET_IRIS, "SET_IRIS", kUnknown},
+    {UDP_CTRL_CAM_SET_IRIS, "SET_IRIS", unknown},
     {UDP_CTRL_CAM_GET_IRIS, "GET_IRIS", store<&Data::iris>},
     {UDP_CTRL_CAM_GET_SHUTTER, "GET_SHUTTER", store<&Data::shutter>},
     {UDP_CTRL_CAM_GET_ISO, "GET_ISO", store<&Data::iso>},
     {UDP_CTRL_CAM_SET_FOCUS_MODE, "SET_FOCUS_MODE", store_nothing},
-    {UDP_CTRL_CAM_SET_FOCUS_LIMITE, kNoName, kUnknown},
-    {UDP_CTRL_CAM_SET_DEFOG_ONOFF, kNoName, kUnknown},
     {UDP_CTRL_CAM_SET_DEFOG_LEVEL, "DEFOG_LEVEL", store_nothing},
     {UDP_CTRL_CAM_GET_DEFOG_LEVEL, "GET_DEFOG_LEVEL", store_defog_level},
-    {UDP_CTRL_CAM_MEMORY_SAVE_SET, kNoName, kUnknown},
-    {UDP_CTRL_CAM_MEMORY_SAVE_INQ, kNoName, kUnknown},
     {UDP_CTRL_CAM_CUSTOM_RECALL, kNoName, store_nothing},
     {UDP_CTRL_CAM_CUSTOM_SET, kNoName, store_nothing},
     {UDP_CTRL_CAM_GET_RGAIN_VALUE, "GET_RGAIN", store<&Data::rgain>},
@@ -285,11 +271,12 @@ const char* vlm_strcmd(int cmd) {
 
 void LcmRequest::save_lcm_result(const udp_ctrl_cam_t& reply) {
   const Command* const command = find_by_code(kCommands, reply.cmd_type);
-  if (command == nullptr || command->store == kUnknown) {
+  const Store store = command != nullptr ? command->store : unknown;
+  if (store == unknown) {
     std::printf("unknown lcm type[%d]\n", reply.cmd_type);
-    return;
+  } else if (store != store_nothing) {
+    store(_data, reply.cmd_params);
   }
-  command->store(_data, reply.cmd_params);
 }
 
 void LcmRequest::convert_to_lcm_camera_status(u8& status) {

@@ -36,14 +36,15 @@ bool LcmRequest::get_all_request_list(udp_ctrl_cam_request_list_t* list) {
 bool LcmRequest::send_capture_cmd(int* perr, unsigned int* wait_noti_flag) {
   vlm_log_print(kLogCommand, "Capture");
   if (perr != nullptr) *perr = VLM_ERR_FAILED;
-  return ask(UDP_CTRL_CAM_TAKE_PHOTO, perr)
+  return ask(UDP_CTRL_CAM_TAKE_PHOTO)
+      .code_into(perr)
       .armed(wait_noti_flag)
       .logged(kLogFailure, "Fail", kLogSuccess, "OK")
       .send("Error: Capture image failed", "Capture image");
 }
 
 bool LcmRequest::send_stop_capture_cmd() {
-  return ask(UDP_CTRL_CAM_STOP_PHOTO, nullptr, "stop_capture_cmd")
+  return ask(UDP_CTRL_CAM_STOP_PHOTO, "stop_capture_cmd")
       .send("Error: Stop capture image failed", "stop capture image");
 }
 
@@ -56,7 +57,8 @@ bool LcmRequest::send_stop_video_cmd() {
 }
 
 bool LcmRequest::set_camera_mode(u8 mode, int* perr, unsigned int* wait_noti_flag) {
-  return ask(UDP_CTRL_CAM_SET_CAMERA_MODE, perr)
+  return ask(UDP_CTRL_CAM_SET_CAMERA_MODE)
+      .code_into(perr)
       .armed(wait_noti_flag)
       .trace("Set LCM camera mode: %d\n", mode)
       .with(mode)

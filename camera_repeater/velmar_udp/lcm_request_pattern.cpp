@@ -6,11 +6,16 @@
 #include <cstring>
 
 #include "velmar_log.h"
+#include "velmar_output.h"
 
-LcmRequest::Request::Request(LcmRequest& engine, const char* caller, udp_ctrl_cam_cmds code,
-                             int* perr)
-    : _engine(engine), _perr(perr), _ready(engine.get_ready(caller)) {
+LcmRequest::Request::Request(LcmRequest& engine, const char* caller, udp_ctrl_cam_cmds code)
+    : _engine(engine), _ready(engine.get_ready(caller)) {
   _record.cmd_type = static_cast<u16>(code);
+}
+
+LcmRequest::Request& LcmRequest::Request::code_into(int* perr) {
+  _perr = perr;
+  return *this;
 }
 
 LcmRequest::Request& LcmRequest::Request::with_bytes(const void* bytes, std::size_t size) {
@@ -43,6 +48,8 @@ LcmRequest::Request& LcmRequest::Request::logged(int failed_level, const char* f
   return *this;
 }
 
+bool LcmRequest::Request::send() { return send(nullptr); }
+
 bool LcmRequest::Request::send(const char* failed, const char* done) {
   if (!_ready) {
     if (_perr != nullptr) *_perr = VLM_ERR_BUSY;
@@ -50,7 +57,10 @@ bool LcmRequest::Request::send(const char* failed, const char* done) {
   }
   const bool success = _engine.send_and_wait(_record, _perr, _results);
   const LogEntry& entry = success ? _log_done : _log_failed;
-  if (entry.text != nullptr) vlm_log_print(entry.level, "%s", entry.text);
+  if (entry.text != nullptr) {
+    show_output();  // the log's card may take its time
+    vlm_log_print(entry.level, "%s", entry.text);
+  }
   const char* const text = success ? done : failed;
   if (text != nullptr) std::puts(text);
   return success;

@@ -11,9 +11,12 @@
 /// the steps between do nothing and send() fails with nothing sent and nothing printed.
 class LcmRequest::Request {
  public:
-  Request(LcmRequest& engine, const char* caller, udp_ctrl_cam_cmds code, int* perr);
+  Request(LcmRequest& engine, const char* caller, udp_ctrl_cam_cmds code);
   Request(const Request&) = delete;
   Request& operator=(const Request&) = delete;
+
+  /// Hands the result code out, unless `perr` is null.
+  Request& code_into(int* perr);
 
   /// Puts `payload` at the start of the record's parameters.
   template <typename T>
@@ -48,8 +51,11 @@ class LcmRequest::Request {
   /// Logs `failed` or `done` by outcome, before the texts of send().
   Request& logged(int failed_level, const char* failed, int done_level, const char* done);
 
-  /// Sends, waits, and prints the line of the outcome where there is one. True for success.
-  bool send(const char* failed = nullptr, const char* done = nullptr);
+  /// Sends and waits. True for success.
+  bool send();
+
+  /// The same, and prints the line of the outcome where there is one.
+  bool send(const char* failed, const char* done = nullptr);
 
  private:
   struct LogEntry {
@@ -81,7 +87,7 @@ class LcmRequest::Request {
   void hand_out(Result* /*end*/) {}
 
   LcmRequest& _engine;
-  int* _perr;
+  int* _perr = nullptr;
   bool _ready;
   udp_ctrl_cam_t _record{};
   Results _results{};
@@ -89,8 +95,8 @@ class LcmRequest::Request {
   LogEntry _log_failed{};
 };
 
-inline LcmRequest::Request LcmRequest::ask(udp_ctrl_cam_cmds code, int* perr, const char* caller) {
-  return Request(*this, caller, code, perr);
+inline LcmRequest::Request LcmRequest::ask(udp_ctrl_cam_cmds code, const char* caller) {
+  return Request(*this, caller, code);
 }
 
 #endif  // LCM_REQUEST_PATTERN_H

@@ -5,6 +5,7 @@
 
 #include "lcm_request.h"
 #include "time_helper.h"
+#include "velmar_output.h"
 
 bool LcmRequest::send_msg_to_rtsp(LCM_RTSP_UDP_CMD cmd, const void* data, unsigned int len) {
   if (cmd < SEND_BITRATE || cmd >= LCM_RTSP_UDP_COMMAND_MAX) {
@@ -28,6 +29,7 @@ bool LcmRequest::send_msg_to_rtsp(LCM_RTSP_UDP_CMD cmd, const void* data, unsign
 }
 
 bool LcmRequest::send_msg_rtsp_and_wait(LCM_RTSP_UDP_CMD cmd, const void* data, unsigned int len) {
+  show_output();  // another request may have the turn
   // The wait gives _rtsp_mutex back; a second request must not begin meanwhile.
   const MutexLock turn(_rtsp_turn);
   MutexLock lock(_rtsp_mutex);

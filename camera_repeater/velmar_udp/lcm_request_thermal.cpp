@@ -44,7 +44,7 @@ bool LcmRequest::ir_get_air_params(udp_ctrl_cam_air_params_t* params) {
 
 bool LcmRequest::ir_set_temperature_bar(const udp_ctrl_cam_temp_bar_range_t* range) {
   // Known to scripts under this name.
-  return ask(UDP_CTRL_CAM_SET_TEMPERATURE_BAR, nullptr, "ir_set_temperature_params")
+  return ask(UDP_CTRL_CAM_SET_TEMPERATURE_BAR, "ir_set_temperature_params")
       .with(*range)
       .send("ir set temperature params failed");
 }

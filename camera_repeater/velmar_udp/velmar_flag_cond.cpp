@@ -2,6 +2,8 @@
 
 #include <chrono>
 
+#include "velmar_output.h"
+
 void VelmarFlagCond::setTarget(std::uint32_t target, bool reset) {
   const std::lock_guard<std::mutex> guard(_mutex);
   _setTarget_locked(target, reset);
@@ -30,7 +32,9 @@ bool VelmarFlagCond::waitForFlag(std::uint32_t target, bool reset, int timeout_m
 
 bool VelmarFlagCond::_waitForFlag_locked(int timeout_ms, std::unique_lock<std::mutex>& lock) {
   const auto reached = [this] { return _flag == _target_flag; };
-  if (timeout_ms == 0) return reached();
+  if (reached()) return true;
+  if (timeout_ms == 0) return false;
+  show_output();
   if (timeout_ms < 0) {
     _cond.wait(lock, reached);
     return true;

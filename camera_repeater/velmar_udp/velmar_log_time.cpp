@@ -14,6 +14,7 @@
 
 #include "lcm_request.h"
 #include "velmar_log.h"
+#include "velmar_output.h"
 
 TimeLogSettings g_time_log_settings;
 
@@ -39,12 +40,19 @@ int serial_of(const char* name) {
   return counts && serial > 0 && serial < INT_MAX ? static_cast<int>(serial) : 0;
 }
 
+/// This thread rests most of the time: each of its lines is shown at once.
+void tell(const char* line) {
+  std::puts(line);
+  show_output();
+}
+
 void wait_for_card() {
   udp_ctrl_cam_sdcard_storage_t storage{};
   do {
+    show_output();
     std::this_thread::sleep_for(g_time_log_settings.card_poll);
   } while (!lcm_request.get_sdcard_storage(0, storage) || storage.status != VLM_STORAGE_OK);
-  std::puts("SD card is OK");
+  tell("SD card is OK");
 }
 
 /// What stands under a name, a link itself rather than what it leads to; 0: nothing.
@@ -84,12 +92,12 @@ bool TimeLog::write_file(long long serial) {
       std::snprintf(path, sizeof path, "%s_%04lld.log", g_time_log_settings.file_stem, serial);
   const bool fits = length >= 0 && length < static_cast<int>(sizeof path);
   const mode_t existing = fits ? type_of(path) : 0;
-  if (existing != 0) std::puts("Amazing, it should not happen!");
+  if (existing != 0) tell("Amazing, it should not happen!");
   if (existing == S_IFDIR || existing == S_IFLNK) return true;
   constexpr int kFlags = O_RDWR | O_CREAT | O_APPEND | O_SYNC | O_NOFOLLOW | O_CLOEXEC;
   const int fd = fits ? open(path, kFlags, 0644) : -1;
   if (fd < 0) {
-    std::puts("Open logfile fail");
+    tell("Open logfile fail");
     return false;
   }
   for (int number = 1; number <= g_time_log_settings.lines_per_file; ++number) {
@@ -108,7 +116,7 @@ bool TimeLog::write_file(long long serial) {
 void TimeLog::write_line(int fd) {
   const bool failed = !write_all(fd, _text);
   if (failed && !_failing) std::perror("write logfile fail");
-  if (!failed && _failing) std::puts("write logfile OK");
+  if (!failed && _failing) tell("write logfile OK");
   _failing = failed;
   fsync(fd);
 }
@@ -141,9 +149,10 @@ int get_max_file_sn(const char* dir) {
 
 void* log_time_thread(void* /*arg*/) {
   std::printf("[%s:%d]\n", "log_time_thread", kReportedLine);
+  show_output();
   wait_for_card();
   if (!exists(g_time_log_settings.marker)) {
-    std::puts("No need to log time, exit...");
+    tell("No need to log time, exit...");
     return nullptr;
   }
   if (!exists(g_time_log_settings.dir) && mkdir(g_time_log_settings.dir, 0777) != 0) {
@@ -152,6 +161,7 @@ void* log_time_thread(void* /*arg*/) {
   }
   const int first = get_max_file_sn(g_time_log_settings.dir);
   std::printf("max_sn is %d\n", first);
+  show_output();
   TimeLog log;
   for (long long serial = first; log.write_file(serial); ++serial) {
   }

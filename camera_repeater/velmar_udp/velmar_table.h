@@ -5,7 +5,6 @@
 #ifndef VELMAR_TABLE_H
 #define VELMAR_TABLE_H
 
-#include <algorithm>
 #include <cstddef>
 
 /// True when each row's code is above that of the row before it.
@@ -20,10 +19,13 @@ constexpr bool is_ascending_by_code(const Row (&rows)[size]) {
 /// The row of `code`, null without one. The rows must be ascending.
 template <typename Row, std::size_t size>
 const Row* find_by_code(const Row (&rows)[size], int code) {
-  const Row* const row =
-      std::lower_bound(rows, rows + size, code,
-                       [](const Row& candidate, int wanted) { return candidate.code < wanted; });
-  return row != rows + size && row->code == code ? row : nullptr;
+  const Row* row = rows;  // from which on the code can stand, among `left` rows
+  for (std::size_t left = size; left > 1;) {
+    const std::size_t half = left / 2;
+    if (row[half].code <= code) row += half;
+    left -= half;
+  }
+  return row->code == code ? row : nullptr;
 }
 
 #endif  // VELMAR_TABLE_H

@@ -7,7 +7,10 @@
 #include <cstring>
 #include <new>
 #include <thread>
+#include <utility>
 #include <vector>
+
+#include "velmar_output.h"
 
 namespace {
 
@@ -47,8 +50,10 @@ sockaddr* generic(sockaddr_in& address) { return reinterpret_cast<sockaddr*>(&ad
 
 }  // namespace
 
-int vlm_udp_master_k720_init(int port) {
-  auto* service = new (std::nothrow) UdpMasterK720;
+int vlm_udp_master_k720_init(int port) { return vlm_udp_master_k720_init(port, {}); }
+
+int vlm_udp_master_k720_init(int port, UdpRestrictions restrictions) {
+  auto* service = new (std::nothrow) UdpMasterK720(std::move(restrictions));
   if (service == nullptr) return -1;
   services().push_back(service);
   return service->master_initialization(port);
@@ -58,7 +63,8 @@ int vlm_udp_master_k720_port() {
   return services().empty() ? 0 : services().back()->m_udp_server_port;
 }
 
-UdpMasterK720::UdpMasterK720() {
+UdpMasterK720::UdpMasterK720(UdpRestrictions restrictions)
+    : m_restrictions(std::move(restrictions)) {
   pthread_mutex_init(&m_mutex, nullptr);
   pthread_cond_init(&m_cond, nullptr);
 }
@@ -81,7 +87,7 @@ int UdpMasterK720::init_udp_server() {
   if (m_udp_server_fd < 0) return failed(udp_here(), "socket failed.\n");
   sockaddr_in address{};
   address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_ANY);
+  address.sin_addr = m_restrictions.address;
   address.sin_port = htons(static_cast<u16>(m_udp_server_port));
   if (bind(m_udp_server_fd, generic(address), sizeof address) < 0) {
     return failed(udp_here(), "bind error.\n");
@@ -149,17 +155,22 @@ void UdpMasterK720::udp_consume() {
 }
 
 void UdpMasterK720::udp_waitsignal() {
-  while (m_count == 0) pthread_cond_wait(&m_cond, &m_mutex);
+  while (m_count == 0) {
+    show_output();
+    pthread_cond_wait(&m_cond, &m_mutex);
+  }
 }
 
 void* UdpMasterK720::receive_commands_from_apps(void* arg) {
   auto& service = *static_cast<UdpMasterK720*>(arg);
-  // Only this thread writes the slot, so it may read it without the slot's lock.
-  const camctrl_msg_t& msg = service.m_camctr_msg;
-  for (;;) {
+  const camctrl_msg_t& msg = service.received();
+  for (bool handed_over = false;;) {
+    // Behind a command the processing thread prints more, and shows all of it together.
+    if (!handed_over) show_output();
+    handed_over = false;
     const std::size_t size = service.receive_message();
     if (size == 0) continue;
-    udp_say(udp_here(), "Received msg:rev_len = %d\n", static_cast<int>(size));
+    udp_say_number(udp_here(), "Received msg:rev_len = ", static_cast<unsigned>(size));
     udp_print_bytes("", reinterpret_cast<const u8*>(&msg), size);
     if (service.take_mutex() != 0) {
       refuse(service, msg, VLM_ERR_BUSY, udp_here(), "VLM_ERR_BUSY\n");
@@ -170,9 +181,11 @@ void* UdpMasterK720::receive_commands_from_apps(void* arg) {
     } else if (service.udp_produce() != 0) {
       refuse(service, msg, VLM_ERR_BUSY, udp_here(), "VLM_ERR_BUSY\n");
     } else {
-      service.udp_sendsignal();
+      handed_over = true;
     }
     pthread_mutex_unlock(&service.m_mutex);
+    // The woken thread needs the mutex at once: it has been given back.
+    if (handed_over) service.udp_sendsignal();
   }
 }
 
@@ -181,23 +194,28 @@ void* UdpMasterK720::process_commands_from_apps(void* arg) {
   for (;;) {
     pthread_mutex_lock(&service.m_mutex);
     service.udp_waitsignal();
-    service.process_camera_functions_and_reply();
+    const Reply reply = service.process_camera_functions();
     service.udp_consume();
     pthread_mutex_unlock(&service.m_mutex);
+    // Whoever has the reply may send the next command at once, and finds the mutex free.
+    service.send_to_client(reply.msg, reply.size);
+    if (service.m_unanswered == 0) show_output();
   }
 }
 
 /// Receives one datagram into the slot: a longer one than the record is cut, and behind a shorter
-/// one stands what the slot held before. Returns its size; 0 when there is nothing to act on.
+/// one stands what the slot held before. Replies go to its sender, even when it is empty. Returns its
+/// size; 0 when there is nothing to act on.
 std::size_t UdpMasterK720::receive_message() {
   u8 bytes[sizeof m_camctr_msg];
   sockaddr_in sender{};
   socklen_t sender_size = sizeof sender;
   const ssize_t count =
       recvfrom(m_udp_server_fd, bytes, sizeof bytes, 0, generic(sender), &sender_size);
-  if (count < 1) return 0;
+  if (count < 0) return 0;
+  if (m_restrictions.admits && !m_restrictions.admits(sender)) return 0;
   const auto size = static_cast<std::size_t>(count);
-  const std::lock_guard<std::mutex> guard(m_slot_mutex);
+  const MutexLock lock(m_slot_mutex);
   std::memcpy(&m_camctr_msg, bytes, size);
   m_peer_client_addr = sender;
   return size;
@@ -207,12 +225,14 @@ std::size_t UdpMasterK720::receive_message() {
 /// has its reply is not refused: the processing thread has only to release the mutex, which it does
 /// without delay.
 int UdpMasterK720::take_mutex() {
+  if (pthread_mutex_trylock(&m_mutex) == 0) return 0;
   const auto limit = Clock::now() + kHostsTime;
   for (int tries = 0; pthread_mutex_trylock(&m_mutex) != 0; ++tries) {
     if (m_unanswered > 0 || (m_locked_by_host && Clock::now() > limit)) return -1;
     if (tries < kYields) {
       std::this_thread::yield();
     } else {
+      show_output();
       std::this_thread::sleep_for(kPause);
     }
   }
@@ -220,7 +240,7 @@ int UdpMasterK720::take_mutex() {
 }
 
 camctrl_msg_t UdpMasterK720::message() {
-  const std::lock_guard<std::mutex> guard(m_slot_mutex);
+  const MutexLock lock(m_slot_mutex);
   return m_camctr_msg;
 }
 
@@ -232,7 +252,7 @@ camctrl_msg_t UdpMasterK720::next_message() {
 void UdpMasterK720::send_to_client(const camctrl_msg_t& msg, std::size_t size) {
   sockaddr_in client;
   {
-    const std::lock_guard<std::mutex> guard(m_slot_mutex);
+    const MutexLock lock(m_slot_mutex);
     client = m_peer_client_addr;
   }
   sendto(m_udp_server_fd, &msg, size, 0, generic(client), sizeof client);

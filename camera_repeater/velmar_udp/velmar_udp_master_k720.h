@@ -17,8 +17,9 @@
 
 #include <array>
 #include <atomic>
-#include <mutex>
+#include <functional>
 
+#include "velmar_mutex.h"
 #include "velmar_udp_master_k720_crc.h"
 #include "velmar_udp_master_k720_print.h"
 #include "vlm_camera_codes.h"
@@ -29,12 +30,24 @@
 /// The service lives as long as the process.
 int vlm_udp_master_k720_init(int port);
 
+/// What a host may restrict the service to. As it stands: nothing.
+struct UdpRestrictions {
+  in_addr address{INADDR_ANY};  // the one of this machine that is served, in network byte order
+  /// Whether a datagram of `sender` is to be taken, asked on the receiving thread for each one that
+  /// is not empty; empty: all are. What is not taken leaves no trace: it is neither printed nor
+  /// answered, and slot and reply address stay as they were.
+  std::function<bool(const sockaddr_in& sender)> admits;
+};
+
+/// The same for a service that serves less than everybody.
+int vlm_udp_master_k720_init(int port, UdpRestrictions restrictions);
+
 /// The port that the last service started here is bound to; 0 when there is none.
 int vlm_udp_master_k720_port();
 
 class UdpMasterK720 {
  public:
-  UdpMasterK720();
+  explicit UdpMasterK720(UdpRestrictions restrictions = {});
   ~UdpMasterK720();
   UdpMasterK720(const UdpMasterK720&) = delete;
   UdpMasterK720& operator=(const UdpMasterK720&) = delete;
@@ -91,6 +104,11 @@ class UdpMasterK720 {
   int process_camera_functions_and_reply();
 
  private:
+  struct Reply {
+    camctrl_msg_t msg;
+    std::size_t size;  // of what is sent
+  };
+
   friend int vlm_udp_master_k720_port();
   friend struct UdpMasterK720Peer;  // lets tests look at the socket
 
@@ -100,11 +118,15 @@ class UdpMasterK720 {
   static constexpr int kMostWaiting = 8;
 
   std::size_t receive_message();
+  /// The slot, for the receiving thread: only it writes the slot, so it may read it without the lock.
+  const camctrl_msg_t& received() const VLM_UNCHECKED { return m_camctr_msg; }
   int take_mutex();
   camctrl_msg_t message();
   camctrl_msg_t next_message();
+  Reply process_camera_functions();
   void send_to_client(const camctrl_msg_t& msg, std::size_t size);
 
+  const UdpRestrictions m_restrictions;
   int m_udp_server_port = 0;
   int m_udp_server_fd = 0;
   pthread_mutex_t m_mutex;  // guards m_count, m_first and m_waiting
@@ -112,11 +134,12 @@ class UdpMasterK720 {
   int m_count = 0;          // validated commands not yet executed
   int m_first = 0;          // the place of the first of them
   std::array<camctrl_msg_t, kMostWaiting> m_waiting{};
-  std::atomic<int> m_unanswered{0};           // those of m_count that no reply has been sent to
+  std::atomic<int> m_unanswered{0};           // those of m_count that have no reply yet
   std::atomic<bool> m_locked_by_host{false};  // the mutex was taken by udp_lock or udp_trylock
-  camctrl_msg_t m_camctr_msg{};
-  sockaddr_in m_peer_client_addr{};
-  std::mutex m_slot_mutex;  // guards the two above, which are overwritten while a command runs
+  // Overwritten while a command runs.
+  Mutex m_slot_mutex;
+  camctrl_msg_t m_camctr_msg VLM_GUARDED_BY(m_slot_mutex){};
+  sockaddr_in m_peer_client_addr VLM_GUARDED_BY(m_slot_mutex){};
 };
 
 #endif  // VELMAR_UDP_MASTER_K720_H

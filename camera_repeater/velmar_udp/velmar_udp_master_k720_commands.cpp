@@ -325,12 +325,19 @@ void UdpMasterK720::error_info_to_apps(const camctrl_msg_t& request, vlm_err_t e
 }
 
 int UdpMasterK720::process_camera_functions_and_reply() {
+  const Reply reply = process_camera_functions();
+  send_to_client(reply.msg, reply.size);
+  return 0;
+}
+
+/// Executes what is to be executed next and makes its reply; the mutex is held.
+UdpMasterK720::Reply UdpMasterK720::process_camera_functions() {
   const camctrl_msg_t request = next_message();
   const u16 cmd = camctrl_be16(request.payload.cmd);
-  udp_say(udp_here(), "camera_cmd = %d\n", cmd);
+  udp_say_number(at(), "camera_cmd = ", cmd);
   Exchange exchange(request);
   const u16 err = execute(cmd, exchange);
-  udp_say(udp_here(), "err_code = %d\n", err);
+  udp_say_number(at(), "err_code = ", err);
 
   camctrl_msg_t& reply = exchange.reply();
   feedback_initial(reply, exchange.len(), cmd);
@@ -339,6 +346,5 @@ int UdpMasterK720::process_camera_functions_and_reply() {
   const std::size_t size = exchange.len() + std::size_t{8};
   udp_print_bytes("To send msg:\n", reinterpret_cast<const u8*>(&reply), size);
   m_unanswered = m_count - 1;
-  send_to_client(reply, size);
-  return 0;
+  return {reply, size};
 }

@@ -1,28 +1,45 @@
 #include "velmar_udp_master_k720_print.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <string>
+#include <iterator>
+
+#include "velmar_output.h"
+#include "vlm_udp_camctrl_defines.h"
 
 void udp_say(const SourcePlace& place, const char* format, ...) {
   va_list args;
   va_start(args, format);
   flockfile(stdout);
-  std::printf("[%s:%s][%u]: ", place.file, place.function, place.line);
+  print_pieces({"[", place.file, ":", place.function, "][", Decimal(place.line), "]: "});
   std::vprintf(format, args);
   funlockfile(stdout);
   va_end(args);
 }
 
+void udp_say_number(const SourcePlace& place, const char* text, unsigned number) {
+  print_pieces({"[", place.file, ":", place.function, "][", Decimal(place.line), "]: ", text,
+                Decimal(number), "\n"});
+}
+
 void udp_print_bytes(const char* title, const u8* bytes, std::size_t size) {
   static constexpr char kDigits[] = "0123456789abcdef";
-  std::string text = title;
-  text.reserve(text.size() + size * 5 + size / 8 + 1);
-  for (std::size_t i = 0; i < size; ++i) {
-    const char byte[] = {'0', 'x', kDigits[bytes[i] >> 4], kDigits[bytes[i] & 0xF], ' '};
-    text.append(byte, sizeof byte);
-    if (i % 8 == 7) text += '\n';
+  constexpr std::size_t kBytesAtOnce = sizeof(camctrl_msg_t);  // a multiple of a line's 8
+  flockfile(stdout);
+  std::fputs(title, stdout);
+  for (std::size_t i = 0;;) {
+    char text[kBytesAtOnce * 5 + kBytesAtOnce / 8 + 1];
+    char* end = text;
+    for (const std::size_t until = std::min(size, i + kBytesAtOnce); i < until; ++i) {
+      const char byte[] = {'0', 'x', kDigits[bytes[i] >> 4], kDigits[bytes[i] & 0xF], ' '};
+      end = std::copy(std::begin(byte), std::end(byte), end);
+      if (i % 8 == 7) *end++ = '\n';
+    }
+    const bool last = i == size;
+    if (last) *end++ = '\n';
+    std::fwrite(text, 1, static_cast<std::size_t>(end - text), stdout);
+    if (last) break;
   }
-  text += '\n';
-  std::fwrite(text.data(), 1, text.size(), stdout);
+  funlockfile(stdout);
 }

@@ -24,8 +24,11 @@ constexpr SourcePlace udp_here(const char* file = __builtin_FILE(),
 void udp_say(const SourcePlace& place, const char* format, ...)
     __attribute__((format(printf, 2, 3)));
 
+/// The same for `text`, a number and a newline: what every command prints goes this way.
+void udp_say_number(const SourcePlace& place, const char* text, unsigned number);
+
 /// Prints `title` and then each of `size` bytes as "0x%02x ", with a newline after every 8th and one
-/// at the end, all in one write.
+/// at the end. Other threads' output stays outside it. Allocates nothing.
 void udp_print_bytes(const char* title, const u8* bytes, std::size_t size);
 
 #endif  // VELMAR_UDP_MASTER_K720_PRINT_H

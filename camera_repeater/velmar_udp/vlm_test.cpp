@@ -11,6 +11,8 @@
 #include <cstring>
 #include <thread>
 
+#include "velmar_output.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -23,6 +25,7 @@ enum class ReadResult { kLine, kTooLong, kEnd };
 /// Reads one line with its newline. Of a line that is too long nothing is left for the next read:
 /// no part of it must run as a command.
 ReadResult read_line(Line& line) {
+  show_output();
   std::size_t length = 0;
   bool fits = true;
   int c = 0;
@@ -69,6 +72,7 @@ void refuse() { std::puts("invalid command input"); }
 /// Gives the listener, started at `listening_since`, the time to subscribe: a reply that nobody
 /// listens for would be lost, and its command time out.
 void let_listener_subscribe(Clock::time_point listening_since) {
+  show_output();
   std::this_thread::sleep_until(listening_since + std::chrono::milliseconds(500));
 }
 
@@ -115,8 +119,8 @@ void run_arguments(int argc, char** argv, Clock::time_point listening_since) {
 
 int main(int argc, char** argv) {
   open_closed_streams();
-  // Scripts and pipes see each line at once.
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  // Scripts and pipes see each line before the console waits for anything.
+  collect_output();
   udp_start_receiving_messages();
   const auto listening_since = Clock::now();
 

@@ -3,6 +3,7 @@
 #ifndef VLM_TEST_ACTION_H
 #define VLM_TEST_ACTION_H
 
+#include <cstdarg>
 #include <cstdio>
 #include <variant>
 
@@ -10,11 +11,13 @@
 
 /// Reads parameters with scanf `conversions`, from behind the first token of `line`. A parameter
 /// that is missing leaves its variable as it was.
-template <typename... T>
-void scan(const char* line, const char* conversions, T*... variables) {
+inline void scan(const char* line, const char* conversions, ...) {
   char format[64];
   std::snprintf(format, sizeof format, "%%*[^ ]%s", conversions);
-  std::sscanf(line, format, variables...);
+  va_list variables;
+  va_start(variables, conversions);
+  std::vsscanf(line, format, variables);
+  va_end(variables);
 }
 
 /// The one parameter of most commands.
@@ -53,23 +56,22 @@ struct Query {
 template <typename T>
 Query(bool (LcmRequest::*)(T&), const char*, PrintWhen = kWhenTrue) -> Query<T>;
 
-/// An operation with one numeric parameter, which may be printed before the call or after a success.
+/// An operation with one numeric parameter, which may be printed before the call.
 template <typename T>
 struct Set {
   const char* conversion;
   bool (LcmRequest::*operation)(T);
   const char* before = nullptr;
-  const char* done = nullptr;
 
   void operator()(const char* line) const {
     const T value = scan<T>(line, conversion);
     if (before != nullptr) std::printf(before, value);
-    if ((lcm_request.*operation)(value) && done != nullptr) std::printf(done, value);
+    (lcm_request.*operation)(value);
   }
 };
 
 template <typename T>
-Set(const char*, bool (LcmRequest::*)(T), const char* = nullptr, const char* = nullptr) -> Set<T>;
+Set(const char*, bool (LcmRequest::*)(T), const char* = nullptr) -> Set<T>;
 
 /// An operation with one word as parameter, at most 19 characters.
 struct SendText {

@@ -230,6 +230,16 @@ void set_framerate_divisor(const char* line) {
   lcm_request.set_main_stream_framerate_divisor(&divisor);
 }
 
+void set_bgain(const char* line) {
+  const auto gain = scan<u16>(line, "%5hd");
+  if (lcm_request.set_BGain_value(gain)) std::printf("set bgain value = %d \n", gain);
+}
+
+void set_rgain(const char* line) {
+  const auto gain = scan<u16>(line, "%5hd");
+  if (lcm_request.set_RGain_value(gain)) std::printf("set rgain value = %d \n", gain);
+}
+
 using L = LcmRequest;
 
 struct Command {
@@ -451,12 +461,10 @@ constexpr Command kCommands[] = {
      Query{&L::get_defog_level, "defog level value = %d \n", kAlways}},
     {UDP_CTRL_CAM_GET_RGAIN_VALUE, "get_RGain_value",
      Query{&L::get_RGain_value, "get rgain value = %d \n"}},
-    {UDP_CTRL_CAM_SET_BGAIN, "set_BGain_value [gain:u16]",
-     Set{"%5hd", &L::set_BGain_value, nullptr, "set bgain value = %d \n"}},
+    {UDP_CTRL_CAM_SET_BGAIN, "set_BGain_value [gain:u16]", set_bgain},
     {UDP_CTRL_CAM_GET_BGAIN_VALUE, "get_BGain_value",
      Query{&L::get_BGain_value, "get bgain value = %d \n"}},
-    {UDP_CTRL_CAM_SET_RGAIN, "set_RGain_value [gain:u16]",
-     Set{"%5hd", &L::set_RGain_value, nullptr, "set rgain value = %d \n"}},
+    {UDP_CTRL_CAM_SET_RGAIN, "set_RGain_value [gain:u16]", set_rgain},
     {UDP_CTRL_CAM_SET_OSD_STATUS, "set_osd_status [status:u8(0:off,1:on)]",
      Set{"%3hhd", &L::set_osd_status}},
     {UDP_CTRL_CAM_GET_OSD_STATUS, "get_osd_status",
@@ -526,15 +534,19 @@ constexpr ListedCommand kListedOnly[] = {
 static_assert(is_ascending_by_code(kListedOnly));
 
 /// Prints the lines of one command, each with its number.
-template <typename Row>
-void print_usage_of(const Row& row) {
-  for (const char* line = row.usage; line != nullptr;) {
+void print_usage_lines(int code, const char* usage) {
+  for (const char* line = usage; line != nullptr;) {
     const char* const end = std::strchr(line, '\n');
     const auto length =
         end != nullptr ? end - line : static_cast<std::ptrdiff_t>(std::strlen(line));
-    std::printf("%d:%.*s\n", row.code, static_cast<int>(length), line);
+    std::printf("%d:%.*s\n", code, static_cast<int>(length), line);
     line = end != nullptr ? end + 1 : nullptr;
   }
+}
+
+template <typename Row>
+void print_usage_of(const Row& row) {
+  print_usage_lines(row.code, row.usage);
 }
 
 }  // namespace

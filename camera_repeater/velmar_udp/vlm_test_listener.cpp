@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "lcm_request.h"
+#include "velmar_output.h"
 
 namespace {
 
@@ -45,9 +46,8 @@ void print_image_info(const udp_ctrl_cam_misc_image_info_t& info) {
               static_cast<int>(info.image_index), info.result);
 }
 
-void act_on(const msg_from_rep_t& message) {
+void print_notification(const msg_from_rep_t& message) {
   switch (message.msg_type) {
-    case LCM_CONTROL_CAMERA: lcm_request.receive_msg(read_message<udp_ctrl_cam_t>(message)); break;
     case LCM_SDCARD_STATUS: print_storage_notification(message.msg_data[0]); break;
     case LCM_MISC_IMAGE_INFO:
       print_image_info(read_message<udp_ctrl_cam_misc_image_info_t>(message));
@@ -58,7 +58,24 @@ void act_on(const msg_from_rep_t& message) {
   }
 }
 
-bool is_from_camera(const userlcm_packet_t& packet) {
+/// The engine shows a reply's line itself: most often together with those of the woken caller.
+void act_on(const msg_from_rep_t& message) {
+  if (message.msg_type == LCM_CONTROL_CAMERA) {
+    lcm_request.receive_msg(read_message<udp_ctrl_cam_t>(message));
+  } else {
+    print_notification(message);
+    show_output();
+  }
+}
+
+/// The part of a packet that is looked at.
+struct CameraPacket {
+  decltype(userlcm_packet_t::channel) channel;
+  msg_from_rep_t message;
+};
+static_assert(offsetof(CameraPacket, message) == offsetof(userlcm_packet_t, msg_buf));
+
+bool is_from_camera(const CameraPacket& packet) {
   // The field may lack its terminator; the name with its terminator fits in either case.
   return std::memcmp(packet.channel, kRequestChannel, sizeof kRequestChannel) == 0;
 }
@@ -69,17 +86,19 @@ void TestGetLcmMsg(void* buf, unsigned int len, char* channel, void* /*user*/) {
   if (buf == nullptr || channel == nullptr) return;
   if (std::strcmp(channel, kReplyChannel) != 0) {
     std::printf("[%s]:The channel is not \"%s\"!\n", "TestGetLcmMsg", "velmar_udp");
+    show_output();
     return;
   }
-  userlcm_packet_t packet{};
-  std::memcpy(&packet, buf, std::min<std::size_t>(len, sizeof packet));
+  CameraPacket packet;
+  const std::size_t size = std::min<std::size_t>(len, sizeof packet);
+  std::memcpy(&packet, buf, size);
+  std::memset(reinterpret_cast<char*>(&packet) + size, 0, sizeof packet - size);
   if (!is_from_camera(packet)) {
     std::printf("UDP -- src channel is not \"%s\"!\n", kRequestChannel);
+    show_output();
     return;
   }
-  msg_from_rep_t message;
-  std::memcpy(&message, packet.msg_buf, sizeof message);
-  act_on(message);
+  act_on(packet.message);
 }
 
 void udp_start_receiving_messages() {
@@ -97,6 +116,7 @@ void udp_start_receiving_messages() {
     listener.detach();
   } catch (const std::system_error& error) {
     delete subscription;
+    show_output();
     std::fprintf(stderr, "vlm_test: cannot start the bus listener: %s\n",
                  error.code().message().c_str());
   }

@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "velmar_err.h"
+#include "velmar_output.h"
 #include "velmar_udp_master_k720_print.h"
 #include "vlm_test.h"
 #include "vlm_test_udp_words.h"
@@ -72,6 +73,7 @@ int my_test_system(const char* command, char* output) {
     std::puts("my_system cmd is NULL!");
     return -1;
   }
+  show_output();
   const ChildrenWaitedFor waited_for;
   std::FILE* pipe = popen(command, "r");  // NOLINT(cert-env33-c): a shell is what is asked for
   if (pipe == nullptr) {
@@ -104,6 +106,7 @@ void process_test_udp(int argc, char** argv) {
   camctrl_msg_t request;
   if (!build_test_udp_request(argc, argv, request)) std::exit(1);
   send_request(client, request);
+  show_output();
   camctrl_msg_t reply{};
   const ssize_t size = recv(client, &reply, sizeof reply, 0);
   if (size < 1) {

@@ -91,10 +91,20 @@ int chosen(std::string_view usage, std::string_view text) {
 
 // Data bytes are appended behind those that `len` counts; the CRC takes its place behind them later.
 
+void put_bytes(camctrl_msg_t& request, const void* bytes, std::size_t size) {
+  std::memcpy(request.payload.params + request.header.len - 2, bytes, size);
+  request.header.len = static_cast<u8>(request.header.len + size);
+}
+
 template <typename Record>
 void put(camctrl_msg_t& request, const Record& record) {
-  std::memcpy(request.payload.params + request.header.len - 2, &record, sizeof record);
-  request.header.len = static_cast<u8>(request.header.len + sizeof record);
+  put_bytes(request, &record, sizeof record);
+}
+
+/// The number that `text` begins with, in its lowest `size` bytes, big-endian.
+void put_number(camctrl_msg_t& request, const char* text, std::size_t size) {
+  const u32 wire = camctrl_be(static_cast<u32>(number(text)));
+  put_bytes(request, reinterpret_cast<const u8*>(&wire) + sizeof wire - size, size);
 }
 
 // The encoders.
@@ -103,18 +113,22 @@ void put(camctrl_msg_t& request, const Record& record) {
 template <typename... Numbers>
 Encoded numbers(const Word&, int, char** argv, camctrl_msg_t& request) {
   char** arg = argv + 3;
-  (put(request, camctrl_be(static_cast<Numbers>(number(*arg++)))), ...);
+  (put_number(request, *arg++, sizeof(Numbers)), ...);
   return Encoded::kYes;
 }
 
-/// One byte, which a choice stands for: `values` in the order of the usage.
+/// One byte, which the choice `text` stands for: `values` in the order of the usage.
+Encoded put_chosen(const Word& word, const char* text, const u8* values, camctrl_msg_t& request) {
+  const int place = chosen(word.usage, text);
+  if (place < 0) return Encoded::kInvalidUse;
+  put(request, values[place]);
+  return Encoded::kYes;
+}
+
 template <u8... values>
 Encoded one_of(const Word& word, int, char** argv, camctrl_msg_t& request) {
-  constexpr u8 kValues[] = {values...};
-  const int place = chosen(word.usage, argv[3]);
-  if (place < 0) return Encoded::kInvalidUse;
-  put(request, kValues[place]);
-  return Encoded::kYes;
+  static constexpr u8 kValues[] = {values...};
+  return put_chosen(word, argv[3], kValues, request);
 }
 
 /// The choice is the command itself.

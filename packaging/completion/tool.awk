@@ -8,9 +8,12 @@ function quoted(text) {
 tolower($1) == "usage:" && $NF ~ /^[A-Z]+$/ { operand = $NF }
 
 # "  --wait MS    look for up to MS milliseconds"
-/^  --[a-z]/ {
-  split(substr($0, 3), columns, /   */)
-  help = substr($0, 3 + length(columns[1]))
+# "  -w, --write FILE    record to FILE"
+/^  (-[a-z], )?--[a-z]/ {
+  line = substr($0, 3)
+  sub(/^-[a-z], /, "", line)
+  split(line, columns, /   */)
+  help = substr(line, 1 + length(columns[1]))
   sub(/^ +/, "", help)
   split(columns[1], usage, " ")
   if (2 in usage) values = values " [" usage[1] "]=" quoted(usage[2])

@@ -1,8 +1,8 @@
 #!/bin/sh
-# The console's program file fits its place on the board.
-# usage: size_test.sh PROGRAM, linked dynamically and not yet stripped
+# A program file fits its place on the board.
+# usage: size_test.sh PROGRAM LIMIT: linked dynamically and not yet stripped; bytes
 set -eu
-limit=163840
+limit=$2
 stripped=$(mktemp)
 trap 'rm -f "$stripped"' EXIT
 

@@ -2,7 +2,7 @@
 """The pages: what stands in their console blocks is typed as printed, and prints what it says there;
 their links lead somewhere, and the README leads to every page.
 
-Needs the release build; run from anywhere.
+Needs the dev build; run from anywhere.
 """
 
 import os
@@ -16,14 +16,15 @@ import time
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-PROGRAMS = ROOT / "build/release/bin"
+PROGRAMS = ROOT / "build/dev/bin"
 
 # Commands that serve until they are ended, as in a terminal of their own, and what tells that they do.
 SERVERS = {"./dev sim": "camera_sim: ready", "./dev service": "serving port"}
 
 
 def blocks(page, language="console"):
-    return re.findall(rf"^```{language}\n(.*?)^```$", page.read_text(), re.M | re.S)
+    fenced = re.findall(r"^```(\w*)\n(.*?)^```$", page.read_text(), re.M | re.S)
+    return [block for name, block in fenced if name == language]
 
 
 def examples(page):
@@ -104,6 +105,72 @@ class Examples(unittest.TestCase):
             self.expect_as_printed(ROOT / "docs/time_log.md", directory)
             picture = pathlib.Path(directory, "time_log.svg").read_text()
         self.assertEqual(picture, (ROOT / "docs/time_log.svg").read_text())
+
+
+class Sessions(unittest.TestCase):
+    """Blocks that are one shell's session, on a bus of their own."""
+
+    def setUp(self):
+        self._directory = tempfile.TemporaryDirectory()
+        self.addCleanup(self._directory.cleanup)
+        self._environment = {**os.environ, "VLM_BUS_DIR": f"{self._directory.name}/bus",
+                             "PATH": f"{PROGRAMS}:{os.environ['PATH']}"}
+
+    def start(self, command, **arguments):
+        """The command, in a shell; ended, with all that it started, when the test ends."""
+        process = subprocess.Popen(["bash", "-c", command], cwd=self._directory.name, text=True,
+                                   env=self._environment, stdin=subprocess.DEVNULL,
+                                   start_new_session=True, **arguments)
+        self.addCleanup(self.end, process)
+        return process
+
+    @staticmethod
+    def end(process):
+        if process.poll() is None:
+            os.killpg(process.pid, signal.SIGTERM)
+            process.wait(30)
+        if process.stdout:
+            process.stdout.close()
+
+    def expect_session(self, page):
+        (block,) = blocks(page)
+        block = block.replace("/tmp/my_bus", f"{self._directory.name}/bus")
+        lines = block.splitlines(keepends=True)
+        script = "".join(line[2:] for line in lines if line.startswith("$ "))
+        expected = "".join(line for line in lines if not line.startswith("$ "))
+        # What serves in the background keeps the session, but not its output.
+        shell = self.start(script + "exec >&-; wait", stdout=subprocess.PIPE)
+        self.assertEqual(self.without_numbers(shell.stdout.read()), self.without_numbers(expected))
+
+    @staticmethod
+    def without_numbers(text):
+        return re.sub(r"\.\d+\.(\d+)$", r".PID.\1", text, flags=re.M)
+
+    def test_bus(self):
+        self.expect_session(ROOT / "docs/bus.md")
+
+    def test_camera_sim(self):
+        self.expect_session(ROOT / "docs/camera_sim.md")
+
+    def camera(self, options):
+        camera = self.start(f"exec camera_sim {options}", stdout=subprocess.PIPE)
+        self.assertTrue(any(line.startswith("camera_sim: ready") for line in camera.stdout))
+        return camera
+
+    def test_camera_sim_options(self):
+        examples, script = blocks(ROOT / "docs/camera_sim.md", language="")
+        commands = re.findall(r"^\$ camera_sim (.*?)#", examples, re.M)
+        self.assertEqual(len(commands), 3)
+        for options in commands[:2]:
+            self.end(self.camera(options))
+        camera = self.camera(commands[2])
+        subprocess.run(["vlm_test", "2", "2"], env=self._environment, check=True, timeout=60,
+                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+        for line in examples.splitlines()[3:]:
+            self.assertEqual(camera.stdout.readline(), f"{line}\n")
+        self.end(camera)
+        pathlib.Path(self._directory.name, "scenario").write_text(script)
+        self.camera("--script scenario")
 
 
 class Links(unittest.TestCase):

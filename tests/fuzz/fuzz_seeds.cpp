@@ -7,9 +7,12 @@
 #include "camctrl_app.h"
 #include "console_commands.h"
 #include "operation_catalogue.h"
+#include "pcapng_writer.h"
 #include "vlm_userlcm_control_camera.h"
 
 namespace {
+
+namespace monitor = vlm::monitor;
 
 class Seeds {
  public:
@@ -233,6 +236,34 @@ void trace_log(const std::string& directory) {
   }
 }
 
+monitor::Entry entry(std::int64_t time_ms, const char* channel, const std::string& packet) {
+  return {time_ms * 1'000'000, channel, {packet.begin(), packet.end()}, {}};
+}
+
+/// One file for each operation: its request and its replies, with what else there is in between.
+void recording(const std::string& directory) {
+  Seeds seeds(directory, "recording");
+  const auto reply_of = [](const udp_ctrl_cam_t& record) {
+    return packet(kRequestChannel, camera_message(LCM_CONTROL_CAMERA, text_of_record(record)));
+  };
+  for (const Operation& operation : operations()) {
+    std::string file;
+    monitor::PcapngWriter writer;
+    writer.begin("fuzz_seeds", file);
+    const auto request =
+        packet(kReplyChannel, camera_message(LCM_CONTROL_CAMERA, text_of(operation.request())));
+    writer.add(entry(0, kRequestChannel, request), file);
+    writer.add(entry(1, kReplyChannel, reply_of(operation.success_reply())), file);
+    writer.add({2'000'000, monitor::kNotesChannel, {}, "5 packets lost"}, file);
+    writer.add(entry(3, kRequestChannel, request), file);
+    writer.add(entry(9, kReplyChannel, reply_of(operation.error_reply())), file);
+    const auto code = static_cast<u32>(operation.code) % 17;
+    const auto side = packet(kRtspReplyChannel, stream_message(code, 1));
+    writer.add(entry(10, kRtspRequestChannel, side), file);
+    seeds.add(file);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -240,8 +271,8 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: fuzz_seeds DIRECTORY\n");
     return 2;
   }
-  for (auto* const write :
-       {listener, datagram, client_reply, client_words, console, camera, time_log, trace_log}) {
+  for (auto* const write : {listener, datagram, client_reply, client_words, console, camera,
+                            time_log, trace_log, recording}) {
     write(argv[1]);
   }
   return 0;

@@ -1,14 +1,15 @@
 #!/bin/sh
 # Runs fuzzers, a line each: run.sh BIN_DIR WORK_DIR SECONDS [TARGET...], all of them without a
-# target. Corpora grow under WORK_DIR; inputs that broke something are left in WORK_DIR/faults.
-# Exits with 1 when one has.
+# target. The seeds are those of fuzz_seeds and the files of seeds/TARGET. Corpora grow under
+# WORK_DIR; inputs that broke something are left in WORK_DIR/faults. Exits with 1 when one has.
 set -eu
 bin=$1
 work=$2
 seconds=$3
 shift 3
+own_seeds=$(dirname "$0")/seeds
 [ $# -gt 0 ] || set -- listener datagram client_reply client_words console camera_model \
-  camera_peer time_log trace_log
+  camera_peer time_log trace_log recording
 
 mkdir -p "$work/faults"
 "$bin/fuzz_seeds" "$work/seeds"
@@ -19,6 +20,7 @@ for target in "$@"; do
     exit 2
   fi
   mkdir -p "$work/corpus/$target"
+  [ ! -d "$own_seeds/$target" ] || cp "$own_seeds/$target"/* "$work/seeds/$target"
   log=$work/$target.log
   # An input that takes 10 s is a stall.
   if "$bin/${target}_fuzz" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=4096 \

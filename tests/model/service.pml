@@ -3,8 +3,8 @@
    Modelled (camera_repeater/velmar_udp/velmar_udp_master_k720.cpp, _commands.cpp):
      receiver   receive_commands_from_apps: receive_message, take_mutex, the check, udp_produce,
                 udp_sendsignal, error_info_to_apps
-     processor  process_commands_from_apps: udp_waitsignal, process_camera_functions_and_reply,
-                udp_consume
+     processor  process_commands_from_apps: udp_waitsignal, process_camera_functions, udp_consume,
+                send_to_client
    DATAGRAMS come at any moments, each of a sender of its own.
 
    `mutex` is UdpMasterK720::m_mutex, COMMAND is m_cond. The lock of the slot and of the peer's
@@ -90,6 +90,7 @@ inline say_received() {
 active proctype receiver() {
   byte me = RECEIVER;
   bool taken;
+  bool handed_over;
 
 end:
   /* receive_message */
@@ -149,16 +150,21 @@ check:
 #endif
        count++;
        unanswered = count;
+       handed_over = true;
        printf("receiver: hands datagram %d over\n", in_slot)
      }
-#if BREAK != 1
-     notify_one(COMMAND)
-#endif
   fi;
   unlock();
+#if BREAK != 1
+  if
+  :: handed_over -> notify_one(COMMAND)
+  :: else
+  fi;
+#endif
 
 done:
   taken = false;
+  handed_over = false;
   handled++;
   goto end
 }
@@ -190,7 +196,7 @@ end:
 #endif
   od;
 
-  /* process_camera_functions_and_reply */
+  /* process_camera_functions */
   atomic {
 #ifdef ONE_SLOT
     command = in_slot;
@@ -208,24 +214,26 @@ end:
     printf("processor: executes datagram %d\n", command)
   }
   unanswered = count - 1;
+
+  /* udp_consume */
+#ifndef ONE_SLOT
+#if BREAK != 3
+  waiting ? _;
+#endif
+#endif
+  count--;
+#if BREAK != 4
+  unlock();
+#endif
+
+  /* send_to_client */
   atomic {
     answers[command]++;
     open_commands--;
     printf("processor: replies to datagram %d, to the sender of %d\n", command, peer);
     weakness(OWN_SENDER, peer == command)
   }
-
-  /* udp_consume */
-#ifndef ONE_SLOT
-#if BREAK != 3
-  waiting ? command;
-#endif
-#endif
-  count--;
   command = NOTHING;
-#if BREAK != 4
-  unlock();
-#endif
   goto next
 }
 

@@ -130,7 +130,7 @@ what_stands_in_the_line_is_not_run() {
 
 options_of_their_help_are_offered() {
   for tool in "${tools[@]}"; do
-    same "$tool --" "$("$programs/$tool" --help | sed -n 's/^  \(--[a-z-]*\).*/\1/p')" \
+    same "$tool --" "$("$programs/$tool" --help | sed -nE 's/^  (-[a-z], )?(--[a-z-]*).*/\2/p')" \
       "$(words_offered "$tool --")"
   done
   offers 'camera_sim --d' '--drop  lose a reply with probability P (0 to 1)' \

@@ -61,7 +61,7 @@ class InStepWithThePrograms(unittest.TestCase):
     def test_options_of_the_tools(self):
         for tool in TOOLS:
             with self.subTest(tool):
-                option = re.compile(r"^ +(--[a-z-]+)(?: (\S+))?(?:  |$)", re.M)
+                option = re.compile(r"^ +(?:-\w, )?(--[a-z-]+)(?: (\S+))?(?:  |$)", re.M)
                 listed = option.findall(output_of(tool, "--help"))
                 self.assertIn(("--version", ""), listed)
                 self.assertEqual(option.findall(section(tool, "DESCRIPTION")), listed)
@@ -75,6 +75,12 @@ class InStepWithThePrograms(unittest.TestCase):
         self.assertIn("state", usage.findall(listed))
         commands = section("camera_sim", "DESCRIPTION").split("\n   Commands\n")[1]
         self.assertEqual(usage.findall(commands), usage.findall(listed))
+
+    def test_names_of_vlmctl(self):
+        listed = re.findall(r"^(\S+)", output_of("vlmctl", "list"), re.M)
+        self.assertGreater(len(listed), 50)
+        names = section("vlmctl", "DESCRIPTION").split("\n   Names\n")[1]
+        self.assertEqual(re.findall(r"^ {5}([a-z]\S*)(?: {2}.*)?$", names, re.M), listed)
 
     def test_numbered_commands(self):
         listed = re.findall(r"^(\d+): ?(.*)", output_of("vlm_test", "-h"), re.M)

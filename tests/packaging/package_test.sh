@@ -121,6 +121,10 @@ is_enough() { dpkg --compare-versions "$1" ge "$2" || fail "$3: $2 is needed, no
 
 depends_on_enough() {
   is_enough "$(asks_for "$1" libc6)" "$(needs GLIBC)" "$1: libc6"
+  if [ -z "$(needs GLIBCXX)" ]; then  # the C++ library is linked in
+    [ -z "$(asks_for "$1" libstdc++6)" ] || fail "$1: libstdc++6 is not needed"
+    return
+  fi
   is_enough "$(asks_for "$1" libgcc-s1)" "$(needs GCC)" "$1: libgcc-s1"
   is_enough "$(asks_for "$1" libstdc++6)" 12 "$1: libstdc++6"
   is_enough 3.4.30 "$(needs GLIBCXX)" "libstdc++6 12: GLIBCXX"
@@ -171,6 +175,23 @@ manual_pages_are_readable() {
   done
 }
 
+# Where this machine's Wireshark looks, with the name of the packages' machine in the path.
+dissector_is_where_wireshark_looks() {
+  looks=$(tshark -G folders | sed -n 's/^Global Lua Plugins:[[:blank:]]*//p')
+  here=$(dpkg-architecture -q DEB_HOST_MULTIARCH)
+  there=$(dpkg-architecture -a "$architecture" -q DEB_HOST_MULTIARCH)
+  dissector=$root$(echo "$looks" | sed "s|/$here/|/$there/|")/vlm.lua
+  [ -s "$dissector" ] || fail "Wireshark would not find vlm.lua"
+  plugins=$scratch/home/.local/lib/wireshark/plugins
+  mkdir -p "$plugins"
+  cp "$dissector" "$plugins"
+  HOME=$scratch/home tshark -G protocols >"$scratch/protocols" 2>/dev/null
+  for protocol in vlm_bus vlm_udp; do
+    grep -qw "$protocol" "$scratch/protocols" ||
+      fail "vlm.lua does not bring $protocol"
+  done
+}
+
 documents_are_there() {
   for page in README.md CHANGELOG.md docs/overview.svg docs/architecture.md docs/time_log.md; do
     [ -s "$root/usr/share/doc/vlm/$page" ] || fail "$page is missing"
@@ -189,6 +210,7 @@ depends_on_enough "$fleet"
 carries_no_build_path
 manual_pages_are_readable
 documents_are_there
+dissector_is_where_wireshark_looks
 units_are_sound
 programs_work
 brokers_are_reached

@@ -14,7 +14,7 @@ PRODUCT = "camera_repeater/velmar_udp"
 
 # Row: its files, and the rows that it stands on. The first pattern that fits a file decides.
 ROWS = {
-    "support": (rf"{PRODUCT}/(time_helper|velmar_log|velmar_mutex|velmar_table)\.(h|cpp)", []),
+    "support": (rf"{PRODUCT}/(time_helper|velmar_log|velmar_mutex|velmar_output|velmar_table)\.(h|cpp)", []),
     "protocol": (rf"{PRODUCT}/(vlm_userlcm_control_camera|vlm_camera_codes|vlm_camera_payloads"
                  r"|vlm_udp_camctrl_defines|velmar_cmd|velmar_err"
                  r"|velmar_udp_master_k720_crc|velmar_udp_master_k720_print)\.(h|cpp)",
@@ -29,8 +29,8 @@ ROWS = {
     "host": (r"host/.*", ["protocol"]),
     "bus": (r"bus/.*", ["protocol", "host"]),
     "catalogue": (r"catalogue/.*", ["protocol"]),
-    "fleet": (r"fleet/.*", ["catalogue", "bus"]),
     "client": (r"client/.*", ["catalogue", "bus"]),
+    "fleet": (r"fleet/.*", ["client"]),
     "simulator": (r"camera_sim/.*", ["fleet"]),
     "service host": (r"service/.*", ["udp service", "listener", "bus"]),
     "tools": (r"tools/.*", ["client", "support"]),

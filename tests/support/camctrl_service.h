@@ -17,6 +17,11 @@ struct UdpMasterK720Peer {
   /// What the processing thread holds while it executes a command; a datagram that arrives when
   /// none is being executed waits for it without limit.
   static pthread_mutex_t& mutex(UdpMasterK720& service) { return service.m_mutex; }
+  /// The port of the sender of the latest datagram, to which replies go.
+  static int latest_sender(UdpMasterK720& service) {
+    const MutexLock lock(service.m_slot_mutex);
+    return ntohs(service.m_peer_client_addr.sin_port);
+  }
 };
 
 /// Blocks until the service has done with, and told all about, what it has answered.

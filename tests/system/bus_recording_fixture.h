@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "pcapng_reader.h"
+#include "pcapng_writer.h"
 #include "process.h"
 
 class BusRecordingFixture : public testing::Test {
@@ -52,11 +53,11 @@ class BusRecordingFixture : public testing::Test {
     return outcome;
   }
 
-  /// Starts the monitor, and returns once it misses nothing any more.
-  void start_monitor(const std::string& options = "") {
+  /// Starts the monitor, and returns once it misses nothing any more. `variables` are set for it.
+  void start_monitor(const std::string& options = "", const std::string& variables = "") {
     _monitor = std::make_unique<Process>(
         std::vector<std::string>{"/bin/sh", "-c",
-                                 "cd " + _folder.path() + " && exec " +
+                                 "cd " + _folder.path() + " && exec env " + variables + " " +
                                      program_in_shell("vlm_bus_monitor") + " " + options + " 2>&1"},
         environment());
     _monitor->read_until("vlm_bus_monitor: capturing every packet published from now on\n");
@@ -75,6 +76,15 @@ class BusRecordingFixture : public testing::Test {
     _camera = start(arguments);
     _camera->read_until("camera_sim: ready");
     _camera->read_until("\n");
+  }
+
+  void write_recording(const std::string& name,
+                       const std::vector<vlm::monitor::Entry>& entries) const {
+    std::string bytes;
+    vlm::monitor::PcapngWriter writer;
+    writer.begin("test", bytes);
+    for (const auto& entry : entries) writer.add(entry, bytes);
+    _folder.write(name, bytes);
   }
 
   std::vector<vlm::monitor::Entry> entries(const std::string& name,

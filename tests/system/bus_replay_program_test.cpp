@@ -1,28 +1,25 @@
 // Recordings of real programs, played back in both roles.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <regex>
 #include <string>
 
 #include "bus_packets.h"
 #include "bus_recording_fixture.h"
-#include "pcapng_writer.h"
 
 using namespace vlm::monitor;
 
 namespace {
 
-constexpr int kRounds = 200;
+/// How often every command is played in each role; `./dev replays` plays more.
+int rounds() {
+  const char* const text = std::getenv("VLM_REPLAY_ROUNDS");
+  return text == nullptr ? 5 : std::atoi(text);
+}
 
 class BusReplayTest : public BusRecordingFixture {
  protected:
-  void write_recording(const std::string& name, const std::vector<Entry>& entries) const {
-    std::string bytes;
-    PcapngWriter writer;
-    writer.begin("test", bytes);
-    for (const Entry& entry : entries) writer.add(entry, bytes);
-    _folder.write(name, bytes);
-  }
-
   Outcome play(const std::string& role, std::vector<std::string> options = {}) const {
     std::vector<std::string> arguments{"vlm_bus_replay", _folder / "recording", "--as", role};
     arguments.insert(arguments.end(), options.begin(), options.end());
@@ -51,14 +48,14 @@ class BusReplayTest : public BusRecordingFixture {
   void expect_green_again_and_again(const std::vector<std::string>& camera_options) {
     record_everything(camera_options);
     const std::vector<std::string> options{"--expect", "--speed", "max", "--destructive"};
-    for (int round = 0; round < kRounds; ++round) {
+    for (int round = 0; round < rounds(); ++round) {
       start_camera(camera_options);
       const Outcome outcome = play("console", options);
       _camera.reset();
       ASSERT_EQ(outcome.status, 0) << round << outcome.output << outcome.errors;
     }
     const auto camera = start_replayed_camera("--loop --speed max --expect");
-    for (int round = 0; round < kRounds; ++round) {
+    for (int round = 0; round < rounds(); ++round) {
       const Outcome outcome = play("console", {"--expect", "--speed", "max", "--destructive"});
       ASSERT_EQ(outcome.status, 0) << round << outcome.output << outcome.errors;
     }
@@ -133,6 +130,65 @@ TEST_F(BusReplayTest, AnswersTheNthTimeWithTheNthAnswer) {
   EXPECT_NE(shown.find("VLM unsupported command"), std::string::npos);
 }
 
+TEST_F(BusReplayTest, BeginsWithTheFirstAnswerAgainWhenItIsToLoop) {
+  write_recording("recording", {request(0, 82), reply(1, 82, {0, 0, 128, 63}), request(2, 82),
+                                reply(3, 82, {0, 0, 0, 64})});
+  const auto camera = start_replayed_camera("--speed max --loop --expect");
+  const std::string shown = run({"vlm_test"}, "82\n82\n82\nq\n").output;
+  std::string zooms;
+  const std::regex zoom("\nzoom = ([0-9.]+)");
+  for (std::sregex_iterator it(shown.begin(), shown.end(), zoom), end; it != end; ++it) {
+    zooms += (*it)[1].str() + ' ';
+  }
+  EXPECT_EQ(zooms, "1.0 2.0 1.0 ") << shown;
+  camera->signal(SIGTERM);
+  EXPECT_EQ(camera->read_all(), "equal: 3 equal, 0 different\n");
+  EXPECT_EQ(camera->wait(), 0);
+}
+
+/// Milliseconds from request to reply, as the monitor saw it.
+double round_trip_in(const std::string& lines) {
+  std::smatch found;
+  const std::regex trip("\"kind\":\"reply\".*\"round_trip_ms\":([0-9.]+)");
+  return std::regex_search(lines, found, trip) ? std::stod(found[1]) : -1;
+}
+
+TEST_F(BusReplayTest, AnswersAsCameraAfterTheRecordedTimeOrAtOnce) {
+  const auto round_trip = [&](const std::string& speed, std::int64_t recorded_ms) {
+    write_recording("recording", {request(0, 82), reply(recorded_ms, 82, {0, 0, 128, 63})});
+    const auto camera = start_replayed_camera("--speed " + speed);
+    start_monitor("--json");
+    run({"vlm_test"}, "82\nq\n");
+    camera->signal(SIGTERM);
+    EXPECT_EQ(camera->wait(), 0);
+    return round_trip_in(end_monitor());
+  };
+  EXPECT_GE(round_trip("1", 300), 300);
+  EXPECT_GE(round_trip("2.5", 500), 200);
+  const double at_once = round_trip("max", 2900);
+  EXPECT_GE(at_once, 0);
+  EXPECT_LT(at_once, 2900);
+}
+
+TEST_F(BusReplayTest, SendsAsConsoleAtTheRecordedTimeOrAtOnceAndTellsTheSpeed) {
+  write_recording("recording", {request(0, 82), reply(1, 82, {0, 0, 128, 63}), request(500, 82),
+                                reply(501, 82, {0, 0, 128, 63})});
+  start_camera();
+  const std::regex line(
+      "vlm_bus_replay: 0\\.501 s of the recording played in ([0-9.]+) s, speed ([0-9.]+)\n");
+  for (const auto& [speed, least_s] : {std::pair("1", 0.5), {"2.5", 0.2}, {"max", 0.0}}) {
+    const Outcome outcome = play("console", {"--expect", "--speed", speed});
+    EXPECT_EQ(outcome.status, 0) << speed << outcome.output;
+    std::smatch told;
+    ASSERT_TRUE(std::regex_match(outcome.errors, told, line)) << outcome.errors;
+    const double played_s = std::stod(told[1]);
+    EXPECT_GE(played_s, least_s) << speed;
+    if (played_s >= 0.1) {
+      EXPECT_NEAR(std::stod(told[2]), 0.501 / played_s, 0.03) << outcome.errors;
+    }
+  }
+}
+
 TEST_F(BusReplayTest, PlaysASectionAtItsOwnSpeed) {
   write_recording("recording", {request(0, 1), reply(1, 1, {1}), request(1000, 82),
                                 reply(1001, 82, {0, 0, 128, 63}), request(1400, 82),
@@ -158,6 +214,24 @@ TEST_F(BusReplayTest, HasAStatusForEachEnd) {
   _folder.write("recording");
   EXPECT_EQ(play("console").status, 3) << "empty";
   EXPECT_EQ(run({"vlm_bus_replay", _folder / "missing", "--as", "console"}).status, 3);
+  EXPECT_EQ(run({"vlm_bus_replay", _folder.path(), "--as", "console"}).status, 3) << "a directory";
+}
+
+TEST_F(BusReplayTest, PlaysAsCameraWhatIsWholeOfAFileThatIsCutOff) {
+  write_recording("recording", {request(0, 82), reply(1, 82, {0, 0, 128, 63}), request(2, 83)});
+  const std::string whole = _folder.read("recording");
+  _folder.write("recording", whole.substr(0, whole.size() - 1));
+  const auto camera = start_replayed_camera("--speed max --expect");
+  run({"vlm_test"}, "82\nq\n");
+  camera->signal(SIGTERM);
+  EXPECT_EQ(camera->read_all(), "equal: 1 equal, 0 different\n");
+  EXPECT_EQ(camera->wait(), 3);
+}
+
+TEST_F(BusReplayTest, SaysThatThereIsNoBus) {
+  write_recording("recording", {request(0, 82)});
+  _folder.write("bus");
+  for (const char* const role : {"console", "camera"}) EXPECT_EQ(play(role).status, 4) << role;
 }
 
 TEST_F(BusReplayTest, FindsMissingAndSuperfluousAnswers) {

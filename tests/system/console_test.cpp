@@ -141,6 +141,23 @@ TEST_F(ConsoleTest, ShowsEachLineAtOnceInAPipe) {
   EXPECT_EQ(console->wait(), 0);
 }
 
+TEST_F(ConsoleTest, ShowsARequestBeforeItWaitsForTheAnswer) {
+  const auto console = start_console({"6"});
+  EXPECT_EQ(console->read_until("Send GET_CAMERA_STATUS\n"),
+            "get_camera_status() is ready.\nSend GET_CAMERA_STATUS\n");
+  console->signal(SIGKILL);
+  EXPECT_EQ(console->read_all(), "") << "what belongs to the time-out did not come with it";
+}
+
+TEST_F(ConsoleTest, PrintsErrorsBetweenItsLinesWhereTheyBelong) {
+  const auto console = start_in_shell("$console 6 2>&1");
+  const std::string told =
+      "vlm_bus: no camera on bus " + bus + ": nobody subscribes velmar_repeater_udp\n";
+  std::string expected = timeout("get_camera_status", "GET_CAMERA_STATUS") + "\n";
+  expected.insert(expected.find("Send"), told);
+  EXPECT_EQ(console->read_all(), expected);
+}
+
 TEST_F(ConsoleTest, WorksAtATerminal) {
   start_camera();
   const auto console = start_console({}, Process::kPty);

@@ -1,20 +1,27 @@
-// The Wireshark dissectors, run by tshark: the bus held against the catalogue, field by field; the UDP
-// protocol against packets made by its tables; malformed packets of both.
+// The Wireshark dissectors, run by tshark: the bus held against the catalogue, field by field, and
+// everything that a camera says against a golden text; the UDP protocol against packets made by its
+// tables; malformed packets of both.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "bus_packets.h"
+#include "camera_model.h"
 #include "catalogue_value.h"
 #include "command_name.h"
 #include "decode.h"
+#include "every_request.h"
 #include "pcapng_writer.h"
 #include "process.h"
+#include "rtsp_model.h"
 
 using namespace vlm::monitor;
 namespace catalogue = vlm::catalogue;
@@ -64,6 +71,61 @@ std::string expected_cell(const catalogue::Field& field, int shift, const Bytes&
   }
 }
 
+/// Everything that a camera can be asked for, and what it answers: the simulated camera's model, whose
+/// words are the same each time.
+std::vector<Entry> everything(bool thermal) {
+  vlm::sim::CameraModel camera(vlm::sim::CameraTraits{thermal});
+  std::vector<Entry> entries;
+  std::int64_t now_ms = 0;
+  const auto payload_of = [](const udp_ctrl_cam_t& record) {
+    return Bytes(record.cmd_params, record.cmd_params + sizeof record.cmd_params);
+  };
+  for (const int code : every_code()) {
+    constexpr std::int64_t kEnoughForAPhotoMs = 20'000;
+    const udp_ctrl_cam_t asked = request_with_initial_values(code);
+    const udp_ctrl_cam_t answer = camera.handle(asked, static_cast<u64>(now_ms));
+    entries.push_back(request(now_ms, code, payload_of(asked)));
+    entries.push_back(reply(now_ms + 1, code, payload_of(answer), answer.err_code));
+    now_ms += kEnoughForAPhotoMs;
+    vlm::sim::Notification told{};
+    while (camera.take_notification(static_cast<u64>(now_ms), told)) {
+      entries.push_back(notification(now_ms, told.type, {told.data.begin(), told.data.end()}));
+    }
+  }
+  vlm::sim::RtspModel streamer;
+  for (const u32 code : every_side_code()) {
+    lcm_udp_rtsp_msg_t asked{};
+    asked.msg_cmd = static_cast<LCM_RTSP_UDP_CMD>(code);
+    const auto answer = streamer.handle(asked);
+    entries.push_back(side_packet(now_ms, kRtspRequestChannel, code, 0));
+    if (answer) {
+      entries.push_back(
+          side_packet(now_ms, kRtspReplyChannel, answer->msg_cmd, answer->msg_buf[0]));
+    }
+  }
+  return entries;
+}
+
+/// Packets that no program of the system sends.
+std::vector<Entry> malformed() {
+  const Entry whole = reply(0, 82, {0, 0, 32, 64});
+  std::vector<Entry> all;
+  for (const std::size_t size : {0U, 1U, 63U, 64U, 65U, 66U, 67U, 69U, 70U, 195U, 196U, 197U}) {
+    all.push_back(whole);
+    all.back().packet.resize(size);
+    if (size == 0) all.back().comment = "empty";
+  }
+  all.push_back(whole);
+  all.back().packet.resize(2000, 0xAB);  // longer than any packet of the bus
+  all.push_back(camera_packet(0, true, 0xFFFF, Bytes(128, 0xFF), 0xFFFF));
+  all.push_back(notification(0, 9, {1}));
+  all.push_back(notification(0, 6, Bytes(255, 0xFF)));
+  all.push_back(side_packet(0, kRtspRequestChannel, 0x12345678, 0xFFFFFFFF));
+  all.push_back(bus_packet(0, "elsewhere", "me", "\x03zz", 3));
+  all.push_back(bus_packet(0, "", "", "", 0));
+  return all;
+}
+
 class DissectorTest : public testing::Test {
  protected:
   void write(const std::vector<Entry>& entries) const {
@@ -96,8 +158,38 @@ class DissectorTest : public testing::Test {
     return tshark(options, file);
   }
 
+  /// Compares what tshark shows of the packets with the text that was found right by eye. To write
+  /// it anew, set UPDATE_GOLDEN.
+  void expect_golden(const std::string& name, const std::vector<Entry>& entries) const {
+    write(entries);
+    std::string shown;
+    for (const std::string& line : fields({"frame.number", "_ws.col.Info", "_ws.expert.message"})) {
+      shown += line + '\n';
+    }
+    const std::string path = VLM_GOLDEN_DIR "/" + name;
+    if (std::getenv("UPDATE_GOLDEN") != nullptr) std::ofstream(path) << shown;
+    std::ifstream file(path);
+    const std::string golden{std::istreambuf_iterator<char>(file), {}};
+    const auto found = split(shown, '\n');
+    const auto expected = split(golden, '\n');
+    ASSERT_EQ(found.size(), expected.size());
+    for (std::size_t i = 0; i < found.size(); ++i) EXPECT_EQ(found[i], expected[i]) << name;
+  }
+
   const TemporaryDirectory _folder;
 };
+
+TEST_F(DissectorTest, ShowsWhatACameraIsAskedAndAnswersAsTheGoldenTextHasIt) {
+  expect_golden("every_command.txt", everything(false));
+}
+
+TEST_F(DissectorTest, ShowsWhatAThermalCameraIsAskedAndAnswersAsTheGoldenTextHasIt) {
+  expect_golden("every_command_thermal.txt", everything(true));
+}
+
+TEST_F(DissectorTest, ShowsMalformedPacketsAsTheGoldenTextHasThem) {
+  expect_golden("malformed.txt", malformed());
+}
 
 TEST_F(DissectorTest, ShowsEveryFieldOfEveryCommandAsTheCatalogueHasIt) {
   std::vector<std::string> names{"vlm_bus.kind", "vlm_bus.name"};

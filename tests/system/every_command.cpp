@@ -7,17 +7,13 @@
 #include <optional>
 
 #include "bus_inbox.h"
-#include "catalogue_value.h"
-#include "command_name.h"
-#include "conversation.h"
 #include "decode.h"
+#include "every_request.h"
 
 namespace {
 
 using namespace vlm;
 using monitor::Entry;
-
-constexpr int kLastCode = 905;
 
 Entry entry_of(const char* channel, const char* sender, const void* message, std::size_t size) {
   userlcm_packet_t packet{};
@@ -28,17 +24,7 @@ Entry entry_of(const char* channel, const char* sender, const void* message, std
 }
 
 Entry request_of(int code) {
-  catalogue::Payload payload{};
-  if (code == UDP_CTRL_CAM_SET_CAMERA_MODE) {
-    payload[0] = 2;
-  } else if (const catalogue::Row* const row = catalogue::find_by_code(code)) {
-    if (code == row->codes.set) catalogue::put_initial(row->value, payload);
-    std::string error;
-    if (code != row->codes.set) catalogue::encode_parameters(*row, {}, payload, error);
-  }
-  udp_ctrl_cam_t record{};
-  record.cmd_type = static_cast<u16>(code);
-  std::memcpy(record.cmd_params, payload.data(), payload.size());
+  const udp_ctrl_cam_t record = request_with_initial_values(code);
   msg_from_rep_t message{};
   message.msg_type = LCM_CONTROL_CAMERA;
   std::memcpy(message.msg_data, &record, sizeof record);
@@ -70,9 +56,12 @@ bool ask(monitor::BusInbox& inbox, int code) {
   return answer && (!captures || await(inbox, monitor::Kind::kNotification, LCM_MISC_IMAGE_INFO));
 }
 
-/// The camera does not do what it did before for a while.
-bool ends_service(int code) {
-  return code == UDP_CTRL_CAM_UPGRADE_CAMERA || code == UDP_CTRL_CAM_REBOOT_DEVICE;
+bool ask_side(monitor::BusInbox& inbox) {
+  for (const u32 code : every_side_code()) {
+    monitor::publish(side_request_of(code));
+    if (!await(inbox, monitor::Kind::kSideReply, static_cast<int>(code) + 1)) return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -80,16 +69,11 @@ bool ends_service(int code) {
 int main() {
   auto& inbox = *new monitor::BusInbox("every_command", {kReplyChannel, kRtspReplyChannel});
   if (!inbox.ready()) return 1;
-  for (int code = 0; code <= kLastCode; ++code) {
-    const bool is_named = monitor::command_name(code).rfind("COMMAND_", 0) != 0;
-    if (is_named && !ends_service(code) && !ask(inbox, code)) return 1;
-  }
-  for (u32 code = SEND_BITRATE; code < LCM_RTSP_UDP_COMMAND_MAX; code += 2) {
-    monitor::publish(side_request_of(code));
-    if (!await(inbox, monitor::Kind::kSideReply, static_cast<int>(code) + 1)) return 1;
-  }
-  for (const int code : {UDP_CTRL_CAM_UPGRADE_CAMERA, UDP_CTRL_CAM_REBOOT_DEVICE}) {
-    if (!ask(inbox, code)) return 1;
+  const std::vector<int> codes = every_code();
+  const auto side_at = codes.end() - 2;  // before the camera ends its service
+  for (auto code = codes.begin(); code != codes.end(); ++code) {
+    if (code == side_at && !ask_side(inbox)) return 1;
+    if (!ask(inbox, *code)) return 1;
   }
   std::puts("all answered");
   return 0;

@@ -21,6 +21,8 @@ namespace {
 
 using vlm::bus::BrokerMessage;
 
+constexpr std::chrono::milliseconds kPlenty{kPlentyMs};
+
 /// A client of the broker that the test plays.
 class TestClient : private vlm::bus::BrokerListener {
  public:
@@ -28,24 +30,24 @@ class TestClient : private vlm::bus::BrokerListener {
       : _topics(std::move(topics)) {
     std::string error;
     const auto parsed = vlm::bus::parse_camera_address(address, error);
-    const vlm::bus::BrokerPart* const part = vlm::bus::broker_part(error);
-    if (!parsed || part == nullptr) throw std::runtime_error(error);
-    _loop = part->make_loop();
+    _loop = vlm::bus::make_broker_loop(error);
+    if (!parsed || !_loop) throw std::runtime_error(error);
+    std::unique_lock<std::mutex> lock(_mutex);  // it may connect before this returns
     _connection = _loop->connect({*parsed, {}, "test-client", {}, {}}, *this, error);
-    std::unique_lock<std::mutex> lock(_mutex);
-    _changed.wait(lock, [this] { return _ready; });
+    if (!_changed.wait_for(lock, kPlenty, [this] { return _ready; })) {
+      throw std::runtime_error("the test's client does not get through to the broker");
+    }
   }
 
   bool publish(const BrokerMessage& message) { return _connection->publish(message, 0); }
 
-  /// The next message on `topic`; an empty one when it does not come.
+  /// The next message on `topic`.
   BrokerMessage next(const std::string& topic) {
     std::unique_lock<std::mutex> lock(_mutex);
     const auto is_it = [&](const BrokerMessage& message) { return message.topic == topic; };
     const auto found = [&] { return std::find_if(_messages.begin(), _messages.end(), is_it); };
-    if (!_changed.wait_for(lock, std::chrono::seconds(30),
-                           [&] { return found() != _messages.end(); })) {
-      return {};
+    if (!_changed.wait_for(lock, kPlenty, [&] { return found() != _messages.end(); })) {
+      throw std::runtime_error("nothing more came on " + topic);
     }
     BrokerMessage message = *found();
     _messages.erase(found());
@@ -57,6 +59,7 @@ class TestClient : private vlm::bus::BrokerListener {
 
  private:
   void on_connected() override {
+    const std::lock_guard<std::mutex> guard(_mutex);
     for (const std::string& topic : _topics) _last = _connection->subscribe(topic, false);
   }
   void on_lost(const std::string&) override {}

@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr const char* kTools[] = {"camera_sim", "vlm_bus_probe", "vlm_time_report",
-                                  "vlm_udp_service"};
+constexpr const char* kTools[] = {"camera_sim",     "vlm_bus_monitor", "vlm_bus_probe",
+                                  "vlm_bus_replay", "vlm_time_report", "vlm_udp_service"};
 
 /// Runs a line of shell, so that it can redirect the output.
 Process shell(const std::string& line) { return Process({"/bin/sh", "-c", line}); }

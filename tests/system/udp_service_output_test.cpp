@@ -90,7 +90,9 @@ TEST_F(UdpServiceOutput, SaysHowManyLinesNobodyTook) {
   text.erase(text.size() - note.size());
   const long dropped = std::stol(note.substr(std::string("vlm_udp_service: ").size()));
   EXPECT_GT(dropped, 0);
-  EXPECT_EQ(lines(text) + dropped, kManyRequests * kLinesOfARequest);
+  // The last reply may be here before the lines of its request: then they stand behind the note.
+  const long late = kManyRequests * kLinesOfARequest - lines(text) - dropped;
+  EXPECT_TRUE(late == 0 || late == kLinesOfARequest) << late;
 
   const std::string request =
       "@receive_commands_from_apps: Received msg:rev_len = 10\n"
@@ -105,6 +107,9 @@ TEST_F(UdpServiceOutput, SaysHowManyLinesNobodyTook) {
   while (lines(expected) < lines(text)) expected += request;
   const std::string plain = without_places(text);
   EXPECT_TRUE(plain == expected.substr(0, plain.size())) << "whole lines in order, up to the gap";
+  if (late != 0) {
+    EXPECT_EQ(without_places(_service->read_until("0x0b 0xcd 0x1a \n")), request);
+  }
   EXPECT_EQ(answered(app, 1), 1);
   EXPECT_EQ(without_places(_service->read_until("0x0b 0xcd 0x1a \n")), request) << "and behind it";
 }

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Saves all settings, changes some at random, restores, and compares: nothing may differ.
 
-usage: vlmctl_settings_test.py BIN_DIRECTORY RUNS [--seed N] [--set N] [CAMERA_SIM_OPTION...]
+usage: vlmctl_settings_test.py BIN_DIRECTORY RUNS [--seed N] [--set N] [--timeout TIME]
+       [CAMERA_SIM_OPTION...]
 
 A second reader of what vlmctl prints: every line of describe and get is read as JSON here. The seed
 is printed; each run has its own, the first one's plus its number.
@@ -21,11 +22,14 @@ NOT_SET = {"read-only", "write-only", "volatile"}
 class Camera:
     """A simulated camera on a bus of its own, and vlmctl beside it."""
 
-    def __init__(self, programs, options):
+    def __init__(self, programs, options, timeout):
         self.programs = programs
         self.directory = tempfile.TemporaryDirectory()
         self.environment = dict(os.environ, VLM_BUS_DIR=os.path.join(self.directory.name, "bus"))
-        self.faulty = any(option in ("--drop", "--reorder") for option in options)
+        faulty = any(option in ("--drop", "--reorder") for option in options)
+        self.patience = ["--timeout", timeout] if timeout else []
+        if faulty:
+            self.patience = ["--timeout", timeout or "200ms", "--retries", "5"]
         self.process = subprocess.Popen(
             [os.path.join(programs, "camera_sim"), *options], env=self.environment,
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
@@ -45,9 +49,8 @@ class Camera:
         return os.path.join(self.directory.name, name)
 
     def vlmctl(self, *arguments):
-        patience = ["--timeout", "50ms", "--retries", "5"] if self.faulty else []
-        return subprocess.run([os.path.join(self.programs, "vlmctl"), *patience, *arguments],
-                              env=self.environment, capture_output=True, text=True, timeout=60,
+        return subprocess.run([os.path.join(self.programs, "vlmctl"), *self.patience, *arguments],
+                              env=self.environment, capture_output=True, text=True, timeout=300,
                               check=False)
 
     def objects(self, *arguments):
@@ -130,9 +133,10 @@ def main():
     parser.add_argument("runs", type=int)
     parser.add_argument("--seed", type=int, default=random.randrange(1 << 30))
     parser.add_argument("--set", type=int, default=12, help="settings that a run changes")
+    parser.add_argument("--timeout", help="for each answer, as vlmctl takes it")
     options, camera_options = parser.parse_known_args()
     print("seed", options.seed)
-    with Camera(options.programs, camera_options) as camera:
+    with Camera(options.programs, camera_options, options.timeout) as camera:
         status, rows = camera.objects("describe")
         assert status == 0, status
         check_shape(rows)

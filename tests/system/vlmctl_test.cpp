@@ -112,6 +112,9 @@ TEST_F(VlmctlProgram, Status9WhenTheOutputCannotBeWritten) {
   Process full({"/bin/sh", "-c", program_in_shell("vlmctl") + "list >/dev/full"});
   EXPECT_EQ(full.wait(), 9);
   EXPECT_EQ(full.errors(), "vlmctl: standard output: No space left on device\n");
+  Process help({"/bin/sh", "-c", program_in_shell("vlmctl") + "--help >/dev/full"});
+  EXPECT_EQ(help.wait(), 9);
+  EXPECT_EQ(help.errors(), "vlmctl: standard output: No space left on device\n");
 }
 
 TEST_F(VlmctlProgram, Status10WhenSettingsDiffer) {
@@ -172,14 +175,90 @@ TEST_F(VlmctlProgram, TellsTheStatesOfAnUpgrade) {
   EXPECT_EQ(out, "camera.version.patch = 1\n");
 }
 
+// What changes on a terminal; its standard error is the terminal, too.
+
+class VlmctlProgress : public VlmctlProgram {
+ protected:
+  std::unique_ptr<Process> start_on_terminal(const std::string& words) {
+    environment.push_back("TERM=xterm");
+    return std::make_unique<Process>(
+        Words{"/bin/sh", "-c", "exec " + program_in_shell("vlmctl") + words + " 2>&1"}, environment,
+        Process::kPty);
+  }
+};
+
+TEST_F(VlmctlProgress, OfAnUpgradeHasItsStateAndItsTime) {
+  start_camera();
+  const auto upgrade = start_on_terminal("run camera.upgrade --wait --yes");
+  upgrade->read_until("\rcamera.upgrade, 0 s\033[K");
+  upgrade->read_until("\rcamera.upgrade: VLM err is upgrading quorin camera, ");
+  upgrade->read_until(" s\033[K");
+  upgrade->read_until("\r\033[Kcamera.upgrade: done\n");
+  EXPECT_EQ(upgrade->wait(), 0);
+}
+
+TEST_F(VlmctlProgress, OfASeriesCountsThePictures) {
+  start_camera();
+  EXPECT_EQ(run({"set", "camera.mode=photo", "photo.interval=200"}), 0);
+  const auto series = start_on_terminal("run photo.take --wait");
+  series->read_until("\rphoto.take: capturing, pictures: 2, ");
+  EXPECT_EQ(run({"run", "photo.stop"}), 0);
+  series->read_until("photo.take: done");
+  EXPECT_EQ(series->wait(), 0);
+}
+
+TEST_F(VlmctlProgress, OfABatchHasStepsRateAndFailures) {
+  start_camera();
+  directory.write("script", "repeat 2\nget lens.zoom\nexpect lens.zoom=2\nend\n");
+  const auto batch = start_on_terminal("batch " + (directory / "script") + " --keep-going");
+  batch->read_until("1 steps, ");
+  batch->read_until(" a second, 0 failed\033[K");
+  batch->read_until("4 steps, ");
+  batch->read_until(" a second, 2 failed\033[K");
+  batch->read_until("\r\033[K");
+}
+
+TEST_F(VlmctlProgress, IsNotInAPipe) {
+  start_camera();
+  directory.write("script", "repeat 2\nget lens.zoom\nend\nrun camera.reboot\n");
+  environment.push_back("TERM=xterm");
+  EXPECT_EQ(run({"batch", directory / "script"}), 0);
+  EXPECT_EQ(err, "");
+  EXPECT_EQ(out, "lens.zoom = 1 x\nlens.zoom = 1 x\ncamera.reboot: done\n");
+}
+
+TEST_F(VlmctlProgram, FindsTheCamerasOfThisMachine) {
+  start_camera();
+  EXPECT_EQ(run({"list", "--cameras"}), 0) << err;
+  EXPECT_NE(out.find(directory / "bus"), std::string::npos) << out;
+  EXPECT_NE(out.find("  VLMSIM  1.4.0R\n"), std::string::npos) << out;
+  EXPECT_EQ(run({"--json", "list", "--cameras"}), 0);
+  EXPECT_NE(out.find("{\"camera\":\"" + (directory / "bus") +
+                     "\",\"model\":\"VLMSIM\",\"firmware\":\"1.4.0R\",\"time\":\""),
+            std::string::npos)
+      << out;
+}
+
+TEST_F(VlmctlProgram, ABatchStopsARequestWhoseTimeIsOver) {
+  start_camera({"--mute", "1"});
+  directory.write("script", "within 50ms get camera.mode\nget lens.zoom\n");
+  EXPECT_EQ(run({"--timeout", "1h", "batch", directory / "script", "--keep-going"}), 9);
+  EXPECT_EQ(out, "lens.zoom = 1 x\n");
+  EXPECT_EQ(err,
+            "vlmctl: get camera.mode: stopped before the answer came\n"
+            "vlmctl: not done within 50ms\n"
+            "vlmctl: line 1 ended with 11: within 50ms get camera.mode\n");
+}
+
 // The shell.
 
 class VlmctlShell : public VlmctlProgram {
  protected:
-  std::unique_ptr<Process> start_shell(Process::Terminal terminal) {
+  std::unique_ptr<Process> start_shell(Process::Terminal terminal, Words options = {}) {
     environment.push_back("XDG_STATE_HOME=" + (directory / "state"));
     environment.push_back("TERM=dumb");
-    return start({"shell"}, terminal);
+    options.push_back("shell");
+    return start(options, terminal);
   }
 };
 
@@ -208,6 +287,62 @@ TEST_F(VlmctlShell, CompletesAtATerminalAndKeepsTheHistory) {
   const std::string history = directory.read("state/vlmctl/history");
   EXPECT_NE(history.find("get"), std::string::npos);
   EXPECT_EQ(history.find("hunter"), std::string::npos);
+}
+
+TEST_F(VlmctlShell, CtrlCEndsTheCommandAndNotTheShell) {
+  start_camera();
+  const auto shell = start_shell(Process::kPty);
+  shell->read_until("vlmctl> ");
+  shell->write("watch lens.zoom --every 20ms\n");
+  shell->read_until("lens.zoom = 1 x");
+  shell->write("\x03");
+  shell->read_until("vlmctl> ");
+  shell->write("half a line\x03");
+  shell->read_until("vlmctl> ");
+  shell->write("get image.osd\n");
+  shell->read_until("image.osd = off");
+  shell->write("\x04");
+  EXPECT_EQ(shell->wait(), 0);
+}
+
+TEST_F(VlmctlShell, CtrlCKeepsWhatIsTypedBehindIt) {
+  start_camera();
+  const auto shell = start_shell(Process::kPty);
+  shell->read_until("vlmctl> ");
+  shell->write("watch lens.zoom --every 20ms\n");
+  shell->read_until("lens.zoom = 1 x");
+  shell->write("\x03get image.osd\nget camera.mode\nexit\n");
+  shell->read_until("image.osd = off");
+  shell->read_until("camera.mode = video");
+  EXPECT_EQ(shell->wait(), 0);
+}
+
+TEST_F(VlmctlShell, CtrlCEndsAWaitForTheCamera) {
+  start_camera({"--mute", "1"});
+  const auto shell = start_shell(Process::kPty, {"--timeout", "1h"});
+  shell->read_until("vlmctl> ");
+  shell->write("get image.osd camera.mode\n");
+  shell->read_until("image.osd = off");
+  shell->write("\x03get lens.zoom\n");
+  shell->read_until("lens.zoom = 1 x");
+  shell->write("exit\n");
+  EXPECT_EQ(shell->wait(), 0);
+}
+
+TEST_F(VlmctlShell, CtrlCIsNoAnswerToAQuestion) {
+  start_camera();
+  environment.push_back("TERM=dumb");
+  Process shell({"/bin/sh", "-c", "exec " + program_in_shell("vlmctl") + "shell 2>&1"}, environment,
+                Process::kPty);
+  shell.read_until("vlmctl> ");
+  shell.write("run camera.reboot\n");
+  shell.read_until("Go on? [y/N]");
+  shell.write("\x03");
+  shell.read_until("not confirmed, nothing was sent");
+  shell.write("get lens.zoom\n");
+  shell.read_until("lens.zoom = 1 x");
+  shell.write("exit\n");
+  EXPECT_EQ(shell.wait(), 0);
 }
 
 // Over the UDP service, with the real one between.

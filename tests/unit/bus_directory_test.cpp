@@ -179,7 +179,7 @@ TEST_F(BusDirectoryTest, MayHaveALongPath) {
   }
   use_bus(path / "bus");
   expect_usable();
-  ChildProcess& child = listener(_channel + "-child");
+  Process& child = listener(_channel + "-child");
   EXPECT_EQ(publish(_channel + "-child", "test", 2), 0);
   EXPECT_EQ(child.line(), "test 2");
 }

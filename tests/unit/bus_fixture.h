@@ -22,8 +22,8 @@
 #include <vector>
 
 #include "bus_directory.h"
-#include "child_process.h"
 #include "numbered_packet.h"
+#include "process.h"
 #include "runnable.h"
 
 inline Receive_msg_t subscription_of(const std::string& channel, ReceiveBufCallBack f, void* user) {
@@ -166,21 +166,21 @@ class BusFixture : public ::testing::Test {
   }
 
   /// Another process that subscribes `channel`, likewise.
-  ChildProcess& listener(const std::string& channel) {
-    ChildProcess& child = start({BUS_PEER, "listen", channel});
+  Process& listener(const std::string& channel) {
+    Process& child = start({BUS_PEER, "listen", channel});
     const std::string hidden = '.' + std::to_string(child.pid()) + '.';
     EXPECT_TRUE(
         comes_true([&] { return !sockets(channel + hidden).empty() && sockets(hidden).empty(); }));
     return child;
   }
 
-  ChildProcess& start(std::vector<std::string> command) {
-    return _children.emplace_back(runnable(std::move(command)));
+  Process& start(const std::vector<std::string>& command) {
+    return _children.emplace_back(command);
   }
 
   /// Another process that may have no more than `files` descriptors, none of them handed down but the
   /// standard ones. Not for a build that runs under an emulator, which has some of its own.
-  ChildProcess& start_short_of_files(int files, const std::vector<std::string>& command) {
+  Process& start_short_of_files(int files, const std::vector<std::string>& command) {
     std::string line = "exec";
     for (int fd = STDERR_FILENO + 1; fd < 10; ++fd) line += " " + std::to_string(fd) + ">&-";
     line += "; ulimit -n " + std::to_string(files) + "; exec";
@@ -199,7 +199,7 @@ class BusFixture : public ::testing::Test {
   const std::filesystem::path _root = TemporaryDirectories::make();
   std::filesystem::path _bus;
   const std::string _channel = fresh_channel();
-  std::list<ChildProcess> _children;
+  std::list<Process> _children;
 };
 
 #endif  // BUS_FIXTURE_H

@@ -11,6 +11,7 @@
 #include "observer.h"
 #include "payload_values.h"
 #include "statistics.h"
+#include "status_table.h"
 
 using namespace vlm::monitor;
 
@@ -156,13 +157,6 @@ TEST(BusJson, HasOneObjectALine) {
             "\"values\":{},\"round_trip_ms\":null,\"request\":4,\"mark\":\"no answer\"}\n");
 }
 
-TEST(BusJson, EscapesWhatAStringCannotHold) {
-  EXPECT_EQ(json_string("a\"b\\c\n\x01"), "\"a\\u0022b\\u005cc\\u000a\\u0001\"");
-  EXPECT_EQ(json_string("\xC3\xA9\xE2\x82\xAC"), "\"\xC3\xA9\xE2\x82\xAC\"");
-  EXPECT_EQ(json_string("\xFFx\xC3"), "\"\\ufffdx\\ufffd\"");
-  EXPECT_EQ(json_string("\xED\xA0\x80"), "\"\\ufffd\\ufffd\\ufffd\"");
-}
-
 TEST(BusFilter, PassesWhatAllTermsHoldFor) {
   const auto all = observe({request(0, 83), reply(1, 83), request(2, 83), reply(5, 83, {}, 75),
                             request(6, 82), request(7, 1)},
@@ -246,6 +240,43 @@ TEST(BusStatistics, QuantilesAreTrueToSevenPercent) {
   EXPECT_NEAR(static_cast<double>(histogram.quantile(0.5)), 500e3, 35e3);
   EXPECT_NEAR(static_cast<double>(histogram.quantile(0.99)), 990e3, 70e3);
   EXPECT_EQ(DurationHistogram().quantile(0.5), 0);
+}
+
+TEST(StatusTable, FitsTheTerminal) {
+  const std::string text = "command  requests\nGET_ZOOM  1\nSET_ZOOM  2\n4 packets\n";
+  EXPECT_EQ(fitting(text, {}), text);
+  EXPECT_EQ(fitting(text, {5, 17}), text);
+  EXPECT_EQ(fitting(text, {4, 80}), "command  requests\nGET_ZOOM  1\n4 packets\n");
+  EXPECT_EQ(fitting(text, {1, 3}), "4 p\n");
+  EXPECT_EQ(fitting("", {5, 5}), "");
+}
+
+TEST(BusLine, ShowsTheBytesBelowWhenTheyAreWanted) {
+  const Entry entry = bus_packet(0, "elsewhere", "me", "\x03zz", 3);
+  const std::string lines = text_line(observe({entry})[0], {true, false});
+  EXPECT_EQ(lines,
+            "     1     0.000000 other   elsewhere bytes=037a7a\n"
+            "        0000  6d65" +
+                std::string(60, '0') +
+                "\n"
+                "        0020  " +
+                std::string(64, '0') +
+                "\n"
+                "        0040  037a7a\n");
+  EXPECT_NE(json_line(observe({entry})[0], true).find("000037a7a\"}\n"), std::string::npos);
+}
+
+TEST(BusMark, FloodOfRequestsIsFollowedInStepWithIt) {
+  // Each new one lets the time of an older one run out: not a look at all that wait.
+  constexpr int kRequests = 200'000;
+  Observer observer;
+  std::uint64_t unanswered = 0;
+  for (int i = 0; i < kRequests; ++i) {
+    Entry entry = request(0, 82);
+    entry.time_ns = kStartNs + std::int64_t{i} * 50'000;  // 20,000 a second
+    unanswered += observer.take(std::move(entry)).size() - 1;
+  }
+  EXPECT_EQ(unanswered, static_cast<std::uint64_t>(kRequests - 3 * 20'000 - 1));
 }
 
 TEST(LatencyPicture, TellsEachRoundTripAndEachTimeOut) {

@@ -3,15 +3,18 @@
 //   bus_peer listen CHANNEL                 prints a line for each packet; a packet from "exit"
 //                                           makes it exit
 //   bus_peer flood CHANNEL SENDER COUNT     publishes the packets 0 to COUNT - 1
+//   bus_peer pace CHANNEL SENDER RATE       publishes packets from 0 on, RATE a second, to its end
 //   bus_peer ask                            twice publishes what is no request, and the requests of a
 //                                           client, to the camera and to the streaming process
 //   bus_peer echo FROM TO                   publishes what comes on one channel on the other
 #include <signal.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <thread>
 
 #include "numbered_packet.h"
 
@@ -45,6 +48,16 @@ int flood(const char* channel, const char* sender, std::uint32_t count) {
   return 0;
 }
 
+/// Packets that are late follow at once, so that the rate is kept.
+int pace(const char* channel, const char* sender, std::uint32_t rate) {
+  const auto start = std::chrono::steady_clock::now();
+  for (std::uint32_t number = 0;; ++number) {
+    std::this_thread::sleep_until(start +
+                                  std::chrono::nanoseconds(1'000'000'000ULL * number / rate));
+    if (publish(channel, sender, number) != 0) return 1;
+  }
+}
+
 int ask() {
   for (std::uint32_t number = 0; number < 2; ++number) {
     publish(kRequestChannel, "a_server_that_starts", number);
@@ -76,6 +89,9 @@ int main(int argc, char** argv) {
   if (action == "listen" && argc == 3) return listen_to(argv[2]);
   if (action == "flood" && argc == 5) {
     return flood(argv[2], argv[3], static_cast<std::uint32_t>(std::stoul(argv[4])));
+  }
+  if (action == "pace" && argc == 5) {
+    return pace(argv[2], argv[3], static_cast<std::uint32_t>(std::stoul(argv[4])));
   }
   if (action == "ask" && argc == 2) return ask();
   if (action == "echo" && argc == 4) return echo(argv[2], argv[3]);

@@ -12,6 +12,8 @@
 #include "bus_fixture.h"
 #include "vlm_bus.h"
 
+using ::testing::internal::CaptureStderr;
+using ::testing::internal::GetCapturedStderr;
 using vlm::bus::Tap;
 using vlm::bus::TapCopy;
 
@@ -30,6 +32,11 @@ class BusTapTest : public BusFixture {
     std::vector<TapCopy> copies;
     tap.take(copies);
     return copies;
+  }
+
+  static bool has_note(const std::vector<TapCopy>& copies) {
+    return std::any_of(copies.begin(), copies.end(),
+                       [](const TapCopy& copy) { return !copy.note.empty(); });
   }
 
   /// "CHANNEL SENDER NUMBER" of each copy, "N lost" of a loss.
@@ -166,12 +173,72 @@ TEST_F(BusTapTest, TakesPacketsAgainAfterALoss) {
   EXPECT_EQ(taken + lost, sent);
 }
 
+TEST_F(BusTapTest, GetsTheLinesAboutSubscribersThatDoNotTakeTheirPackets) {
+  Tap tap = open_tap();
+  Process& stopped = start({BUS_PEER, "listen", _channel});
+  ASSERT_TRUE(comes_true([&] { return vlm::bus::bus_has_subscriber(_channel.c_str()); }));
+  const std::string name = only_socket(_channel + '.');
+  stopped.stop();
+  CaptureStderr();
+  std::vector<TapCopy> copies;
+  std::vector<std::string> notes;
+  std::uint32_t sent = 0;
+  const auto publish_one = [&] {
+    publish(_channel, "test", sent++);
+    tap.take(copies);
+    for (; !copies.empty(); copies.erase(copies.begin())) {
+      EXPECT_EQ(copies.front().lost, 0U);
+      if (!copies.front().note.empty()) notes.push_back(copies.front().note);
+    }
+  };
+  while (notes.empty() && sent < 10000) publish_one();
+  publish_one();  // the copy that is dropped at once
+  EXPECT_EQ(notes,
+            std::vector<std::string>({name + " does not take its packets; dropped so far: 1"}));
+  stopped.resume();
+  ASSERT_EQ(stopped.line(), "test 0");
+  publish_one();
+  EXPECT_EQ(notes.back(), name + " takes its packets again; dropped in all: 2");
+  std::string told;
+  for (const std::string& note : notes) told += "vlm_bus: " + note + '\n';
+  EXPECT_EQ(GetCapturedStderr(), told);
+}
+
+TEST_F(BusTapTest, GetsALineForWhichThereWasNoRoomLater) {
+  Tap tap = open_tap();
+  Process& stopped = start({BUS_PEER, "listen", _channel});
+  ASSERT_TRUE(comes_true([&] { return vlm::bus::bus_has_subscriber(_channel.c_str()); }));
+  const std::string name = only_socket(_channel + '.');
+  const std::string elsewhere = _channel + "_elsewhere";
+  for (std::uint32_t number = 0; number < 10000; ++number) publish(elsewhere, "filler", number);
+  stopped.stop();
+  std::uint64_t sent = 10000;
+  for (std::string told; told.empty() && sent < 20000; told = GetCapturedStderr()) {
+    CaptureStderr();
+    publish(_channel, "test", static_cast<std::uint32_t>(sent++));
+  }
+  std::vector<TapCopy> copies;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPlentyMs);
+  do {
+    tap.take(copies);
+    publish(elsewhere, "filler", 0);
+    ++sent;
+  } while (!has_note(copies) && std::chrono::steady_clock::now() < deadline);
+  const auto note = std::find_if(copies.begin(), copies.end(),
+                                 [](const TapCopy& copy) { return !copy.note.empty(); });
+  ASSERT_NE(note, copies.end());
+  EXPECT_EQ(note->note, name + " does not take its packets; dropped so far: 1");
+  tap.take(copies);
+  const auto [taken, lost] = sums(copies);
+  EXPECT_EQ(taken - 1 + lost, sent) << "a note is no packet";
+}
+
 TEST_F(BusTapTest, PutsAnAnswerBehindItsRequestWhoeverPublishes) {
   const std::string there = _channel + "_there";
   const std::string back = _channel + "_back";
   Tap tap = open_tap();
   Inbox& answers = subscribe(back);
-  ChildProcess& echo = start({BUS_PEER, "echo", there, back});
+  Process& echo = start({BUS_PEER, "echo", there, back});
   ASSERT_TRUE(comes_true([&] { return vlm::bus::bus_has_subscriber(there.c_str()); }));
   std::vector<TapCopy> copies;
   constexpr std::uint32_t kRounds = 2000;

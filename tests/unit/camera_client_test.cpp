@@ -208,16 +208,32 @@ TEST_F(Client, SendsNothingThatIsNotAllowed) {
   client.get(row("camera.reboot"), keep("action read"));
   client.run(row("video"), keep("setting run"));
   client.run(row("storage.format"), keep("parameter missing"));
+  client.get(row("storage"), keep("parameter"), {{&row("storage").parameters[0], Value(true)}});
   EXPECT_TRUE(camera.packets.empty());
   for (const auto& [label, answer] : ended) {
     EXPECT_EQ(answer.outcome, Outcome::kInvalid) << label;
   }
-  EXPECT_EQ(ended.size(), 7U);
+  EXPECT_EQ(ended.size(), 8U);
   EXPECT_EQ(ended.at("range").reason, "81 is not allowed: 10 to 80");
   EXPECT_EQ(ended.at("type").reason, "it takes a value of type u32");
   EXPECT_EQ(ended.at("reading").reason, "camera.status cannot be written");
   EXPECT_EQ(ended.at("write-only").reason, "wifi.password cannot be read");
   EXPECT_EQ(ended.at("setting run").reason, "video is not an action");
+}
+
+TEST(Outcome, HasAText) {
+  const std::pair<Outcome, const char*> texts[] = {
+      {Outcome::kDone, "done"},
+      {Outcome::kRefused, "refused"},
+      {Outcome::kBusy, "busy"},
+      {Outcome::kNoAnswer, "no answer"},
+      {Outcome::kNotSent, "not sent"},
+      {Outcome::kInvalid, "invalid"},
+      {Outcome::kGarbled, "garbled answer"},
+      {Outcome::kCancelled, "cancelled"},
+      {static_cast<Outcome>(8), ""},
+  };
+  for (const auto& [outcome, expected] : texts) EXPECT_STREQ(text(outcome), expected);
 }
 
 TEST_F(Client, HasOneRequestInFlight) {
@@ -440,6 +456,19 @@ TEST_F(Client, EndsEverythingAsCancelledWithItself) {
   EXPECT_EQ(clock.pending(), 0U);
   other_camera.answer(UDP_CTRL_CAM_GET_AE_MODE);
   clock.pass(10s);
+}
+
+TEST_F(Client, GivesUpAndGoesOnWithTheNextRequest) {
+  get("exposure.mode", "in flight");
+  get("metering.mode", "waiting");
+  client.give_up();
+  EXPECT_EQ(order, (std::vector<std::string>{"in flight", "waiting"}));
+  EXPECT_EQ(outcome("in flight"), Outcome::kCancelled);
+  EXPECT_EQ(outcome("waiting"), Outcome::kCancelled);
+  get("exposure.mode", "again");
+  camera.answer(UDP_CTRL_CAM_GET_AE_MODE, {1});
+  EXPECT_TRUE(ended.at("again").done());
+  EXPECT_TRUE(ended.at("again").doubtful);  // it may be the answer to the one that was given up
 }
 
 TEST_F(Client, ARequestThatACancelledOneMakesIsCancelledToo) {

@@ -27,6 +27,16 @@ TEST_F(Queue, KeepsNotificationsUntilTheyAreDue) {
   EXPECT_FALSE(queue.next_due_ms());
 }
 
+TEST_F(Queue, HoldsSoManyAndLeavesOutWhatComesThen) {
+  for (std::size_t i = 0; i < NotificationQueue::kMost; ++i) {
+    EXPECT_TRUE(queue.add(notification(LCM_UPDATE_CAMERA_MODE, 200, u8{1})));
+  }
+  EXPECT_FALSE(queue.add(notification(LCM_UPDATE_CAMERA_MODE, 100, u8{2})));
+  EXPECT_EQ(take(500), 1);
+  EXPECT_TRUE(queue.add(notification(LCM_UPDATE_CAMERA_MODE, 100, u8{3})));
+  EXPECT_EQ(take(500), 3);
+}
+
 TEST_F(Queue, HandsThemOutByTimeAndThenByAge) {
   add(200, 1);
   add(100, 2);

@@ -1,6 +1,7 @@
 // What the camera's settings start with, take and refuse, written out from what operators and apps
-// are told. The camera has it from the catalogue: these tables are what the catalogue's rows are
-// checked against, and the last test sees to it that every setting has its place in them.
+// are told: numbers in the contract, all others here. The camera has it from the catalogue: these
+// tables are what the catalogue's rows are checked against, and the last test sees to it that every
+// setting has its place in them.
 #include "camera_settings.h"
 
 #include <gtest/gtest.h>
@@ -8,72 +9,27 @@
 #include <ostream>
 #include <set>
 
+#include "command_contract.h"
 #include "simulated_camera.h"
 
 namespace {
 
 using namespace vlm::sim;
 
-struct PlainCase {
+/// A setting of the contract that is one number.
+struct PlainCase : SettingContract {
   int set_code;
-  int get_code;
-  std::size_t width;
-  std::vector<u32> allowed;
-  std::vector<u32> refused;
-  int refusal;
 };
 
 void PrintTo(const PlainCase& row, std::ostream* out) { *out << "set code " << row.set_code; }
 
-constexpr u32 kAll32 = 0xFFFFFFFF;
-
-// What the operator is told about each value, row by row.
-const PlainCase kPlainCases[] = {
-    {8, 7, 1, {0, 1}, {2, 255}, VLM_ERR_IS_UNKOWN_AEMODE},
-    {10, 9, 2, {0, 1, 0x0302, 0xFFFF}, {}, 0},
-    {14, 13, 1, {0, 1, 2, 3, 4, 5, 7, 99, 100}, {6, 8, 98, 101, 255}, VLM_ERR_IS_INVALID_AWB},
-    {18, 17, 1, {0, 1, 2}, {3, 4, 255}, VLM_ERR_IS_INVALID_METER},
-    {20, 19, 1, {0, 1, 2}, {3, 255}, VLM_ERR_IS_INVALID_PARAM},
-    {22, 21, 1, {0, 1, 2, 3, 5}, {4, 6, 255}, VLM_ERR_IS_INVALID_PARAM},
-    {24, 23, 1, {0, 1, 2, 3}, {4, 255}, VLM_ERR_IS_INVALID_PARAM},
-    {26, 25, 1, {1, 130, 131}, {0, 2, 129, 132}, VLM_ERR_UNSUPPORTED_PHOTO_FORMAT},
-    {41, 40, 1, {0, 1}, {2, 255}, VLM_ERR_IS_UNSUPPORTED_SYSMODE},
-    {43, 42, 1, {1, 3}, {0, 2, 4}, VLM_ERR_IS_INVALID_PARAM},
-    {47, 46, 1, {1, 2, 3}, {0, 4}, VLM_ERR_IS_INVALID_PARAM},
-    {49, 48, 1, {0, 1}, {2}, VLM_ERR_IS_INVALID_PARAM},
-    {53, 52, 1, {0, 1, 2, 3}, {4, 90}, VLM_ERR_IS_INVALID_PARAM},
-    {56, 55, 1, {0x00, 0x11}, {1, 0x10, 0x12}, VLM_ERR_IS_INVALID_PARAM},
-    {59, 209, 2, {0, 5, 0xFFFF}, {}, 0},
-    {60, 210, 2, {0, 100, 0xFFFF}, {}, 0},
-    {62, 61, 1, {0, 1, 255}, {}, 0},
-    {68, 67, 1, {0, 1}, {2}, VLM_ERR_IS_INVALID_PARAM},
-    {79, 78, 1, {0, 1, 255}, {}, 0},
-    {81, 80, 4, {10, 45, 80}, {0, 9, 81, kAll32}, VLM_ERR_IS_INVALID_PARAM},
-    {87, 86, 1, {0, 1, 255}, {}, 0},
-    {91, 92, 4, {1, 2, kAll32}, {0}, VLM_ERR_IS_INVALID_PARAM},
-    {93, 94, 1, {0, 1}, {2}, VLM_ERR_IS_INVALID_PARAM},
-    {95, 96, 1, {0, 1, 255}, {}, 0},
-    {101, 100, 4, {0, 7, kAll32}, {}, 0},
-    {109, 108, 4, {0, 1}, {2, kAll32}, VLM_ERR_IS_INVALID_PARAM},
-    {111, 110, 4, {0, 1, 2}, {3, kAll32}, VLM_ERR_IS_INVALID_PARAM},
-    {122, 121, 4, {0, 1, 2}, {3, kAll32}, VLM_ERR_IS_INVALID_PARAM},
-    {126, 125, 1, {0, 0x7F, 0x80, 0xFF}, {}, 0},
-    {128, 127, 2, {0, 0x7FFF, 0xFFFF}, {}, 0},
-    {130, 129, 2, {0, 0x7FFF, 0xFFFF}, {}, 0},
-    {203, 203, 4, {2, 3}, {0, 1, 4, kAll32}, VLM_ERR_IS_INVALID_PARAM},
-    {205, 206, 4, {0x1000, 0x4321, 0xF000}, {0, 0x0FFF, 0xF001, kAll32}, VLM_ERR_IS_INVALID_PARAM},
-    {207,
-     208,
-     2,
-     {0x00, 0x05, 0x06, 0x07, 0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x11},
-     {0x01, 0x04, 0x12, 0xFFFF},
-     VLM_ERR_IS_INVALID_PARAM},
-    {216, 241, 1, {2, 3, 4, 5}, {0, 1, 6}, VLM_ERR_IS_INVALID_PARAM},
-    {219, 220, 1, {1, 2, 3}, {0, 4}, VLM_ERR_IS_INVALID_PARAM},
-    {236, 237, 2, {0, 300, 0xFFFF}, {}, 0},
-    {238, 235, 2, {0, 300, 0xFFFF}, {}, 0},
-    {239, 240, 1, {0, 1}, {2}, VLM_ERR_IS_INVALID_PARAM},
-};
+std::vector<PlainCase> plain_cases() {
+  std::vector<PlainCase> cases;
+  for (const CommandContract& row : command_contract()) {
+    if (row.setting) cases.push_back({*row.setting, row.code});
+  }
+  return cases;
+}
 
 Bytes low_bytes(u32 value, std::size_t width) {
   Bytes bytes = bytes_of(value);
@@ -121,7 +77,7 @@ TEST_P(PlainSetting, ReadsNoByteBeyondItsWidth) {
   EXPECT_EQ(camera.ask(row.get_code, echoes ? payload : Bytes{}).payload, answer);
 }
 
-INSTANTIATE_TEST_SUITE_P(, PlainSetting, testing::ValuesIn(kPlainCases), [](const auto& row) {
+INSTANTIATE_TEST_SUITE_P(, PlainSetting, testing::ValuesIn(plain_cases()), [](const auto& row) {
   return "Code" + std::to_string(row.param.set_code);
 });
 
@@ -268,12 +224,9 @@ TEST(CameraSettings, ThatAreRecordsKeepEveryByteAndRefuseWhatMeansNothing) {
   }
 }
 
-const std::pair<int, u32> kPlainDefaults[] = {
-    {7, 0},     {9, 0},   {13, 0},    {17, 0},    {19, 0},  {21, 0},  {23, 2},       {25, 1},
-    {40, 0},    {42, 1},  {46, 2},    {48, 1},    {52, 0},  {55, 0},  {57, 55},      {61, 0},
-    {67, 0},    {78, 0},  {80, 10},   {86, 0},    {92, 1},  {94, 1},  {96, 0},       {100, 0},
-    {108, 0},   {110, 1}, {121, 2},   {125, 0},   {127, 0}, {129, 0}, {208, 10},     {209, 0},
-    {210, 100}, {220, 1}, {235, 256}, {237, 256}, {240, 0}, {241, 2}, {206, 0x4000}, {1, 1}};
+// Beside those of the contract.
+const std::pair<int, u32> kPlainDefaults[] = {{UDP_CTRL_CAM_GET_CAMERA_MODE, 1},
+                                              {UDP_CTRL_CAM_GET_CUSTOM_WB, 55}};
 
 /// All bytes of the answer; asked without a payload.
 const std::pair<int, Bytes> kRecordDefaults[] = {
@@ -300,6 +253,10 @@ TEST(CameraSettings, BeginWithTheirDefaults) {
   SimulatedCamera camera(true);
   for (const auto& [code, value] : kPlainDefaults) {
     EXPECT_EQ(camera.get<u32>(code), value) << code;
+  }
+  for (const PlainCase& row : plain_cases()) {
+    if (!row.start) continue;
+    EXPECT_EQ(camera.get<u32>(row.get_code), *row.start) << row.get_code;
   }
   for (const auto& [code, answer] : kRecordDefaults) {
     Bytes all = answer;
@@ -457,10 +414,13 @@ TEST(CameraSettings, HaveEachTheirPlaceInTheseTables) {
       UDP_CTRL_CAM_SET_CAMERA_MODE, UDP_CTRL_CAM_SET_COUNTRY_CODE,
       UDP_CTRL_CAM_SET_SYS_TIME,    UDP_CTRL_CAM_SET_ZOOM,
   };
-  for (const PlainCase& row : kPlainCases) written.insert(row.set_code);
+  std::set<int> read;
+  for (const PlainCase& row : plain_cases()) {
+    written.insert(row.set_code);
+    if (row.start) read.insert(row.get_code);
+  }
   for (const WriteOnlyCase& row : kWriteOnlyCases) written.insert(row.code);
   for (const RecordCase& row : kRecordCases) written.insert(row.set_code);
-  std::set<int> read;
   for (const auto& [code, value] : kPlainDefaults) read.insert(code);
   for (const auto& [code, answer] : kRecordDefaults) read.insert(code);
   for (const vlm::catalogue::Row& row : vlm::catalogue::rows()) {

@@ -14,106 +14,6 @@ namespace {
 
 using Data = LcmRequest::Data;
 
-// clang-format off
-// A macro, since only it can name a member for offsetof.
-#define TYPED(field, type) \
-  {#field, offsetof(Data, field), sizeof(Data::field), alignof(decltype(Data::field)), \
-   std::is_same_v<decltype(Data::field), type>}
-
-struct TypedField {
-  const char* name;
-  std::size_t offset;
-  std::size_t size;
-  std::size_t alignment;
-  bool has_its_type;
-};
-
-// In their order.
-const TypedField kFields[] = {
-    TYPED(video_status, u8),
-    TYPED(video_fps, u8),
-    TYPED(video_resolution_h, u16),
-    TYPED(video_resolution_v, u16),
-    TYPED(cam_mode, u8),
-    TYPED(shutter_s, float),
-    TYPED(iso_value, float),
-    TYPED(ev_num, s8),
-    TYPED(ev_dem, u8),
-    TYPED(encode_mode, u8),
-    TYPED(air_params, udp_ctrl_cam_air_params_t),
-    TYPED(temp_status, udp_ctrl_cam_lepton_area_temp_t),
-    TYPED(temp_bar, udp_ctrl_cam_temp_bar_range_t),
-    TYPED(eis_flag, u8),
-    TYPED(color_mode, u8),
-    TYPED(image_quality, u8),
-    TYPED(image_format, u8),
-    TYPED(wb_locked, u8),
-    TYPED(dewarp_mode, u8),
-    TYPED(th_env_temp, lepton_env_temp_t),
-    TYPED(th_dewarp, vlm_thermal_dewarp_t),
-    TYPED(stream_prop, vlm_stream_prop_t),
-    TYPED(rgain, u16),
-    TYPED(bgain, u16),
-    TYPED(property_str, char[128]),
-    TYPED(gain_mode, u32),
-    TYPED(pn_info, vlm_camera_pn_info_t),
-    TYPED(rad_point, vlm_radiometric_point_settings_t),
-    TYPED(rad_area, vlm_radiometric_area_settings_t),
-    TYPED(sso, vlm_SSO_setting_t),
-    TYPED(ace, vlm_ACE_setting_t),
-    TYPED(dde, vlm_DDE_setting_t),
-    TYPED(roi, vlm_radiometric_area_coordinate_t),
-    TYPED(th_dzoom, udp_ctrl_cam_digital_zoom_params_t),
-    TYPED(framerate_divisor, u32),
-    TYPED(photo_ratio, u8),
-    TYPED(file_format, u8),
-    TYPED(capture_mode, udp_ctrl_cam_photo_mode_t),
-    TYPED(flip_type, u8),
-    TYPED(low_delay_mode, u8),
-    TYPED(custom_wb, u8),
-    TYPED(wdr_mode, u8),
-    TYPED(palette_type, u32),
-    TYPED(interval_time_s, u32),
-    TYPED(lock_state, u32),
-    TYPED(run_mode, u32),
-    TYPED(file_num_option, u8),
-    TYPED(cam_lock, u8),
-    TYPED(sd_sp_info, udp_ctrl_sdcard_support_info_t),
-    TYPED(ev_value, u16),
-    TYPED(shutter, u16),
-    TYPED(iso, u16),
-    TYPED(zoom, float),
-    TYPED(iris, u16),
-    TYPED(focus, u16),
-    TYPED(dzoom, u32),
-    TYPED(deflog_onoff, u8),
-    TYPED(dzoom_onoff, u8),
-    TYPED(osd_onoff, u8),
-    TYPED(mem_save_data, u8[15]),
-    TYPED(wb_mode, u8),
-    TYPED(meter_mode, u8),
-    TYPED(flicker_mode, u8),
-    TYPED(recording_time, u32),
-    TYPED(available_kib, u32),
-    TYPED(total_kib, u32),
-    TYPED(camera_version, u32),
-    TYPED(ae_mode, u8),
-    TYPED(enable_flag, u8),
-    TYPED(folder, char[64]),
-    TYPED(x_ratio, u8),
-    TYPED(y_ratio, u8),
-    TYPED(speed_mbps, u16),
-    TYPED(level, u8),
-    TYPED(space_state, u8),
-    TYPED(system_mode, u8),
-    TYPED(request_list, udp_ctrl_cam_request_list_t),
-    TYPED(country_code, char[10]),
-    TYPED(storage_info, udp_ctrl_cam_sdcard_storage_t),
-    TYPED(focus_mode, u8),
-};
-
-// clang-format on
-
 /// A payload of different bytes, none of them 0xa5, so that each names its place.
 std::vector<u8> distinct_payload() {
   std::vector<u8> payload(128);
@@ -135,8 +35,8 @@ std::string difference(const Data& expected, const Data& actual) {
   std::string text;
   for (std::size_t i = 0; i < a.size(); ++i) {
     if (a[i] == b[i]) continue;
-    const auto* const next = std::find_if(std::begin(kFields), std::end(kFields),
-                                          [=](const TypedField& f) { return f.offset > i; });
+    const auto next = std::find_if(result_fields().begin(), result_fields().end(),
+                                   [=](const ResultField& f) { return f.offset > i; });
     text += "byte " + std::to_string(i) + " in or behind " + (next - 1)->name + "; ";
   }
   return text;
@@ -163,7 +63,7 @@ class ResultStore : public EngineTest {
 
 TEST(ResultFields, StandInOrderInTheirTypes) {
   std::size_t end = 0;
-  for (const TypedField& field : kFields) {
+  for (const ResultField& field : result_fields()) {
     EXPECT_GE(field.offset, end) << field.name;
     EXPECT_LT(field.offset, end + field.alignment) << "more than padding before " << field.name;
     EXPECT_TRUE(field.has_its_type) << field.name;
@@ -185,9 +85,10 @@ TEST(ResultFields, AreAsWideAsTheirPayloadBytes) {
 TEST(ResultFields, NameAllThatAReplyStores) {
   for (const CommandContract& row : command_contract()) {
     for (const StoredBytes& bytes : row.reply.stored) {
-      const bool named = std::any_of(std::begin(kFields), std::end(kFields), [&](const auto& f) {
-        return f.offset <= bytes.offset && bytes.offset + bytes.size <= f.offset + f.size;
-      });
+      const bool named =
+          std::any_of(result_fields().begin(), result_fields().end(), [&](const auto& f) {
+            return f.offset <= bytes.offset && bytes.offset + bytes.size <= f.offset + f.size;
+          });
       EXPECT_TRUE(named) << row.code << " " << bytes.field;
     }
   }

@@ -1,9 +1,7 @@
 // The engine in random scenarios against a plain model of it: several callers, replies of every kind
 // at any moment, time-outs and wake-ups without a reason, step by step on a clock of the test's own.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstring>
 #include <map>
@@ -13,6 +11,7 @@
 #include "fibers.h"
 #include "lcm_request.h"
 #include "lcm_request_peer.h"
+#include "silence.h"
 
 namespace {
 
@@ -67,27 +66,6 @@ struct Reference {
     sent = received = kNone;
     own.clear();
   }
-};
-
-/// Throws away what the engine prints.
-class Silence {
- public:
-  Silence() : _saved(dup(STDOUT_FILENO)) {
-    std::fflush(stdout);
-    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dup2(null, STDOUT_FILENO);
-    close(null);
-  }
-  ~Silence() {
-    std::fflush(stdout);
-    dup2(_saved, STDOUT_FILENO);
-    close(_saved);
-  }
-  Silence(const Silence&) = delete;
-  Silence& operator=(const Silence&) = delete;
-
- private:
-  int _saved;
 };
 
 class Scenario;

@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "command_contract.h"
 #include "engine_test.h"
 #include "transcript.h"
 
@@ -420,7 +421,9 @@ TEST_F(BehindTheAnswer, ManyForeignRepliesTakeNothingAway) {
   reply(kGetIris, {}, VLM_ERR_FAILED);  // before the answer: overwritten by it
   EXPECT_EQ(_engine.get_error_code(), VLM_ERR_FAILED);
   reply(kGetMode);
-  for (int code = 1; code <= 241; ++code) reply(code, {}, VLM_ERR_IS_NO_SPACE);
+  for (const CommandContract& row : command_contract()) {
+    reply(row.code, {}, VLM_ERR_IS_NO_SPACE);
+  }
   EXPECT_EQ(send(kGetMode), kSuccess);
   expect_idle();
 }

@@ -128,7 +128,7 @@ TEST_F(OutputRelayToAPipe, WritesToAPipeThatDoesNotBlock) {
 }
 
 TEST_F(OutputRelayToAPipe, GivesAStreamThatTakesLines) {
-  std::FILE* const stream = _relay.open_stream();
+  std::FILE* const stream = _relay.open_stream(_IOLBF);
   ASSERT_NE(stream, nullptr);
   std::fprintf(stream, "%d and ", 1);
   std::fputs("2\n", stream);

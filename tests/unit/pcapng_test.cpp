@@ -163,6 +163,9 @@ TEST(Pcapng, TellsFilesOfOthers) {
   const Read ethernet = read(section(le) + interface(le, 1) + packet(le, 1, std::string(60, 'e')));
   EXPECT_EQ(ethernet.outcome, PcapngReader::kForeign);
   EXPECT_EQ(ethernet.error, "a pcapng file without a packet of the bus");
+  EXPECT_EQ(read(section(le) + interface(le, 1)).outcome, PcapngReader::kForeign)
+      << "no packet yet";
+  EXPECT_EQ(read(section(le)).outcome, PcapngReader::kEnd) << "as a recording begins";
   std::string other = kTags;
   other[4] = 'x';
   EXPECT_EQ(read(section(le) + interface(le, 252) + packet(le, 1, other + "data")).outcome,
@@ -194,6 +197,10 @@ TEST(Pcapng, ReadsTheOtherByteOrderAndOtherUnitsOfTime) {
     EXPECT_EQ(time_with(3, 1'500), 1'500'000'000);
     EXPECT_EQ(time_with(12, 1'500'000'000'000), 1'500'000'000);
     EXPECT_EQ(time_with('\x8A', 1536), 1'500'000'000);
+    // What no clock shows stays within what can be added and subtracted.
+    EXPECT_EQ(time_with(9, UINT64_MAX), std::int64_t{1} << 61);
+    EXPECT_EQ(time_with(0, UINT64_MAX), std::int64_t{1} << 61);
+    EXPECT_EQ(time_with('\x7F', UINT64_MAX), 0);
   }
   const Read result = read(section(le) + interface(le, 252) + packet(le, 2, kTags + "d"));
   ASSERT_EQ(result.entries.size(), 1U);

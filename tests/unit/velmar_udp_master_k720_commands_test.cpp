@@ -10,7 +10,9 @@
 #include <vector>
 
 #include "camctrl_app.h"
+#include "camctrl_contract.h"
 #include "camctrl_service.h"
+#include "operation.h"
 #include "scripted_bus.h"
 #include "transcript.h"
 
@@ -18,241 +20,6 @@ namespace {
 
 constexpr int kUnsupported = 1;
 constexpr int kTimeout = 26;
-
-enum Kind { kSet, kGet };
-
-struct Command {
-  const char* name;
-  int option;
-  Bytes data;  // of the request
-  int code;    // of the camera's command
-  Bytes params;
-  Kind kind;
-  Bytes answer;  // the camera's, on success
-  Bytes reply;   // data of the service's, on success
-  std::vector<std::string> log;
-};
-
-void PrintTo(const Command& row, std::ostream* out) { *out << row.name; }
-
-Bytes text_bytes(const std::string& text, std::size_t size) {
-  Bytes bytes(text.begin(), text.end());
-  bytes.resize(size);
-  return bytes;
-}
-
-Bytes joined(Bytes bytes, const Bytes& more) {
-  for (const u8 byte : more) bytes.push_back(byte);
-  return bytes;
-}
-
-const std::string kAwbLegend1 = "0-AUTO,1-INCANDESCENT,3-SUNSET";
-const std::string kAwbLegend2 = "4-SUNNY,5-CLOUDY,7-FLUORESCENT,99-LOCK";
-
-const Command kCommands[] = {
-    {"RecordStart", 1, {}, 4, {}, kSet, {}, {}, {}},
-    {"RecordStop", 2, {}, 5, {}, kSet, {}, {}, {}},
-    {"TakePhoto", 3, {}, 3, {}, kSet, {}, {}, {}},
-    {"StopPhoto", 4, {}, 66, {}, kSet, {}, {}, {}},
-    {"SetCameraMode",
-     7,
-     {2},
-     2,
-     {2},
-     kSet,
-     {},
-     {},
-     {"[process_camera_functions_and_reply][LINE]:camera_mode = 2"}},
-    {"SetVideo",
-     8,
-     {0x0F, 0x00, 0x08, 0x70, 30, 1, 2, 3, 4},
-     16,
-     {0x00, 0x0F, 0x70, 0x08, 30, 0xFF, 0xFF, 0xFF, 0xFF},
-     kSet,
-     {},
-     {},
-     {"video_resolution_h(3840);video_resolution_v(2160);video_framerate(30)"}},
-    {"SetPhotoFormat",
-     10,
-     {131},
-     26,
-     {131},
-     kSet,
-     {},
-     {},
-     {"image_format = 131(1:jpg,131:jpg+dng)"}},
-    {"SetPhotoMode",
-     11,
-     {0x01, 0x02, 0xFF, 0x03, 0x00, 0x01, 0x86, 0xA0, 0x04},
-     51,
-     {4, 0x02, 0x01, 0xFF, 3, 0xA0, 0x86, 0x01, 0x00, 0, 0},
-     kSet,
-     {},
-     {},
-     {"0--SINGLE,3--BURST,4--AEB,5--PANO_HORIZON,6--PANO_HEMISPHERE",
-      "capture_mode(4);photo_amount(258);ev_step(-1/3);interval_ms(100000)"}},
-    {"SetAeMode", 14, {1}, 8, {1}, kSet, {}, {}, {"aemode=1(0--auto;1--manual)"}},
-    {"SetEv", 15, {0x34, 0x12}, 10, {0x34, 0x12}, kSet, {}, {}, {"cam_ev(1234)"}},
-    {"SetShutter",
-     16,
-     {0x07, 0x00, 0x55, 0x66},
-     59,
-     {0x07, 0x00},
-     kSet,
-     {},
-     {},
-     {"set cam_shutter(07)"}},
-    {"SetIso",
-     17,
-     {0x00, 0x01, 0x90, 0x00},
-     60,
-     {0x00, 0x90},
-     kSet,
-     {},
-     {},
-     {"set cam_iso(102400)"}},
-    {"SetShutterIso",
-     18,
-     {0x00, 0x01, 0x01, 0xF4, 0x00, 0x01, 0x90, 0x00},
-     12,
-     {0, 0x01, 0x00, 0xF4, 0x01, 0x00, 0x90, 0x01, 0x00},
-     kSet,
-     {},
-     {},
-     {"shutter(1/500);ISO(102400)"}},
-    {"SetMeterMode",
-     19,
-     {2},
-     18,
-     {2},
-     kSet,
-     {},
-     {},
-     {"meter_mode = 2(0x00->Center,0x01->Average,0x02->Spot)"}},
-    {"SetFlickerMode",
-     20,
-     {1},
-     20,
-     {1},
-     kSet,
-     {},
-     {},
-     {"flicker_mode = 1(0x00->Auto,0x01->60Hz,0x02->50Hz)"}},
-    {"SetAwbMode", 21, {99}, 14, {99}, kSet, {}, {}, {"awb_mode = 99", kAwbLegend1, kAwbLegend2}},
-    {"SetIqType",
-     22,
-     {3},
-     22,
-     {3},
-     kSet,
-     {},
-     {},
-     {"iq_type=3(0x00->nature,0x01->saturation,0x02->raw,0x03->night)"}},
-    {"GetVersion",
-     23,
-     {},
-     31,
-     {},
-     kGet,
-     joined(text_bytes("K720CAMX", 8), {0x12, 0xF3, 0x2F, 'b'}),
-     joined(text_bytes("K720CAM", 8), {2, 3, 15, 'b', 0, 0, 0, 0, 0, 0, 0, 0}),
-     {"camera version:K720CAM_2.3.15_b"}},
-    {"SetTime",
-     24,
-     {0x5A, 0x43, 0xCF, 0xF4},
-     32,
-     {0xF4, 0xCF, 0x43, 0x5A, 0, 0, 0, 0},
-     kSet,
-     {},
-     {},
-     {"SET_TIME: 1514393588(UTC Wed Dec 27 16:53:08 2017", ")"}},
-    {"FormatSdcard", 25, {1}, 27, {0}, kSet, {}, {}, {}},
-    {"ResetSettings", 26, {}, 28, {}, kSet, {}, {}, {}},
-    {"SetDroneName",
-     29,
-     text_bytes("my drone", 20),
-     54,
-     text_bytes("my drone", 20),
-     kSet,
-     {},
-     {},
-     {"set ssid = my drone"}},
-    {"SetDronePassword",
-     31,
-     text_bytes("12345678", 20),
-     44,
-     text_bytes("12345678", 21),
-     kSet,
-     {},
-     {},
-     {"set password = 12345678"}},
-    {"RebootDevice", 33, {}, 45, {}, kSet, {}, {}, {}},
-    {"SetSpotMeteringCoords",
-     36,
-     {40, 60},
-     37,
-     {40, 60},
-     kSet,
-     {},
-     {},
-     {"set x_ratio = 40;y_ratio = 60"}},
-    {"SetManualWb", 37, {55}, 58, {55}, kSet, {}, {}, {"set manual_wb_type = 55"}},
-    {"SetSystemMode", 40, {1}, 41, {1}, kSet, {}, {}, {"set system mode = 1"}},
-    {"GetSystemMode", 41, {}, 40, {}, kGet, {1}, {1}, {"get system mode = 1"}},
-    {"SetVideoEncodeMode", 45, {3}, 43, {3}, kSet, {}, {}, {"set video_encode_mode = 3"}},
-    {"SetPhotoRatio", 46, {2}, 47, {2}, kSet, {}, {}, {"set photo_ratio = 2"}},
-    {"SetFileType", 50, {1}, 49, {1}, kSet, {}, {}, {"set file_format = 1"}},
-    {"GetSpotMeteringCoords",
-     71,
-     {},
-     36,
-     {},
-     kGet,
-     {25, 75},
-     {25, 75},
-     {"get x_ratio = 25;y_ratio = 75"}},
-    {"SetPhotoQuality",
-     251,
-     {3},
-     24,
-     {3},
-     kSet,
-     {},
-     {},
-     {"photo_quality = 3(0x00->low,0x01->medium,0x02->high,0x03->ultra_high)"}},
-    {"GetAwbMode",
-     4114,
-     {},
-     13,
-     {},
-     kGet,
-     {100},
-     {100},
-     {"get awb_mode = 100", kAwbLegend1, kAwbLegend2}},
-    {"GetVideo",
-     4116,
-     {},
-     15,
-     {},
-     kGet,
-     {0x80, 0x07, 0x38, 0x04, 60},
-     {0x07, 0x80, 0x04, 0x38, 60, 0, 0, 0, 0},
-     {"video_resolution_h(1920);video_resolution_v(1080);video_framerate(60)"}},
-    {"GetIqType",
-     4120,
-     {},
-     21,
-     {},
-     kGet,
-     {2},
-     {2},
-     {"get iq_type=2", "(0x00->nature,0x01->saturation,0x02->raw,0x03->night)"}},
-    {"GetCameraMode", 4121, {}, 1, {}, kGet, {1}, {1}, {"camera_mode = 1(1-video;2-photo)"}},
-    {"GetVideoEncodeMode", 4123, {}, 42, {}, kGet, {3}, {3}, {"get video_encode_mode = 3"}},
-    {"GetPhotoRatio", 4124, {}, 46, {}, kGet, {1}, {1}, {"get photo_ratio = 1"}},
-};
-
-constexpr int kGetCameraType = 4096;
 
 class CamctrlCommands : public testing::Test {
  protected:
@@ -271,10 +38,10 @@ class CamctrlCommands : public testing::Test {
     settle(_service);
     return reply;
   }
-  Bytes run(const Command& row) { return ask(camctrl_request(row.option, row.data)); }
+  Bytes run(const CamctrlContract& row) { return ask(camctrl_request(row.option, row.data)); }
 
   /// The record of the one request published since the bus was reset.
-  void expect_record(const Command& row) {
+  void expect_record(const CamctrlContract& row) {
     const udp_ctrl_cam_t record = bus().only_record();
     EXPECT_EQ(static_cast<int>(record.cmd_type), row.code) << row.name;
     EXPECT_EQ(Bytes(record.cmd_params, record.cmd_params + sizeof record.cmd_params),
@@ -290,7 +57,8 @@ class CamctrlCommands : public testing::Test {
   Transcript _transcript;
 };
 
-class CamctrlCommand : public CamctrlCommands, public testing::WithParamInterface<Command> {};
+class CamctrlCommand : public CamctrlCommands,
+                       public testing::WithParamInterface<CamctrlContract> {};
 
 TEST_P(CamctrlCommand, IsCarriedOutByTheCamera) {
   bus().answer(GetParam().answer);
@@ -331,12 +99,13 @@ std::vector<std::string> log_lines(const std::string& transcript) {
   return lines;
 }
 
-std::vector<std::string> expected_lines(const Command& row, int result) {
-  const auto shown = row.kind == kSet || result == 0 ? row.log : std::vector<std::string>{};
+std::vector<std::string> expected_lines(const CamctrlContract& row, int result) {
+  const auto shown =
+      row.kind == CamctrlContract::kSet || result == 0 ? row.log : std::vector<std::string>{};
   std::vector<std::string> lines{"camera_cmd = " + std::to_string(row.option)};
-  if (row.kind == kGet) lines.emplace_back("-");
+  if (row.kind == CamctrlContract::kGet) lines.emplace_back("-");
   lines.insert(lines.end(), shown.begin(), shown.end());
-  if (row.kind == kSet) lines.emplace_back("-");
+  if (row.kind == CamctrlContract::kSet) lines.emplace_back("-");
   lines.push_back("err_code = " + std::to_string(result));
   return lines;
 }
@@ -366,13 +135,14 @@ TEST_P(CamctrlCommand, ReadsDataThatIsMissingAsZero) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, CamctrlCommand, testing::ValuesIn(kCommands),
+INSTANTIATE_TEST_SUITE_P(All, CamctrlCommand, testing::ValuesIn(camctrl_contract()),
                          [](const auto& row) { return row.param.name; });
 
-TEST_F(CamctrlCommands, AreFortyWithTheCameraType) {
+TEST_F(CamctrlCommands, HaveEachAnOptionOfTheirOwn) {
   std::set<int> options{kGetCameraType};
-  for (const Command& row : kCommands) options.insert(row.option);
-  EXPECT_EQ(options.size(), 40U);
+  for (const CamctrlContract& row : camctrl_contract()) {
+    EXPECT_TRUE(options.insert(row.option).second) << row.name;
+  }
 }
 
 TEST_F(CamctrlCommands, AnswerTheCameraTypeWithoutTheCamera) {
@@ -385,7 +155,7 @@ TEST_F(CamctrlCommands, AnswerTheCameraTypeWithoutTheCamera) {
 
 TEST_F(CamctrlCommands, AreUnsupportedWhateverElseIsAsked) {
   std::set<int> options{kGetCameraType};
-  for (const Command& row : kCommands) options.insert(row.option);
+  for (const CamctrlContract& row : camctrl_contract()) options.insert(row.option);
   for (int option = 0; option <= 0xFFFF; option += option < 0x1100 ? 1 : 251) {
     if (options.count(option) != 0) continue;
     EXPECT_EQ(ask(camctrl_request(option, {1, 2, 3})), camctrl_reply(option, kUnsupported));
@@ -401,13 +171,13 @@ TEST_F(CamctrlCommands, AnswerTheHeartbeatAsUnsupported) {
 
 TEST_F(CamctrlCommands, KeepTextsToTheirTwentyCharacters) {
   const std::string full = "ABCDEFGHIJKLMNOPQRST";
-  ask(camctrl_request(29, text_bytes(full + "UVWXYZ", 26)));
+  ask(camctrl_request(29, bytes_of_text(full + "UVWXYZ", 26)));
   EXPECT_NE(without_places(_transcript.text()).find(": set ssid = " + full + "\n"),
             std::string::npos);
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(bus().only_record().cmd_params), 21),
             full + '\0');
   bus().reset();
-  ask(camctrl_request(31, text_bytes(full + "UVWXYZ", 26)));
+  ask(camctrl_request(31, bytes_of_text(full + "UVWXYZ", 26)));
   EXPECT_NE(without_places(_transcript.text()).find(": set password = " + full + "\n"),
             std::string::npos);
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(bus().only_record().cmd_params), 22),
@@ -424,10 +194,10 @@ TEST_F(CamctrlCommands, ReadNoDataFromALengthOfOne) {
 }
 
 TEST_F(CamctrlCommands, ShowAShortNameWhole) {
-  bus().answer(joined(text_bytes("V7", 8), {1, 2, 3, 0}));
+  bus().answer(joined(bytes_of_text("V7", 8), {1, 2, 3, 0}));
   EXPECT_EQ(
       ask(camctrl_request(23)),
-      camctrl_reply(23, 0, joined(text_bytes("V7", 8), {1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0})));
+      camctrl_reply(23, 0, joined(bytes_of_text("V7", 8), {1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0})));
   EXPECT_NE(without_places(_transcript.text()).find(": camera version:V7_1.2.3_\n"),
             std::string::npos);
 }

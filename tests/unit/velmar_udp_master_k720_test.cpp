@@ -371,6 +371,22 @@ TEST_F(UdpService, SendsTheReplyOfARunningCommandToTheLatestSender) {
   EXPECT_EQ(ask(camctrl_request(kGetCameraType)), kCameraTypeReply) << "and nothing before it";
 }
 
+TEST_F(UdpService, SendsTheReplyOfARunningCommandToTheSenderOfAnEmptyDatagram) {
+  bus().stay_silent();
+  _app.send(camctrl_request(kSetAeMode, {1}));
+  bus().wait_for_published(1);
+
+  _other_app.send({});
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (UdpMasterK720Peer::latest_sender(_service) != _other_app.socket().port()) {
+    ASSERT_LT(std::chrono::steady_clock::now(), limit);
+    std::this_thread::yield();
+  }
+  lcm_request.receive_msg(camera_record(UDP_CTRL_CAM_SET_AE_MODE));
+  EXPECT_EQ(_other_app.receive(), camctrl_reply(kSetAeMode, 0));
+  settle(_service);
+}
+
 TEST_F(UdpService, RunsOverTheSlotOnceForEachValidatedMessage) {
   const Bytes request = camctrl_request(kGetCameraType);
   ask(request);

@@ -17,13 +17,13 @@ class VlmBusProbeTest : public BusFixture {
   };
 
   Outcome probe(std::vector<std::string> arguments) {
-    ChildProcess& child = start_probe(std::move(arguments));
-    const std::string output = child.output();
-    const std::string errors = child.errors();
-    return {child.wait(), output, errors};
+    Process& child = start_probe(std::move(arguments));
+    const std::string output = child.read_all();
+    const int status = child.wait();
+    return {status, output, child.errors()};
   }
 
-  ChildProcess& start_probe(std::vector<std::string> arguments) {
+  Process& start_probe(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), VLM_BUS_PROBE);
     return start(std::move(arguments));
   }
@@ -37,7 +37,7 @@ class VlmBusProbeTest : public BusFixture {
 
 TEST_F(VlmBusProbeTest, SeesNobodyAndThenASubscriberAndThenNobody) {
   expect_quiet(probe({_channel}), 1);
-  ChildProcess& child = listener(_channel);
+  Process& child = listener(_channel);
   expect_quiet(probe({_channel}), 0);
   expect_quiet(probe({_channel + "x"}), 1);
   child.kill_and_wait();
@@ -45,14 +45,14 @@ TEST_F(VlmBusProbeTest, SeesNobodyAndThenASubscriberAndThenNobody) {
 }
 
 TEST_F(VlmBusProbeTest, WaitsForASubscriber) {
-  ChildProcess& waiting = start_probe({_channel, "--wait", "20000"});
+  Process& waiting = start_probe({_channel, "--wait", "20000"});
   listener(_channel);
   EXPECT_EQ(waiting.wait(), 0);
 }
 
 TEST_F(VlmBusProbeTest, WaitsForASubscriberBesideADeadOne) {
   listener(_channel).kill_and_wait();
-  ChildProcess& waiting = start_probe({"--wait", "20000", _channel});
+  Process& waiting = start_probe({"--wait", "20000", _channel});
   ASSERT_TRUE(comes_true([&] { return sockets(_channel + '.').empty(); }));  // it has looked once
   EXPECT_FALSE(waiting.has_ended());
   listener(_channel);
@@ -71,13 +71,12 @@ TEST_F(VlmBusProbeTest, FailsWithAMessageWhereTheBusCannotBeUsed) {
 
 TEST_F(VlmBusProbeTest, ThatCannotLookFailsWithAMessage) {
   if (emulated()) GTEST_SKIP() << "the emulator takes descriptors of its own";
-  ChildProcess& live = listener(_channel);
+  Process& live = listener(_channel);
   const std::string name = only_socket(_channel + '.');
   // Beside the standard ones there is room for its watch and the directory.
-  ChildProcess& short_of_files =
-      start_short_of_files(5, {VLM_BUS_PROBE, _channel, "--wait", "20000"});
-  EXPECT_EQ(short_of_files.errors(), "vlm_bus: cannot reach " + name + ": Too many open files\n");
+  Process& short_of_files = start_short_of_files(5, {VLM_BUS_PROBE, _channel, "--wait", "20000"});
   EXPECT_EQ(short_of_files.wait(), 1);
+  EXPECT_EQ(short_of_files.errors(), "vlm_bus: cannot reach " + name + ": Too many open files\n");
   EXPECT_FALSE(live.has_ended());
 }
 

@@ -2,6 +2,7 @@
 #include "vlm_bus.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -83,7 +84,7 @@ class VlmBusTest : public BusFixture {
   }
 
   /// Publishes packets `first` to `last` - 1, each once `taker` has printed the one before.
-  void publish_in_step(std::uint32_t first, std::uint32_t last, ChildProcess& taker) {
+  void publish_in_step(std::uint32_t first, std::uint32_t last, Process& taker) {
     for (std::uint32_t number = first; number < last; ++number) {
       ASSERT_EQ(publish(_channel, "test", number), 0);
       ASSERT_EQ(taker.line(), "test " + std::to_string(number));
@@ -102,7 +103,7 @@ class VlmBusTest : public BusFixture {
            " takes its packets again; dropped in all: " + std::to_string(drops) + "\n";
   }
 
-  std::string socket_of(const ChildProcess& listener) const {
+  std::string socket_of(const Process& listener) const {
     return only_socket(_channel + '.' + std::to_string(listener.pid()) + '.');
   }
 };
@@ -150,33 +151,35 @@ TEST_F(VlmBusTest, DoesNotServeARecordWithoutChannelOrCallback) {
 TEST_F(VlmBusTest, ASubscriptionWithoutADescriptorFailsForThatReason) {
   if (emulated()) GTEST_SKIP() << "the emulator takes descriptors of its own";
   // Beside the standard ones there is room for the directory alone.
-  ChildProcess& child = start_short_of_files(4, {BUS_PEER, "listen", _channel});
-  EXPECT_EQ(child.errors(), "vlm_bus: cannot subscribe " + _channel + ": Too many open files\n");
+  Process& child = start_short_of_files(4, {BUS_PEER, "listen", _channel});
   EXPECT_EQ(child.wait(), 1);
+  EXPECT_EQ(child.errors(), "vlm_bus: cannot subscribe " + _channel + ": Too many open files\n");
 }
 
 TEST_F(VlmBusTest, ARequestThatNobodyGetsIsToldOnceAProgram) {
-  ChildProcess& other = listener(_channel);
+  Process& other = listener(_channel);
   publish_in_step(0, 1, other);
-  ChildProcess& asking = start({BUS_PEER, "ask"});
+  Process& asking = start({BUS_PEER, "ask"});
+  EXPECT_EQ(asking.wait(), 0);
   EXPECT_EQ(asking.errors(), "vlm_bus: no camera on bus " + _bus.string() +
                                  ": nobody subscribes velmar_repeater_udp\n"
                                  "vlm_bus: no streaming process on bus " +
                                  _bus.string() + ": nobody subscribes lcm_channel_to_rtsp\n");
-  EXPECT_EQ(asking.wait(), 0);
 }
 
 TEST_F(VlmBusTest, ARequestIsNotMissedByASubscriberThatIsThere) {
   listener(kRequestChannel);
   listener(kRtspRequestChannel);
-  ChildProcess& asking = start({BUS_PEER, "ask"});
+  Process& asking = start({BUS_PEER, "ask"});
+  EXPECT_EQ(asking.wait(), 0);
   EXPECT_EQ(asking.errors(), "");
 }
 
 TEST_F(VlmBusTest, ARequestThatOnlyADeadSubscriberWouldGetIsTold) {
   listener(kRequestChannel).kill_and_wait();
   listener(kRtspRequestChannel);
-  ChildProcess& asking = start({BUS_PEER, "ask"});
+  Process& asking = start({BUS_PEER, "ask"});
+  EXPECT_EQ(asking.wait(), 0);
   EXPECT_EQ(asking.errors(), "vlm_bus: no camera on bus " + _bus.string() +
                                  ": nobody subscribes velmar_repeater_udp\n");
 }
@@ -233,10 +236,10 @@ TEST_F(VlmBusTest, ChannelsWhoseNamesBeginAlikeAreApart) {
 }
 
 TEST_F(VlmBusTest, EverySubscriberOfTheChannelGetsACopyInOrder) {
-  ChildProcess& first = listener(_channel);
-  ChildProcess& second = listener(_channel);
+  Process& first = listener(_channel);
+  Process& second = listener(_channel);
   Inbox& third = subscribe(_channel);
-  ChildProcess& other = listener(_channel + "-other");
+  Process& other = listener(_channel + "-other");
   for (std::uint32_t number = 0; number < 500; ++number) {
     const std::string line = "test " + std::to_string(number);
     ASSERT_EQ(publish(_channel, "test", number), 0);
@@ -251,7 +254,7 @@ TEST_F(VlmBusTest, EverySubscriberOfTheChannelGetsACopyInOrder) {
 TEST_F(VlmBusTest, ASubscriberGetsThePublishThatBeginsOnceItIsBound) {
   for (std::uint32_t number = 0; number < 50; ++number) {
     ASSERT_EQ(publish(_channel, "test", number), 0);
-    ChildProcess& latest = listener(_channel);
+    Process& latest = listener(_channel);
     ASSERT_EQ(publish(_channel, "test", 1000 + number), 0);
     EXPECT_EQ(latest.line(), "test " + std::to_string(1000 + number));
     latest.kill_and_wait();
@@ -260,9 +263,9 @@ TEST_F(VlmBusTest, ASubscriberGetsThePublishThatBeginsOnceItIsBound) {
 
 TEST_F(VlmBusTest, ManyPublishersTearNothingAndKeepTheirOrders) {
   constexpr std::uint32_t kCount = 3000;
-  ChildProcess& reader = listener(_channel);
+  Process& reader = listener(_channel);
   CaptureStderr();  // where the reader gets no processor time, copies are dropped
-  std::vector<ChildProcess*> processes;
+  std::vector<Process*> processes;
   std::vector<std::thread> threads;
   std::atomic<int> threads_at_work{3};
   for (const char* name : {"p1", "p2", "p3"}) {
@@ -302,14 +305,14 @@ TEST_F(VlmBusTest, ManyPublishersTearNothingAndKeepTheirOrders) {
 }
 
 TEST_F(VlmBusTest, ADeadSubscriberIsRemovedAndItsSuccessorServed) {
-  ChildProcess& first = listener(_channel);
+  Process& first = listener(_channel);
   publish_in_step(0, 3, first);
-  EXPECT_EQ(first.kill_and_wait(), -SIGKILL);
+  EXPECT_EQ(first.kill_and_wait(), 128 + SIGKILL);
   EXPECT_EQ(sockets(_channel + '.').size(), 1U);
   EXPECT_EQ(publish(_channel, "test", 3), 0);
   EXPECT_EQ(sockets(_channel + '.').size(), 0U);
 
-  ChildProcess& second = listener(_channel);
+  Process& second = listener(_channel);
   publish_in_step(4, 7, second);
 }
 
@@ -323,7 +326,7 @@ TEST_F(VlmBusTest, ASubscriberThatDiedBeforeTheFirstPublishIsRemoved) {
 }
 
 TEST_F(VlmBusTest, ASubscriberThatTookOverTheNameOfADeadOneIsServed) {
-  ChildProcess& first = listener(_channel);
+  Process& first = listener(_channel);
   publish_in_step(0, 1, first);
   const std::filesystem::path name = _bus / socket_of(first);
   first.kill_and_wait();
@@ -344,8 +347,8 @@ TEST_F(VlmBusTest, ASubscriberThatTookOverTheNameOfADeadOneIsServed) {
 }
 
 TEST_F(VlmBusTest, AStoppedSubscriberIsReportedOnceAndCostsTheOthersNothing) {
-  ChildProcess& stopped = listener(_channel);
-  ChildProcess& live = listener(_channel);
+  Process& stopped = listener(_channel);
+  Process& live = listener(_channel);
   const std::string name = socket_of(stopped);
   const std::uint32_t many = more_than_a_queue() + 200;
 
@@ -377,6 +380,42 @@ TEST_F(VlmBusTest, AStoppedSubscriberIsReportedOnceAndCostsTheOthersNothing) {
   CaptureStderr();
   publish_in_step(many + 1, 2 * many + 1, live);
   EXPECT_EQ(GetCapturedStderr(), stall_line(name, many - held + 1));
+}
+
+TEST_F(VlmBusTest, ASubscriberThatIsGivenUpWhileItIsStalledLeavesItsTotal) {
+  const std::uint32_t many = more_than_a_queue();
+  // Other tests leave stalled subscribers, too.
+  const auto expect_total = [&](const std::string& name) {
+    const std::string told = GetCapturedStderr();
+    const auto has_line = [&](std::uint32_t drops) {
+      return told.find("vlm_bus: " + name + " took no packets to the end; dropped in all: " +
+                       std::to_string(drops) + "\n") != std::string::npos;
+    };
+    const std::uint32_t held = queue_length();  // or one more
+    EXPECT_TRUE(has_line(many - held) || has_line(many - held - 1)) << told;
+  };
+  // Its process dies; its channel is forgotten, because of all the others.
+  Process& dying = listener(_channel);
+  Process& forgotten = listener(_channel + "_forgotten");
+  const std::string dying_name = socket_of(dying);
+  const std::string forgotten_name = only_socket(_channel + "_forgotten.");
+  dying.stop();
+  forgotten.stop();
+  CaptureStderr();
+  for (std::uint32_t number = 0; number < many; ++number) {
+    publish(_channel, "test", number);
+    publish(_channel + "_forgotten", "test", number);
+  }
+  EXPECT_EQ(GetCapturedStderr(), stall_line(dying_name, 1) + stall_line(forgotten_name, 1));
+  CaptureStderr();
+  dying.kill_and_wait();
+  publish(_channel, "test", 0);
+  expect_total(dying_name);
+  CaptureStderr();
+  for (std::size_t i = 0; i < vlm::bus::Publisher::kMostChannels; ++i) {
+    publish("other_" + std::to_string(i), "test", 0);
+  }
+  expect_total(forgotten_name);
 }
 
 TEST_F(VlmBusTest, AFullSubscriberIsWaitedForFor50Ms) {
@@ -417,7 +456,7 @@ TEST_F(VlmBusTest, SlowSubscribersAreWaitedForTogether) {
 }
 
 TEST_F(VlmBusTest, SignalsDoNotCutTheWaitForRoomShort) {
-  ChildProcess& stopped = listener(_channel);
+  Process& stopped = listener(_channel);
   stopped.stop();
   struct sigaction interrupting {};
   interrupting.sa_handler = [](int) {};
@@ -438,9 +477,9 @@ TEST_F(VlmBusTest, SignalsDoNotCutTheWaitForRoomShort) {
 }
 
 TEST_F(VlmBusTest, SignalsDoNotEndASubscription) {
-  ChildProcess& child = listener(_channel);
+  Process& child = listener(_channel);
   for (std::uint32_t number = 0; number < 50; ++number) {
-    child.send_signal(SIGUSR1);
+    child.signal(SIGUSR1);
     publish_in_step(number, number + 1, child);
   }
 }
@@ -461,7 +500,7 @@ TEST_F(VlmBusTest, DatagramsThatAreNoPacketsAreIgnored) {
 }
 
 TEST_F(VlmBusTest, AnExitingProcessTakesItsSocketsAlong) {
-  ChildProcess& child = listener(_channel);
+  Process& child = listener(_channel);
   ASSERT_EQ(publish(_channel, "exit", 0), 0);
   EXPECT_EQ(child.wait(), 0);
   EXPECT_TRUE(sockets("").empty());
@@ -486,13 +525,13 @@ TEST_F(VlmBusTest, FilesThatAreNoSocketsAreLeftAlone) {
 }
 
 TEST_F(VlmBusTest, TheDirectoryIsLookedAtOnlyWhenItHasChanged) {
-  ChildProcess& first = listener(_channel);
+  Process& first = listener(_channel);
   publish_in_step(0, 2, first);  // the move to this test's directory is a change itself
   int before = g_looks;
   publish_in_step(2, 200, first);
   EXPECT_EQ(g_looks, before);
 
-  ChildProcess& second = listener(_channel);
+  Process& second = listener(_channel);
   before = g_looks;
   publish_in_step(200, 201, first);
   EXPECT_EQ(second.line(), "test 200");
@@ -506,10 +545,10 @@ TEST_F(VlmBusTest, WithoutInotifyTheDirectoryIsLookedAtEachTime) {
     const userlcm_packet_t packet = numbered_packet("blind", number);
     return publisher.publish(_channel, &packet, kHeaderSize + length_of(number));
   };
-  ChildProcess& first = listener(_channel);
+  Process& first = listener(_channel);
   ASSERT_TRUE(publish_blind(0));
   EXPECT_EQ(first.line(), "blind 0");
-  ChildProcess& second = listener(_channel);
+  Process& second = listener(_channel);
   ASSERT_TRUE(publish_blind(1));
   EXPECT_EQ(first.line(), "blind 1");
   EXPECT_EQ(second.line(), "blind 1");
@@ -521,13 +560,13 @@ TEST_F(VlmBusTest, WithoutInotifyTheDirectoryIsLookedAtEachTime) {
 }
 
 TEST_F(VlmBusTest, ADirectoryThatIsRemovedAndMadeAgainIsServed) {
-  ChildProcess& first = listener(_channel);
+  Process& first = listener(_channel);
   publish_in_step(0, 3, first);
   const std::string name = socket_of(first);
   std::filesystem::remove_all(_bus);
   EXPECT_EQ(publish(_channel, "test", 3), 0);
 
-  ChildProcess& second = listener(_channel);
+  Process& second = listener(_channel);
   publish_in_step(4, 7, second);
   // The one of the removed directory announces itself again.
   const std::string first_again = _channel + '.' + std::to_string(first.pid()) + '.';
@@ -542,7 +581,7 @@ TEST_F(VlmBusTest, AnEmptyDirectoryThatIsReplacedIsNotMissed) {
   ASSERT_EQ(publish(_channel, "test", 0), 0);
   const UniqueFd held(open(_bus.c_str(), O_RDONLY));  // keeps its removal quiet
   std::filesystem::remove(_bus);
-  ChildProcess& child = listener(_channel);
+  Process& child = listener(_channel);
   publish_in_step(1, 3, child);
 }
 
@@ -574,7 +613,7 @@ TEST_F(VlmBusTest, CallbacksMayPublish) {
 
 TEST_F(VlmBusTest, ALiveSubscriberIsSeenWithoutNoticing) {
   EXPECT_FALSE(bus_has_subscriber(_channel.c_str()));
-  ChildProcess& child = listener(_channel);
+  Process& child = listener(_channel);
   for (int i = 0; i < 50; ++i) EXPECT_TRUE(bus_has_subscriber(_channel.c_str()));
   publish_in_step(0, 1, child);  // nothing came before
   child.kill_and_wait();
@@ -590,7 +629,7 @@ TEST_F(VlmBusTest, WaitingForASubscriberIsNotBusy) {
 }
 
 TEST_F(VlmBusTest, AFullSubscriberIsSeenAsLive) {
-  ChildProcess& child = listener(_channel);
+  Process& child = listener(_channel);
   child.stop();
   CaptureStderr();
   for (std::uint32_t i = 0; i < more_than_a_queue(); ++i) publish(_channel, "test", i);

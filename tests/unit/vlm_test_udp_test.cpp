@@ -10,54 +10,13 @@
 #include <vector>
 
 #include "camctrl_app.h"
+#include "camctrl_contract.h"
 #include "transcript.h"
 #include "vlm_test.h"
 
 namespace {
 
 constexpr int kServicePort = 9528;
-
-const std::string kUsage =
-    "Valid Usage:\n"
-    "\"getcammode\"\n"
-    "\"setcammode video|v|photo|p\"\n"
-    "\"shutter\"\n"
-    "\"record start|stop\"\n"
-    "\"getvideo\"\n"
-    "\"setvideo [video_h] [video_v] [video_f]\"\n"
-    "\"getver\"\n"
-    "\"settime [year] [month] [day] [hour] [minute] [second]\"\n"
-    "\"such as:2017 12 27 16 53 8\"\n"
-    "\"setphotoformat jpg|jpg+dng\"\n"
-    "\"setphotomode single|burst [pcs]|\"\n"
-    "\"aeb [pcs] [ev_num] [ev_dem]|panohorizon|panohemisphere\"\n"
-    "\"setphotoquality low|medium|high|ultra_high\"\n"
-    "\"setae auto|manual\"\n"
-    "\"setev [ev_num] [ev_dem]\"\n"
-    "\"setshutter [shutter_num] [shutter_dem]\"\n"
-    "\"setiso [iso]\"\n"
-    "\"setshutteriso [shutter_num] [shutter_dem] [ISO]\"\n"
-    "\"setmetermode center|average|spot\"\n"
-    "\"setspotmetercoords [x_ratio] [y_ratio]\"\n"
-    "\"setflickermode auto|60Hz|50Hz\"\n"
-    "\"getwb\"\n"
-    "\"setwb auto|incandescent|sunrise|sunset|sunny|\"\n"
-    "\"cloudy|fluorescent|lock|manual\"\n"
-    "\"setmanwb [30,80]\"\n"
-    "\"getiq\"\n"
-    "\"setiq nature|saturation|raw|night\"\n"
-    "\"formatsd\"\n"
-    "\"resetcamera\"\n"
-    "\"rebootcamera\"\n"
-    "\"getsystemmode\"\n"
-    "\"setsystemmode NTSC|PAL\"\n"
-    "\"getencodemode\"\n"
-    "\"setencodemode H264|H265\"\n"
-    "\"getphotoratio\"\n"
-    "\"setphotoratio 3:2|4:3|16:9\"\n"
-    "\"setfiletype MP4|MOV\"\n";
-
-using Words = std::vector<std::string>;
 
 /// The words behind "vlm_test udp", as main gets them.
 class Arguments {
@@ -91,87 +50,10 @@ Bytes request_of(const Words& words) {
 
 // --- Requests ---
 
-struct Request {
-  Words words;
-  int cmd;
-  Bytes data;
-};
-
-const Request kRequests[] = {
-    {{"shutter"}, 3, {}},
-    {{"record", "start"}, 1, {}},
-    {{"record", "stop"}, 2, {}},
-    {{"getcammode"}, 4121, {}},
-    {{"setcammode", "video"}, 7, {1}},
-    {{"setcammode", "v"}, 7, {1}},
-    {{"setcammode", "photo"}, 7, {2}},
-    {{"setcammode", "p"}, 7, {2}},
-    {{"getvideo"}, 4116, {}},
-    {{"setvideo", "3840", "2160", "30"}, 8, {0x0F, 0x00, 0x08, 0x70, 30, 0, 0, 0, 0}},
-    {{"getver"}, 23, {}},
-    {{"setphotoformat", "jpg"}, 10, {1}},
-    {{"setphotoformat", "jpg+dng"}, 10, {131}},
-    {{"setphotomode", "single"}, 11, {0, 0, 0, 0, 0, 0, 0, 0, 0}},
-    {{"setphotomode", "burst", "300"}, 11, {0x01, 0x2C, 0, 0, 0, 0, 0, 0, 3}},
-    {{"setphotomode", "aeb", "5", "-1", "3"}, 11, {0, 5, 0xFF, 3, 0, 0, 0, 0, 4}},
-    {{"setphotomode", "panohorizon"}, 11, {0, 0, 0, 0, 0, 0, 0, 0, 5}},
-    {{"setphotomode", "panohemisphere"}, 11, {0, 0, 0, 0, 0, 0, 0, 0, 6}},
-    {{"setphotoquality", "low"}, 251, {0}},
-    {{"setphotoquality", "medium"}, 251, {1}},
-    {{"setphotoquality", "high"}, 251, {2}},
-    {{"setphotoquality", "ultra_high"}, 251, {3}},
-    {{"setae", "auto"}, 14, {0}},
-    {{"setae", "manual"}, 14, {1}},
-    {{"setev", "3"}, 15, {0x03, 0x00}},
-    {{"setev", "-2"}, 15, {0xFE, 0xFF}},
-    {{"setshutter", "1", "500"}, 16, {0x00, 0x01, 0x01, 0xF4}},
-    {{"setiso", "102400"}, 17, {0x00, 0x01, 0x90, 0x00}},
-    {{"setshutteriso", "1", "250", "800"}, 18, {0, 1, 0, 250, 0, 0, 0x03, 0x20}},
-    {{"setmetermode", "center"}, 19, {0}},
-    {{"setmetermode", "average"}, 19, {1}},
-    {{"setmetermode", "spot"}, 19, {2}},
-    {{"setspotmetercoords", "40", "60"}, 36, {40, 60}},
-    {{"setflickermode", "auto"}, 20, {0}},
-    {{"setflickermode", "60Hz"}, 20, {1}},
-    {{"setflickermode", "50Hz"}, 20, {2}},
-    {{"getwb"}, 4114, {}},
-    {{"setwb", "auto"}, 21, {0}},
-    {{"setwb", "incandescent"}, 21, {1}},
-    {{"setwb", "sunrise"}, 21, {2}},
-    {{"setwb", "sunset"}, 21, {3}},
-    {{"setwb", "sunny"}, 21, {4}},
-    {{"setwb", "cloudy"}, 21, {5}},
-    {{"setwb", "fluorescent"}, 21, {7}},
-    {{"setwb", "lock"}, 21, {99}},
-    {{"setwb", "manual"}, 21, {100}},
-    {{"setmanwb", "55"}, 37, {55}},
-    {{"getiq"}, 4120, {}},
-    {{"setiq", "nature"}, 22, {0}},
-    {{"setiq", "saturation"}, 22, {1}},
-    {{"setiq", "raw"}, 22, {2}},
-    {{"setiq", "night"}, 22, {3}},
-    {{"formatsd", "1"}, 25, {1}},
-    {{"formatsd"}, 25, {0}},
-    {{"resetcamera"}, 26, {}},
-    {{"rebootcamera"}, 33, {}},
-    {{"setsystemmode", "NTSC"}, 40, {0}},
-    {{"setsystemmode", "PAL"}, 40, {1}},
-    {{"getsystemmode"}, 41, {}},
-    {{"setencodemode", "H264"}, 45, {1}},
-    {{"setencodemode", "H265"}, 45, {3}},
-    {{"getencodemode"}, 4123, {}},
-    {{"setphotoratio", "3:2"}, 46, {1}},
-    {{"setphotoratio", "4:3"}, 46, {2}},
-    {{"setphotoratio", "16:9"}, 46, {3}},
-    {{"getphotoratio"}, 4124, {}},
-    {{"setfiletype", "MP4"}, 50, {1}},
-    {{"setfiletype", "MOV"}, 50, {0}},
-};
-
 TEST(UdpClientRequest, IsMadeOfEveryWord) {
   const std::string printed = transcript_of([] {
-    for (const Request& row : kRequests) {
-      EXPECT_EQ(request_of(row.words), camctrl_request(row.cmd, row.data)) << text_of(row.words);
+    for (const ClientRequest& row : client_requests()) {
+      EXPECT_EQ(request_of(row.words), camctrl_request(row.option, row.data)) << text_of(row.words);
     }
   });
   EXPECT_EQ(printed, "");
@@ -294,23 +176,23 @@ const std::string kRatio = invalid("Valid use:\"3:2\" or \"4:3\" or \"16:9\"\n")
 const std::string kFileType = invalid("Valid use:\"MP4\" or \"MOV\"\n");
 
 const std::vector<Fault> kFaults = {
-    {{}, invalid(kUsage)},
-    {{"fly"}, "Unknow cmd--\"fly\"\n" + kUsage},
-    {{""}, "Unknow cmd--\"\"\n" + kUsage},
-    {{"Shutter"}, "Unknow cmd--\"Shutter\"\n" + kUsage},
-    {{"shut"}, "Unknow cmd--\"shut\"\n" + kUsage},
-    {{"shutter", "now"}, invalid(kUsage)},
+    {{}, invalid(client_usage())},
+    {{"fly"}, "Unknow cmd--\"fly\"\n" + client_usage()},
+    {{""}, "Unknow cmd--\"\"\n" + client_usage()},
+    {{"Shutter"}, "Unknow cmd--\"Shutter\"\n" + client_usage()},
+    {{"shut"}, "Unknow cmd--\"shut\"\n" + client_usage()},
+    {{"shutter", "now"}, invalid(client_usage())},
     {{"record"}, kRecord},
     {{"record", "start", "now"}, kRecord},
-    {{"record", "pause"}, "Invalid use--\"pause\"\n" + kUsage},
-    {{"getcammode", "now"}, invalid(kUsage)},
+    {{"record", "pause"}, "Invalid use--\"pause\"\n" + client_usage()},
+    {{"getcammode", "now"}, invalid(client_usage())},
     {{"setcammode"}, kCamMode},
     {{"setcammode", "video", "photo"}, kCamMode},
     {{"setcammode", "Video"}, kCamMode},
-    {{"getvideo", "now"}, invalid(kUsage)},
+    {{"getvideo", "now"}, invalid(client_usage())},
     {{"setvideo", "1920", "1080"}, kVideo},
     {{"setvideo", "1920", "1080", "30", "1"}, kVideo},
-    {{"getver", "now"}, invalid(kUsage)},
+    {{"getver", "now"}, invalid(client_usage())},
     {{"settime", "2017", "12", "27", "16", "53"}, kTime},
     {{"settime", "2017", "12", "27", "16", "53", "8", "9"}, kTime},
     {{"settime", "2017'", "12", "27", "16", "53", "8"}, kTime},
@@ -453,7 +335,7 @@ TEST(UdpClientFault, IsANullWordToTheBuilder) {
   camctrl_msg_t request;
   EXPECT_EQ(
       transcript_of([&] { EXPECT_FALSE(build_test_udp_request(2, arguments.argv(), request)); }),
-      invalid(kUsage));
+      invalid(client_usage()));
 }
 
 TEST(UdpClientFault, IsASocketThatCannotBeOpened) {
@@ -497,52 +379,20 @@ TEST(UdpClientReply, IsPrintedByteByByteAndDecoded) {
 TEST(UdpClientReply, OfARequestReachesTheServiceWhole) {
   const PortLock lock(kServicePort);
   const UdpSocket service(kServicePort);
-  for (const Request& row : {kRequests[0], kRequests[9], kRequests[31]}) {
+  for (const ClientRequest& row :
+       {client_requests()[0], client_requests()[9], client_requests()[31]}) {
     const Child child(client(row.words));
     int port = 0;
-    EXPECT_EQ(service.receive(&port), camctrl_request(row.cmd, row.data));
-    service.send(camctrl_reply(row.cmd, 0), port);
-    EXPECT_EQ(child.output(), received(camctrl_reply(row.cmd, 0), "VLM success"));
+    EXPECT_EQ(service.receive(&port), camctrl_request(row.option, row.data));
+    service.send(camctrl_reply(row.option, 0), port);
+    EXPECT_EQ(child.output(), received(camctrl_reply(row.option, 0), "VLM success"));
     EXPECT_EQ(child.status(), 0);
   }
 }
 
-struct Answer {
-  Words words;
-  int cmd;
-  Bytes data;
-  std::string decoded;
-};
-
-const Answer kAnswers[] = {
-    {{"getvideo"}, 4116, {0x0F, 0x00, 0x08, 0x70, 60, 0, 0, 0, 0}, "w--3840,h--2160,fps--60\n"},
-    {{"getcammode"}, 4121, {1}, "CAMERA_MODE = 1(1--video,2--photo)\n"},
-    {{"getiq"}, 4120, {3}, "Get iq = 3(0-nature,1-saturation,2-raw,3-night)\n"},
-    {{"getencodemode"}, 4123, {3}, "video_encode_mode = 3(1--H264,3--H265)\n"},
-    {{"getphotoratio"}, 4124, {2}, "photo_ratio = 2(1-->3:2;2-->4:3;3-->16:9)\n"},
-    {{"getsystemmode"}, 41, {1}, "system mode = 1(0--NTSC,1--PAL)\n"},
-    {{"getwb"},
-     4114,
-     {100},
-     "Get wb = 100\n"
-     "\"0-auto,1-incandescent,2-sunrise\"\n"
-     "\"3-sunset,4-sunny,5-cloudy\"\n"
-     "\"7-fluorescent,99-lock,100-manual\"\n"},
-    {{"getver"},
-     23,
-     {'V', 'L', '-', '7', '2', '0', 0, 0, 1, 2, 15, 'b', 0, 0, 0, 0, 0, 0, 0, 0},
-     "camera version:VL-720_1.2.15_b\n"},
-    {{"getver"},
-     23,
-     {'F', 'U', 'L', 'L', 'N', 'A', 'M', 'E', 255, 0, 3, 'B', 'R', 'A', 'N', 'C', 1, 2, 3, 4},
-     "camera version:FULLNAME_255.0.3_BRANC\n"},
-    {{"shutter"}, 3, {}, ""},
-    {{"setae", "auto"}, 14, {7, 8, 9}, ""},
-};
-
 TEST(UdpClientReply, IsDecodedByItsCommand) {
-  for (const Answer& row : kAnswers) {
-    const Bytes reply = camctrl_reply(row.cmd, 0, row.data);
+  for (const ClientAnswer& row : client_answers()) {
+    const Bytes reply = camctrl_reply(row.option, 0, row.data);
     EXPECT_EQ(conversation(row.words, reply), received(reply, "VLM success") + row.decoded)
         << text_of(row.words);
   }
@@ -555,8 +405,8 @@ TEST(UdpClientReply, IsDecodedByItsOwnCommandNotByTheRequests) {
 }
 
 TEST(UdpClientReply, WithAResultIsNotDecoded) {
-  for (const Answer& row : kAnswers) {
-    const Bytes reply = camctrl_reply(row.cmd, 5, row.data);
+  for (const ClientAnswer& row : client_answers()) {
+    const Bytes reply = camctrl_reply(row.option, 5, row.data);
     EXPECT_EQ(conversation(row.words, reply), received(reply, "VLM is recording"));
   }
   const Bytes high = camctrl_reply(4121, 0x0100, {1});
@@ -564,21 +414,21 @@ TEST(UdpClientReply, WithAResultIsNotDecoded) {
 }
 
 TEST(UdpClientReply, TooShortForItsDataIsNotDecoded) {
-  for (const Answer& row : kAnswers) {
+  for (const ClientAnswer& row : client_answers()) {
     if (row.decoded.empty()) continue;
-    const std::size_t needed = row.cmd == 4116 ? 5 : row.data.size();
-    Bytes reply = camctrl_reply(row.cmd, 0, row.data);
+    const std::size_t needed = row.option == 4116 ? 5 : row.data.size();
+    Bytes reply = camctrl_reply(row.option, 0, row.data);
     reply.resize(8 + needed - 1);
     EXPECT_EQ(conversation(row.words, reply), received(reply, "VLM success"));
-    reply = camctrl_reply(row.cmd, 0, row.data);
+    reply = camctrl_reply(row.option, 0, row.data);
     reply.resize(8 + needed);
     EXPECT_EQ(conversation(row.words, reply), received(reply, "VLM success") + row.decoded);
   }
 }
 
 TEST(UdpClientReply, WithoutDataIsNotDecoded) {
-  for (const Answer& row : kAnswers) {
-    const Bytes reply = camctrl_reply(row.cmd, 0);
+  for (const ClientAnswer& row : client_answers()) {
+    const Bytes reply = camctrl_reply(row.option, 0);
     EXPECT_EQ(conversation(row.words, reply), received(reply, "VLM success"));
   }
 }
@@ -613,7 +463,7 @@ TEST(UdpClientReply, ThatIsEmptyIsNone) {
 // --- Usage and shell ---
 
 TEST(UdpClientUsage, ListsEveryWord) {
-  EXPECT_EQ(transcript_of([] { print_test_udp_usage(); }), kUsage);
+  EXPECT_EQ(transcript_of([] { print_test_udp_usage(); }), client_usage());
 }
 
 /// What a shell command leaves in a zeroed buffer, with what is printed behind it.

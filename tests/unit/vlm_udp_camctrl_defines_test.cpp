@@ -191,9 +191,8 @@ TEST(CamctrlOptions, HaveTheValuesOfTheProtocol) {
   std::set<u32> values;
   for (const Option& row : kOptions) {
     EXPECT_EQ(row.option, row.value);
-    values.insert(row.value);
+    EXPECT_TRUE(values.insert(row.value).second) << "twice: " << row.value;
   }
-  EXPECT_EQ(values.size(), 169U);
 }
 
 TEST(CamctrlOptions, Are32BitsWide) { EXPECT_EQ(sizeof(velmar_cmd_option), 4U); }

@@ -433,7 +433,20 @@ TEST_F(VlmctlBatch, ExpectsWithinATime) {
   camera.fails(1, Outcome::kNoAnswer);
   EXPECT_EQ(batch("within 1m expect camera.mode=video\nwithin 1m get lens.zoom\n"), 0);
   EXPECT_EQ(batch("within 1ms expect camera.mode=photo\n"), 8);
-  EXPECT_EQ(batch("within 0ms sleep 2ms\n"), 11);
+}
+
+// Each would go on for an hour.
+TEST_F(VlmctlBatch, StopsACommandWhoseTimeIsOver) {
+  for (const std::string command :
+       {"sleep 1h", "watch lens.zoom --every 1h", "events", "within 1h sleep 1h",
+        "wait camera.mode=photo --for 1h", "ping --count 2 --interval 1h"}) {
+    EXPECT_EQ(batch("within 20ms " + command + "\nget image.osd\n"), 11) << command;
+    EXPECT_NE(err.find("vlmctl: not done within 20ms\n"), std::string::npos) << err;
+    EXPECT_EQ(out.find("image.osd"), std::string::npos);
+  }
+  EXPECT_EQ(batch("within 20ms sleep 1h\nget image.osd\n", "--keep-going"), 9);
+  EXPECT_EQ(out, "image.osd = off\n");  // the limit is for one line
+  EXPECT_EQ(batch("within 1h get nothing\n"), 5);
 }
 
 TEST_F(VlmctlBatch, ChecksEveryLineAndSendsNothing) {
@@ -573,6 +586,24 @@ TEST_F(Vlmctl, ListsByPartOfANameOrOfAHelp) {
             "lens.zoom                           float   1 to 30 x\n"
             "lens.zoom_drive                     action  direction=tele, wide or stop\n");
   EXPECT_EQ(run("list nonsense"), 5);
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(Vlmctl, ListsTheCamerasThatAreFound) {
+  EXPECT_EQ(run("list --cameras"), 7);
+  EXPECT_EQ(err, "vlmctl: no camera answers on the buses of this machine\n");
+  EXPECT_EQ(run("list --cameras lens"), 2);
+  std::string error;
+  const auto version = parse(*vlm::ctl::find_item("camera.version").field,
+                             "module=VLMSIM,major=1,minor=4,patch=0,branch=R", error);
+  ASSERT_TRUE(version) << error;
+  found.push_back({"/run/vlm_bus", *version});
+  EXPECT_EQ(run("list --cameras"), 0);
+  EXPECT_EQ(out, "/run/vlm_bus                        VLMSIM  1.4.0R\n");
+  EXPECT_EQ(run("list --cameras --json"), 0);
+  EXPECT_EQ(out, R"({"camera":"/run/vlm_bus","model":"VLMSIM","firmware":"1.4.0R",)"
+                 R"("time":"1970-01-01T00:00:00.000Z"})"
+                 "\n");
   EXPECT_TRUE(camera.requests.empty());
 }
 

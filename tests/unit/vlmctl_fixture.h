@@ -135,10 +135,12 @@ class Vlmctl : public testing::Test {
     };
     return vlm::ctl::run_program(
         words, console,
-        [this](const vlm::ctl::Settings&) { return std::make_unique<PlayedLink>(camera); }, "9.9");
+        [this](const vlm::ctl::Settings&) { return std::make_unique<PlayedLink>(camera); },
+        [this](const vlm::ctl::Settings&) { return found; }, "9.9");
   }
 
   PlayedCamera camera;
+  std::vector<vlm::ctl::FoundCamera> found;  // by list --cameras
   std::string out;
   std::string err;
   std::vector<std::string> questions;

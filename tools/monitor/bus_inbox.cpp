@@ -1,7 +1,7 @@
 #include "bus_inbox.h"
 
-#include <cstdio>
-#include <thread>
+#include <cstddef>
+#include <system_error>
 #include <utility>
 
 #include "decode.h"
@@ -18,27 +18,30 @@ constexpr std::size_t kMostWaiting = 100000;
 }  // namespace
 
 BusInbox::BusInbox(const std::string& sender, const std::vector<std::string>& channels)
-    : _readiness(sender, channels) {
+    : _subscriptions(bus::ProvenSubscriptions::create(sender, received_on(channels))) {}
+
+std::vector<bus::ProvenSubscriptions::Channel> BusInbox::received_on(
+    const std::vector<std::string>& channels) {
+  std::vector<bus::ProvenSubscriptions::Channel> all;
+  all.reserve(channels.size());
   for (const std::string& channel : channels) {
-    Receive_msg_t& subscription = _subscriptions.emplace_back();
-    std::snprintf(subscription.channel, sizeof subscription.channel, "%s", channel.c_str());
-    subscription.f = on_packet;
-    subscription.func = this;
-    std::thread([this, &subscription] {
-      register_lcm_message(&subscription);
-      _readiness.give_up();
-    }).detach();
+    all.push_back({channel, [this](const void* packet, unsigned int length, const char* name) {
+                     put(packet, length, name);
+                   }});
   }
+  return all;
 }
 
-bool BusInbox::ready() { return _readiness.wait(kReadyLimit); }
-
-void BusInbox::on_packet(void* packet, unsigned int length, char* channel, void* user) {
-  static_cast<BusInbox*>(user)->put(packet, length, channel);
+bool BusInbox::ready() {
+  try {
+    _subscriptions.start();
+  } catch (const std::system_error&) {
+    return false;
+  }
+  return _subscriptions.wait(kReadyLimit);
 }
 
-void BusInbox::put(const void* packet, unsigned int length, char* channel) {
-  if (_readiness.is_probe(packet, length, channel)) return;
+void BusInbox::put(const void* packet, unsigned int length, const char* channel) {
   const auto* const bytes = static_cast<const unsigned char*>(packet);
   const std::lock_guard<std::mutex> guard(_mutex);
   if (_packets.size() >= kMostWaiting) return;

@@ -10,13 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "bus_readiness.h"
 #include "entry.h"
-#include "vlm_userlcm_control_camera.h"
+#include "proven_subscriptions.h"
 
 namespace vlm::monitor {
 
-/// Subscribes channels. The bus never gives its threads back, so an inbox is never destroyed.
+/// Packets of some channels. The bus never gives its threads back, so an inbox is never destroyed.
 class BusInbox {
  public:
   using Clock = std::chrono::steady_clock;
@@ -26,7 +25,7 @@ class BusInbox {
   BusInbox(const BusInbox&) = delete;
   BusInbox& operator=(const BusInbox&) = delete;
 
-  /// Waits until all channels serve. False when the bus cannot be used.
+  /// Subscribes, and waits until all channels serve; once. False when the bus cannot be used.
   bool ready();
 
   /// The next packet, once it is there; none after `deadline`, or once ended.
@@ -37,11 +36,11 @@ class BusInbox {
   bool has_ended();
 
  private:
-  static void on_packet(void* packet, unsigned int length, char* channel, void* user);
-  void put(const void* packet, unsigned int length, char* channel);
+  std::vector<bus::ProvenSubscriptions::Channel> received_on(
+      const std::vector<std::string>& channels);
+  void put(const void* packet, unsigned int length, const char* channel);
 
-  bus::BusReadiness _readiness;
-  std::deque<Receive_msg_t> _subscriptions;
+  bus::ProvenSubscriptions& _subscriptions;
   std::mutex _mutex;  // guards all members below
   std::condition_variable _changed;
   std::deque<Entry> _packets;

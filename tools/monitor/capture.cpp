@@ -61,9 +61,10 @@ bool Capture::take(std::vector<Entry>& entries, std::string& error) {
   for (bus::TapCopy& copy : _copies) {
     Entry& entry = entries.emplace_back();
     entry.time_ns = static_cast<std::int64_t>(copy.time_ns) + _offset_ns;
-    entry.channel = copy.lost == 0 ? std::move(copy.channel) : kNotesChannel;
+    const bool is_packet = copy.lost == 0 && copy.note.empty();
+    entry.channel = is_packet ? std::move(copy.channel) : kNotesChannel;
     entry.packet = std::move(copy.packet);
-    if (copy.lost != 0) entry.comment = loss_comment(copy.lost);
+    entry.comment = copy.lost != 0 ? loss_comment(copy.lost) : std::move(copy.note);
   }
   return inspect(error);
 }

@@ -1,6 +1,8 @@
 #include "conversation.h"
 
 #include <algorithm>
+#include <iterator>
+#include <tuple>
 
 namespace vlm::monitor {
 
@@ -33,27 +35,34 @@ const char* name_of(Mark mark) {
 std::vector<Unanswered> Conversation::expire(std::int64_t time_ns) {
   std::vector<Unanswered> all;
   for (Way* way : {&_camera, &_side}) {
-    const auto is_late = [&](const Pending& pending) {
-      return time_ns - pending.time_ns > pending.limit_ns;
-    };
-    for (const Pending& late : way->pending) {
-      if (!is_late(late)) continue;
-      all.push_back({late.number, late.time_ns + late.limit_ns, late.limit_ns, way->kind, late.code,
-                     late.name});
-    }
-    way->pending.erase(std::remove_if(way->pending.begin(), way->pending.end(), is_late),
-                       way->pending.end());
+    if (time_ns > way->next_expiry_ns) expire(*way, time_ns, all);
   }
   std::stable_sort(all.begin(), all.end(), [](const Unanswered& left, const Unanswered& right) {
-    return left.time_ns < right.time_ns;
+    return std::tie(left.time_ns, left.number) < std::tie(right.time_ns, right.number);
   });
   return all;
 }
 
+void Conversation::expire(Way& way, std::int64_t time_ns, std::vector<Unanswered>& all) {
+  way.next_expiry_ns = INT64_MAX;
+  for (auto it = way.pending.begin(); it != way.pending.end();) {
+    auto& [code, queue] = *it;
+    const std::int64_t limit_ns = answer_limit_ns(way.kind, code);
+    for (; !queue.empty() && time_ns - queue.front().time_ns > limit_ns; queue.pop_front()) {
+      const Pending& late = queue.front();
+      all.push_back({late.number, late.time_ns + limit_ns, limit_ns, way.kind, code});
+    }
+    if (!queue.empty()) {
+      way.next_expiry_ns = std::min(way.next_expiry_ns, queue.front().time_ns + limit_ns);
+    }
+    it = queue.empty() ? way.pending.erase(it) : std::next(it);
+  }
+}
+
 Finding Conversation::take(std::uint64_t number, const Entry& entry, const Decoded& decoded) {
   switch (decoded.kind) {
-    case Kind::kRequest: return ask(_camera, number, entry.time_ns, decoded);
-    case Kind::kSideRequest: return ask(_side, number, entry.time_ns, decoded);
+    case Kind::kRequest: return ask(_camera, number, entry.time_ns, decoded.code);
+    case Kind::kSideRequest: return ask(_side, number, entry.time_ns, decoded.code);
     case Kind::kReply: return answer(_camera, entry.time_ns, decoded.code);
     case Kind::kSideReply: return answer(_side, entry.time_ns, decoded.code - 1);
     case Kind::kNote: {
@@ -69,27 +78,27 @@ Finding Conversation::take(std::uint64_t number, const Entry& entry, const Decod
   }
 }
 
-Finding Conversation::ask(Way& way, std::uint64_t number, std::int64_t time_ns,
-                          const Decoded& decoded) {
+Finding Conversation::ask(Way& way, std::uint64_t number, std::int64_t time_ns, int code) {
   Finding finding;
   if (!way.pending.empty()) finding.mark = Mark::kCrossed;
-  way.pending.push_back(
-      {number, time_ns, answer_limit_ns(way.kind, decoded.code), decoded.code, decoded.name});
+  way.pending[code].push_back({number, time_ns});
+  way.next_expiry_ns = std::min(way.next_expiry_ns, time_ns + answer_limit_ns(way.kind, code));
   return finding;
 }
 
 /// An answer belongs to the oldest request of its code.
 Finding Conversation::answer(Way& way, std::int64_t time_ns, int code) {
   Finding finding;
-  const auto request = std::find_if(way.pending.begin(), way.pending.end(),
-                                    [&](const Pending& pending) { return pending.code == code; });
-  if (request == way.pending.end()) {
+  const auto queue = way.pending.find(code);
+  if (queue == way.pending.end()) {
     if (time_ns > way.in_doubt_until_ns) finding.mark = Mark::kUnasked;
     return finding;
   }
-  finding.round_trip_ns = time_ns - request->time_ns;
-  finding.request = request->number;
-  way.pending.erase(request);
+  const Pending& request = queue->second.front();
+  finding.round_trip_ns = time_ns - request.time_ns;
+  finding.request = request.number;
+  queue->second.pop_front();
+  if (queue->second.empty()) way.pending.erase(queue);
   return finding;
 }
 

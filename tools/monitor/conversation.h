@@ -4,8 +4,8 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "decode.h"
@@ -42,7 +42,6 @@ struct Unanswered {
   std::int64_t limit_ns = 0;
   Kind kind = Kind::kRequest;
   int code = -1;
-  std::string name;
 };
 
 class Conversation {
@@ -57,23 +56,22 @@ class Conversation {
   struct Pending {
     std::uint64_t number;
     std::int64_t time_ns;
-    std::int64_t limit_ns;
-    int code;
-    std::string name;
   };
   /// One of the two ways: to the camera, to the streaming process.
   struct Way {
     Kind kind;
-    std::deque<Pending> pending;
-    std::int64_t in_doubt_until_ns = INT64_MIN;  // the request of an answer may have been lost
+    std::map<int, std::deque<Pending>> pending;  // by code, the oldest first; none is empty
+    std::int64_t next_expiry_ns;                 // no request's time runs out before
+    std::int64_t in_doubt_until_ns;              // the request of an answer may have been lost
   };
 
-  static Finding ask(Way& way, std::uint64_t number, std::int64_t time_ns, const Decoded& decoded);
+  static void expire(Way& way, std::int64_t time_ns, std::vector<Unanswered>& all);
+  static Finding ask(Way& way, std::uint64_t number, std::int64_t time_ns, int code);
   static Finding answer(Way& way, std::int64_t time_ns, int code);
   void lose(std::int64_t time_ns);
 
-  Way _camera{Kind::kRequest, {}};
-  Way _side{Kind::kSideRequest, {}};
+  Way _camera{Kind::kRequest, {}, INT64_MAX, INT64_MIN};
+  Way _side{Kind::kSideRequest, {}, INT64_MAX, INT64_MIN};
 };
 
 }  // namespace vlm::monitor

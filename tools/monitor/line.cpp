@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "command_name.h"
+#include "json_writer.h"
 
 namespace vlm::monitor {
 
@@ -71,45 +72,12 @@ std::string hex_rows(const Bytes& bytes) {
   return text;
 }
 
-/// The members of a JSON object, in their order.
-class JsonObject {
- public:
-  void raw(const char* key, const std::string& value) {
-    _text += _text.empty() ? "{" : ",";
-    _text += json_string(key) + ':' + value;
-  }
-  void text(const char* key, std::string_view value) { raw(key, json_string(value)); }
-  void number(const char* key, std::int64_t value) { raw(key, std::to_string(value)); }
-  std::string str() const { return _text.empty() ? "{}" : _text + '}'; }
-
- private:
-  std::string _text;
-};
-
 std::string json_values(const Decoded& decoded) {
-  JsonObject object;
+  auto object = host::json_object();
   for (const Value& value : decoded.values) {
-    object.raw(value.name.c_str(), value.is_number ? value.text : json_string(value.text));
+    object.member(value.name.c_str(), value.is_number ? value.text : host::json_string(value.text));
   }
   return object.str();
-}
-
-/// The length of the UTF-8 sequence at the beginning of `text`, 0 for none.
-std::size_t sequence_length(std::string_view text) {
-  const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(text[at]); };
-  std::size_t length = 0;
-  if (byte(0) < 0x80) length = 1;
-  if (byte(0) >= 0xC2 && byte(0) < 0xE0) length = 2;
-  if (byte(0) >= 0xE0 && byte(0) < 0xF0) length = 3;
-  if (byte(0) >= 0xF0 && byte(0) < 0xF5) length = 4;
-  if (length == 0 || length > text.size()) return 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return 0;
-  }
-  const bool overlong = (byte(0) == 0xE0 && byte(1) < 0xA0) || (byte(0) == 0xF0 && byte(1) < 0x90);
-  const bool no_character =
-      (byte(0) == 0xED && byte(1) >= 0xA0) || (byte(0) == 0xF4 && byte(1) >= 0x90);
-  return overlong || no_character ? 0 : length;
 }
 
 }  // namespace
@@ -159,27 +127,28 @@ std::string json_line(const Observation& observation, bool hex) {
   const Decoded& decoded = observation.decoded;
   const Finding& finding = observation.finding;
   const bool is_packet = observation.number != 0;
-  JsonObject object;
-  object.raw("number", is_packet ? std::to_string(observation.number) : "null");
-  object.raw("time", seconds(observation.time_ns, 9));
-  object.raw("since", seconds(observation.since_ns, 9));
+  auto object = host::json_object();
+  object.member("number", is_packet ? std::to_string(observation.number) : "null");
+  object.member("time", seconds(observation.time_ns, 9));
+  object.member("since", seconds(observation.since_ns, 9));
   object.text("kind", is_packet ? name_of(decoded.kind) : "timeout");
-  object.raw("channel", is_packet && decoded.kind != Kind::kNote
-                            ? json_string(observation.entry.channel)
-                            : "null");
-  object.raw("code", decoded.code < 0 ? "null" : std::to_string(decoded.code));
+  object.member("channel", is_packet && decoded.kind != Kind::kNote
+                               ? host::json_string(observation.entry.channel)
+                               : "null");
+  object.member("code", decoded.code < 0 ? "null" : std::to_string(decoded.code));
   object.text("name", decoded.name);
   if (decoded.kind == Kind::kReply && is_packet) {
     object.number("err", decoded.result);
     object.text("err_text", result_text(decoded.result));
   }
-  object.raw("values", json_values(decoded));
-  object.raw("round_trip_ms",
-             finding.round_trip_ns ? milliseconds(*finding.round_trip_ns) : "null");
-  object.raw("request", finding.request == 0 ? "null" : std::to_string(finding.request));
-  object.raw("mark", finding.mark == Mark::kNone ? "null" : json_string(name_of(finding.mark)));
+  object.member("values", json_values(decoded));
+  object.member("round_trip_ms",
+                finding.round_trip_ns ? milliseconds(*finding.round_trip_ns) : "null");
+  object.member("request", finding.request == 0 ? "null" : std::to_string(finding.request));
+  object.member("mark",
+                finding.mark == Mark::kNone ? "null" : host::json_string(name_of(finding.mark)));
   if (finding.mark == Mark::kDropped) {
-    object.number("dropped", static_cast<std::int64_t>(finding.dropped));
+    object.number("dropped", finding.dropped);
   }
   if (!observation.entry.comment.empty()) object.text("comment", observation.entry.comment);
   if (hex && is_packet) {
@@ -187,25 +156,6 @@ std::string json_line(const Observation& observation, bool hex) {
                 hexadecimal(observation.entry.packet.data(), observation.entry.packet.size()));
   }
   return object.str() + '\n';
-}
-
-std::string json_string(std::string_view text) {
-  std::string result = "\"";
-  while (!text.empty()) {
-    const std::size_t length = sequence_length(text);
-    const auto first = static_cast<unsigned char>(text.front());
-    if (length == 0) {
-      result += "\\ufffd";
-    } else if (first < 0x20 || first == '"' || first == '\\' || first == 0x7F) {
-      char escaped[8];
-      std::snprintf(escaped, sizeof escaped, "\\u%04x", first);
-      result += escaped;
-    } else {
-      result += text.substr(0, length);
-    }
-    text.remove_prefix(std::max<std::size_t>(length, 1));
-  }
-  return result + '"';
 }
 
 }  // namespace vlm::monitor

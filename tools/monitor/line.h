@@ -18,8 +18,6 @@ std::string text_line(const Observation& observation, const LineStyle& style);
 /// One JSON object, with its line end; docs/monitor.md has the schema.
 std::string json_line(const Observation& observation, bool hex);
 
-/// `text` as a JSON string, in its quotes. Bytes that are no UTF-8 become U+FFFD.
-std::string json_string(std::string_view text);
 /// "0.512" milliseconds.
 std::string milliseconds(std::int64_t ns);
 /// "12.345678901" seconds, with `digits` behind the point.

@@ -3,13 +3,11 @@
 #include <charconv>
 #include <cstdint>
 
-#include "arguments.h"
+#include "options.h"
 
 namespace vlm::monitor {
 
 namespace {
-
-using Table = std::vector<Option<MonitorOptions>>;
 
 /// "64M": a number, and K, M or G for 1024 and its powers.
 bool parse_size(const std::string& text, std::uint64_t& size) {
@@ -30,48 +28,35 @@ bool parse_keep(const std::string& text, unsigned& keep) {
   return fault == std::errc{} && rest == end && keep >= 1 && keep <= kMost;
 }
 
-bool take_name(const std::string& value, std::string& name) {
-  name = value;
-  return !value.empty();
-}
-
-const Table& table() {
-  using O = MonitorOptions;
+std::vector<host::Option> table(MonitorOptions& o) {
   using V = std::string;
-  static const Table all = {
-      {"--channel", nullptr, "NAME", "show this channel alone; may be given again",
-       [](O& o, const V& v) {
+  return {
+      {"--channel", "NAME", "show this channel and notes alone; may be given again",
+       [&o](const V& v) {
          o.channels.push_back(v);
          return !v.empty();
        }},
-      {"--filter", nullptr, "TERMS", "show what all terms hold for: 'code=SET_ZOOM err!=0'",
-       [](O& o, const V& v) { return o.filter.add(v, o.filter_error); }},
-      {"--json", nullptr, nullptr, "one JSON object a line",
-       [](O& o, const V&) { return o.json = true; }},
-      {"--hex", nullptr, nullptr, "the bytes of each packet as well",
-       [](O& o, const V&) { return o.hex = true; }},
-      {"--stats", nullptr, nullptr, "rates and latencies by command, in place of the packets",
-       [](O& o, const V&) { return o.stats = true; }},
-      {"--quiet", "-q", nullptr, "show no packets", [](O& o, const V&) { return o.quiet = true; }},
-      {"--write", "-w", "FILE", "record to FILE, which wireshark reads; everything, shown or not",
-       [](O& o, const V& v) { return take_name(v, o.write_file); }},
-      {"--rotate", nullptr, "SIZE", "begin a new file after SIZE bytes: 500K, 64M, 1G",
-       [](O& o, const V& v) { return o.rotates = parse_size(v, o.rotation.size); }},
-      {"--keep", nullptr, "N", "how many files --rotate keeps, FILE.1 the last but one (10)",
-       [](O& o, const V& v) { return o.keeps = parse_keep(v, o.rotation.keep); }},
-      {"--redact", nullptr, nullptr, "blank Wi-Fi passwords, in recordings and lines",
-       [](O& o, const V&) { return o.redact = true; }},
-      {"--read", "-r", "FILE", "read the recording FILE instead of the bus",
-       [](O& o, const V& v) { return take_name(v, o.read_file); }},
-      {"--svg", nullptr, "FILE", "with -r: draw round trips over time to FILE",
-       [](O& o, const V& v) { return take_name(v, o.svg_file); }},
-      {"--csv", nullptr, "FILE", "with -r: write round trips as a table to FILE",
-       [](O& o, const V& v) { return take_name(v, o.csv_file); }},
-      {"--help", nullptr, nullptr, "show this text", [](O& o, const V&) { return o.help = true; }},
-      {"--version", nullptr, nullptr, "show the version",
-       [](O& o, const V&) { return o.version = true; }},
+      {"--filter", "TERMS", "show what all terms hold for: 'code=SET_ZOOM err!=0'",
+       [&o](const V& v) { return o.filter.add(v, o.filter_error); }},
+      {"--json", nullptr, "one JSON object a line", host::sets(o.json)},
+      {"--hex", nullptr, "the bytes of each packet as well", host::sets(o.hex)},
+      {"--stats", nullptr, "rates and latencies by command, in place of the packets",
+       host::sets(o.stats)},
+      {"--quiet", nullptr, "show no packets", host::sets(o.quiet), "-q"},
+      {"--write", "FILE", "record to FILE, which wireshark reads; everything, shown or not",
+       host::keeps(o.write_file), "-w"},
+      {"--rotate", "SIZE", "begin a new file after SIZE bytes: 500K, 64M, 1G",
+       [&o](const V& v) { return o.rotates = parse_size(v, o.rotation.size); }},
+      {"--keep", "N", "how many files --rotate keeps, FILE.1 the last but one (10)",
+       [&o](const V& v) { return o.keeps = parse_keep(v, o.rotation.keep); }},
+      {"--redact", nullptr, "blank Wi-Fi passwords, in recordings and lines", host::sets(o.redact)},
+      {"--read", "FILE", "read the recording FILE instead of the bus", host::keeps(o.read_file),
+       "-r"},
+      {"--svg", "FILE", "with -r: draw round trips over time to FILE", host::keeps(o.svg_file)},
+      {"--csv", "FILE", "with -r: write round trips as a table to FILE", host::keeps(o.csv_file)},
+      {"--help", nullptr, "print this help and end", host::sets(o.help)},
+      {"--version", nullptr, "print the version and end", host::sets(o.version)},
   };
-  return all;
 }
 
 bool check(const MonitorOptions& options, std::string& error) {
@@ -90,20 +75,20 @@ bool check(const MonitorOptions& options, std::string& error) {
 
 bool parse_monitor_options(const std::vector<std::string>& arguments, MonitorOptions& options,
                            std::string& error) {
-  const auto no_operand = [](MonitorOptions&, const std::string&) { return false; };
-  if (!parse_arguments<MonitorOptions>(arguments, table(), options, no_operand, error)) {
-    if (!options.filter_error.empty()) error = options.filter_error;
+  if (const auto fault = host::read_arguments(arguments, {table(options), nullptr})) {
+    error = options.filter_error.empty() ? host::text_of(*fault) : options.filter_error;
     return false;
   }
   return check(options, error);
 }
 
 std::string monitor_help() {
+  MonitorOptions unused;
   return "usage: vlm_bus_monitor [OPTIONS]\n"
          "Shows every packet of the message bus, a line each, until it is told to end by a "
          "signal.\n"
          "\n" +
-         options_help(table()) +
+         host::options_help(table(unused), 16) +
          "\n"
          "Marks: [no answer] a request without an answer in time, [unasked] an answer that nobody\n"
          "asked for, [crossed] a request while another one waits, [dropped N] packets that the\n"

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "command_name.h"
+
 namespace vlm::monitor {
 
 std::vector<Observation> Observer::take(Entry entry) {
@@ -26,7 +28,9 @@ std::vector<Observation> Observer::expire(std::int64_t time_ns) {
     observation.entry.channel = late.kind == Kind::kRequest ? kRequestChannel : kRtspRequestChannel;
     observation.decoded.kind = late.kind;
     observation.decoded.code = late.code;
-    observation.decoded.name = late.name;
+    observation.decoded.name = late.kind == Kind::kRequest
+                                   ? command_name(late.code)
+                                   : side_name(static_cast<unsigned>(late.code));
     observation.finding.mark = Mark::kNoAnswer;
     observation.finding.request = late.number;
     observation.limit_ns = late.limit_ns;

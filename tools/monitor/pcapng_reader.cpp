@@ -1,6 +1,7 @@
 #include "pcapng_reader.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <string_view>
 
@@ -167,6 +168,7 @@ bool PcapngReader::take_interface() {
       if (_swapped) interface.offset_s = swapped(interface.offset_s);
     }
   }
+  if (!interface.is_ours) ++_strangers;
   _interfaces.push_back(std::move(interface));
   return true;
 }
@@ -213,20 +215,23 @@ bool PcapngReader::options_from(std::size_t at, Options& options) const {
   return at >= _body.size();
 }
 
-/// Times that a 64-bit number of nanoseconds cannot hold come out as some other time.
+/// Times outside 1970 to 2043 come out as the nearest one inside, so that no sum or difference of
+/// two leaves a 64-bit number of nanoseconds.
 std::int64_t PcapngReader::time_of(const Interface& interface, std::uint64_t units) const {
+  constexpr std::int64_t kLatestNs = std::int64_t{1} << 61;
+  constexpr std::int64_t kLatestS = kLatestNs / kNsPerSecond;
   long double per_second = 1;
   for (unsigned i = 0; i < interface.exponent; ++i) per_second *= interface.binary ? 2 : 10;
-  std::uint64_t ns = 0;
-  if (!interface.binary && interface.exponent == 9) {
-    ns = units;
-  } else if (!interface.binary && interface.exponent < 9) {
-    ns = units * static_cast<std::uint64_t>(kNsPerSecond / per_second);
-  } else {
-    ns = static_cast<std::uint64_t>(static_cast<long double>(units) / per_second * kNsPerSecond);
+  const long double about_ns = static_cast<long double>(units) / per_second * kNsPerSecond;
+  std::int64_t ns = kLatestNs;
+  if (about_ns < kLatestNs) {
+    // Whole nanoseconds are exact also where a long double is not.
+    const bool whole = !interface.binary && interface.exponent <= 9;
+    ns = whole ? static_cast<std::int64_t>(units) * std::llround(kNsPerSecond / per_second)
+               : static_cast<std::int64_t>(about_ns);
   }
-  return static_cast<std::int64_t>(ns + static_cast<std::uint64_t>(interface.offset_s) *
-                                            static_cast<std::uint64_t>(kNsPerSecond));
+  const std::int64_t offset_s = std::clamp(interface.offset_s, -kLatestS, kLatestS);
+  return std::clamp<std::int64_t>(ns + offset_s * kNsPerSecond, 0, kLatestNs);
 }
 
 }  // namespace vlm::monitor

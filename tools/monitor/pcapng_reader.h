@@ -59,7 +59,7 @@ class PcapngReader {
   std::uint64_t _position = 0;   // bytes read
   Bytes _body;                   // of that block, without its lengths
   bool _swapped = false;         // the section has the other byte order
-  std::uint64_t _strangers = 0;  // packets of others
+  std::uint64_t _strangers = 0;  // packets and interfaces of others
   std::uint64_t _entries = 0;
   std::vector<Interface> _interfaces;
   std::optional<Outcome> _final;

@@ -40,6 +40,7 @@ class ReplayCamera {
   struct Exchanges {
     std::vector<Exchange> all;
     std::size_t next = 0;
+    bool all_came = false;  // before it began again with the first
   };
 
   static std::string key_of(const Entry& request, bool by_code_alone);

@@ -3,14 +3,12 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "arguments.h"
+#include "options.h"
 #include "payload_values.h"
 
 namespace vlm::monitor {
 
 namespace {
-
-using Table = std::vector<Option<ReplayOptions>>;
 
 bool parse_number(const std::string& text, double least, double& number) {
   char* end = nullptr;
@@ -36,38 +34,30 @@ bool add_mask(const std::string& text, std::vector<std::string>& masked) {
   return is_value_name(text);
 }
 
-const Table& table() {
-  using O = ReplayOptions;
+std::vector<host::Option> table(ReplayOptions& o) {
   using V = std::string;
-  static const Table all = {
-      {"--as", nullptr, "ROLE", "console: send the requests; camera: answer them",
-       [](O& o, const V& v) { return parse_role(v, o.role); }},
-      {"--speed", nullptr, "X", "X times as fast as recorded, or max (1)",
-       [](O& o, const V& v) { return parse_speed(v, o.speed); }},
-      {"--from", nullptr, "T", "begin T seconds behind the first packet",
-       [](O& o, const V& v) { return parse_number(v, 0, o.section.from_s); }},
-      {"--to", nullptr, "T", "end T seconds behind the first packet",
-       [](O& o, const V& v) { return parse_number(v, 0, o.section.to_s); }},
-      {"--expect", nullptr, nullptr, "compare with the recording; the exit status is the verdict",
-       [](O& o, const V&) { return o.expect = true; }},
-      {"--mask", nullptr, "FIELD",
-       "do not compare this value (lens.zoom, video.fps); again for more",
-       [](O& o, const V& v) { return add_mask(v, o.masked); }},
-      {"--tap", nullptr, nullptr, "print the checks in the Test Anything Protocol",
-       [](O& o, const V&) { return o.tap = true; }},
-      {"--junit", nullptr, "FILE", "write the checks to FILE as JUnit does",
-       [](O& o, const V& v) { return !(o.junit_file = v).empty(); }},
-      {"--loop", nullptr, nullptr,
-       "camera: after the last answer to a request comes the first again",
-       [](O& o, const V&) { return o.loop = true; }},
-      {"--destructive", nullptr, nullptr,
-       "console: send also what loses data or interrupts the camera",
-       [](O& o, const V&) { return o.destructive = true; }},
-      {"--help", nullptr, nullptr, "show this text", [](O& o, const V&) { return o.help = true; }},
-      {"--version", nullptr, nullptr, "show the version",
-       [](O& o, const V&) { return o.version = true; }},
+  return {
+      {"--as", "ROLE", "console: send the requests; camera: answer them",
+       [&o](const V& v) { return parse_role(v, o.role); }},
+      {"--speed", "X", "X times as fast as recorded, or max (1)",
+       [&o](const V& v) { return parse_speed(v, o.speed); }},
+      {"--from", "T", "begin T seconds behind the first packet",
+       [&o](const V& v) { return parse_number(v, 0, o.section.from_s); }},
+      {"--to", "T", "end T seconds behind the first packet",
+       [&o](const V& v) { return parse_number(v, 0, o.section.to_s); }},
+      {"--expect", nullptr, "compare with the recording; the exit status is the verdict",
+       host::sets(o.expect)},
+      {"--mask", "FIELD", "do not compare this value (lens.zoom, video.fps); again for more",
+       [&o](const V& v) { return add_mask(v, o.masked); }},
+      {"--tap", nullptr, "print the checks in the Test Anything Protocol", host::sets(o.tap)},
+      {"--junit", "FILE", "write the checks to FILE as JUnit does", host::keeps(o.junit_file)},
+      {"--loop", nullptr, "camera: after the last answer to a request comes the first again",
+       host::sets(o.loop)},
+      {"--destructive", nullptr, "console: send also what loses data or interrupts the camera",
+       host::sets(o.destructive)},
+      {"--help", nullptr, "print this help and end", host::sets(o.help)},
+      {"--version", nullptr, "print the version and end", host::sets(o.version)},
   };
-  return all;
 }
 
 bool check(const ReplayOptions& options, std::string& error) {
@@ -88,20 +78,24 @@ bool check(const ReplayOptions& options, std::string& error) {
 
 bool parse_replay_options(const std::vector<std::string>& arguments, ReplayOptions& options,
                           std::string& error) {
-  const auto take_file = [](ReplayOptions& o, const std::string& file) {
-    const bool is_first = o.file.empty();
-    o.file = file;
+  const auto take_file = [&options](const std::string& file) {
+    const bool is_first = options.file.empty();
+    options.file = file;
     return is_first && !file.empty();
   };
-  return parse_arguments<ReplayOptions>(arguments, table(), options, take_file, error) &&
-         check(options, error);
+  if (const auto fault = host::read_arguments(arguments, {table(options), take_file})) {
+    error = host::text_of(*fault);
+    return false;
+  }
+  return check(options, error);
 }
 
 std::string replay_help() {
+  ReplayOptions unused;
   return "usage: vlm_bus_replay FILE --as console|camera [OPTIONS]\n"
          "Plays a recording of the message bus in one of its roles.\n"
          "\n" +
-         options_help(table()) +
+         host::options_help(table(unused), 14) +
          "\n"
          "As console it sends each request at its time, once the answers that the recording has\n"
          "before it have come. As camera it answers until it is told to end by a signal: the n-th\n"

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "json_writer.h"
 #include "line.h"
 
 namespace vlm::monitor {
@@ -36,15 +37,15 @@ void DurationHistogram::add(std::int64_t ns) {
   _min = _count == 0 ? ns : std::min(_min, ns);
   _max = _count == 0 ? ns : std::max(_max, ns);
   ++_count;
-  ++_buckets[std::min(bucket_of(ns), kBuckets - 1)];
+  ++_buckets[bucket_of(ns)];
 }
 
 std::int64_t DurationHistogram::quantile(double share) const {
   const auto rank = static_cast<std::uint64_t>(std::ceil(share * static_cast<double>(_count)));
   std::uint64_t seen = 0;
-  for (std::size_t bucket = 0; bucket < kBuckets; ++bucket) {
-    seen += _buckets[bucket];
-    if (seen >= rank && seen != 0) return std::clamp(middle_of(bucket), _min, _max);
+  for (const auto& [bucket, count] : _buckets) {
+    seen += count;
+    if (seen >= rank) return std::clamp(middle_of(bucket), _min, _max);
   }
   return 0;
 }
@@ -102,28 +103,33 @@ std::string Statistics::text() const {
 }
 
 std::string Statistics::json() const {
-  std::string commands;
+  auto commands = host::json_object();
   for (const auto& [name, command] : _commands) {
     const DurationHistogram& trips = command.round_trips;
-    if (!commands.empty()) commands += ',';
-    commands += json_string(name) +
-                formatted(":{\"requests\":%llu,\"errors\":%llu,\"no_answer\":%llu,\"answers\":%llu",
-                          wide(command.requests), wide(command.errors), wide(command.unanswered),
-                          wide(trips.count()));
+    auto row = host::json_object();
+    row.number("requests", command.requests)
+        .number("errors", command.errors)
+        .number("no_answer", command.unanswered)
+        .number("answers", trips.count());
     if (trips.count() != 0) {
-      commands +=
-          formatted(",\"min_ms\":%s,\"median_ms\":%s,\"p99_ms\":%s,\"max_ms\":%s",
-                    milliseconds(trips.min()).c_str(), milliseconds(trips.quantile(0.5)).c_str(),
-                    milliseconds(trips.quantile(0.99)).c_str(), milliseconds(trips.max()).c_str());
+      row.member("min_ms", milliseconds(trips.min()))
+          .member("median_ms", milliseconds(trips.quantile(0.5)))
+          .member("p99_ms", milliseconds(trips.quantile(0.99)))
+          .member("max_ms", milliseconds(trips.max()));
     }
-    commands += '}';
+    commands.member(name.c_str(), row.str());
   }
-  return formatted(
-             "{\"packets\":%llu,\"seconds\":%.3f,\"per_second\":%.1f,\"no_answer\":%llu,"
-             "\"unasked\":%llu,\"crossed\":%llu,\"dropped\":%llu,\"commands\":{",
-             wide(_packets), duration_s(), rate(), wide(_unanswered), wide(_unasked),
-             wide(_crossed), wide(_dropped)) +
-         commands + "}}\n";
+  return host::json_object()
+             .number("packets", _packets)
+             .member("seconds", formatted("%.3f", duration_s()))
+             .member("per_second", formatted("%.1f", rate()))
+             .number("no_answer", _unanswered)
+             .number("unasked", _unasked)
+             .number("crossed", _crossed)
+             .number("dropped", _dropped)
+             .member("commands", commands.str())
+             .str() +
+         '\n';
 }
 
 }  // namespace vlm::monitor

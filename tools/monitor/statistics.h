@@ -2,7 +2,6 @@
 #ifndef MONITOR_STATISTICS_H
 #define MONITOR_STATISTICS_H
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -24,9 +23,7 @@ class DurationHistogram {
   std::int64_t quantile(double share) const;
 
  private:
-  static constexpr std::size_t kBuckets = std::size_t{64} * 16;
-
-  std::array<std::uint64_t, kBuckets> _buckets{};
+  std::map<std::size_t, std::uint64_t> _buckets;  // those that are not empty, at most 16 an octave
   std::uint64_t _count = 0;
   std::int64_t _min = 0;
   std::int64_t _max = 0;

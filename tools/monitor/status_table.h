@@ -2,27 +2,33 @@
 #ifndef MONITOR_STATUS_TABLE_H
 #define MONITOR_STATUS_TABLE_H
 
-#include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <string>
 
 namespace vlm::monitor {
 
+/// Lines and columns of a terminal; 0 where that is not known.
+struct TerminalSize {
+  std::size_t rows = 0;
+  std::size_t columns = 0;
+};
+
+/// `text` with no line longer than the terminal is wide, and with so few lines, the last one among
+/// them, that the cursor below stays on it: what scrolls away, or breaks, cannot be replaced.
+std::string fitting(const std::string& text, const TerminalSize& size);
+
+/// On standard output.
 class StatusTable {
  public:
-  /// Shows `text` in the place of the one before, at most twice a second.
-  void refresh(const std::string& text) {
-    const auto now = std::chrono::steady_clock::now();
-    if (now - _shown < kInterval) return;
-    _shown = now;
-    if (_lines != 0) std::printf("\033[%ldA\033[J", _lines);
-    std::fputs(text.c_str(), stdout);
-    _lines = std::count(text.begin(), text.end(), '\n');
-  }
+  /// Twice a second.
+  bool is_due() const;
+  /// Shows what of `text` the terminal has room for, in the place of the one before.
+  void refresh(const std::string& text);
+  /// Shows all of `text` in the place of the one before; nothing follows.
+  void finish(const std::string& text);
 
  private:
-  static constexpr std::chrono::milliseconds kInterval{500};
+  void replace(const std::string& text);
 
   std::chrono::steady_clock::time_point _shown{};
   long _lines = 0;

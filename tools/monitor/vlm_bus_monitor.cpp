@@ -15,10 +15,12 @@
 #include "line.h"
 #include "monitor_options.h"
 #include "observer.h"
+#include "options.h"
 #include "payload_values.h"
 #include "pcapng_reader.h"
 #include "recording_file.h"
 #include "recording_input.h"
+#include "standard_output.h"
 #include "statistics.h"
 #include "status_table.h"
 
@@ -28,22 +30,25 @@ using namespace vlm::monitor;
 
 enum ExitStatus { kGood = 0, kFailure = 1, kUsage = 2, kDamaged = 3, kNoBus = 4 };
 
+constexpr char kName[] = "vlm_bus_monitor";
+
 volatile std::sig_atomic_t g_end;
 
 void on_end_signal(int) { g_end = 1; }
 
 int complain(const std::string& text, int status) {
-  std::fprintf(stderr, "vlm_bus_monitor: %s\n", text.c_str());
+  std::fprintf(stderr, "%s: %s\n", kName, text.c_str());
   return status;
 }
-
-bool is_terminal() { return isatty(STDOUT_FILENO) == 1; }
 
 /// What becomes of the entries: lines, statistics, a recording, a picture.
 class Outputs {
  public:
   explicit Outputs(const MonitorOptions& options)
-      : _options(options), _style{options.hex, is_terminal()} {}
+      : _options(options),
+        _observes(!options.quiet || options.stats || draws(options)),
+        _on_terminal(isatty(STDOUT_FILENO) == 1),
+        _style{options.hex, _on_terminal} {}
 
   bool open(std::string& error) {
     return _options.write_file.empty() ||
@@ -53,6 +58,7 @@ class Outputs {
   void take(Entry entry) {
     if (_options.redact) redact(entry);
     if (!_options.write_file.empty()) _recording.add(entry);
+    if (!_observes) return;
     for (const Observation& observation : _observer.take(std::move(entry))) show(observation);
   }
 
@@ -63,19 +69,23 @@ class Outputs {
 
   /// Brings files and terminal up to date.
   bool flush(std::string& error) {
-    if (!_options.write_file.empty() && !_recording.flush(error)) return false;
-    if (_options.stats && is_terminal()) _table.refresh(_statistics.text());
-    return flush_output(error);
+    if (_options.stats && _on_terminal && _table.is_due()) _table.refresh(_statistics.text());
+    return flush_recording(error) && flush_output(error);
   }
 
   /// Writes what stands at the end.
   bool finish(std::string& error) {
-    if (_options.stats) std::fputs(final_statistics().c_str(), stdout);
-    return flush(error) && write_file(_options.svg_file, _picture.svg(), error) &&
+    if (_options.stats) show_final_statistics();
+    return flush_recording(error) && flush_output(error) &&
+           write_file(_options.svg_file, _picture.svg(), error) &&
            write_file(_options.csv_file, _picture.csv(), error);
   }
 
  private:
+  static bool draws(const MonitorOptions& options) {
+    return !options.svg_file.empty() || !options.csv_file.empty();
+  }
+
   void show(const Observation& observation) {
     if (!is_chosen(observation)) return;
     if (_options.stats) {
@@ -85,19 +95,24 @@ class Outputs {
           _options.json ? json_line(observation, _options.hex) : text_line(observation, _style);
       std::fwrite(line.data(), 1, line.size(), stdout);
     }
-    if (!_options.svg_file.empty() || !_options.csv_file.empty()) _picture.add(observation);
+    if (draws(_options)) _picture.add(observation);
   }
 
   bool is_chosen(const Observation& observation) const {
     const auto& channels = _options.channels;
-    return (channels.empty() || std::find(channels.begin(), channels.end(),
-                                          observation.entry.channel) != channels.end()) &&
+    // What was lost, or noted, may concern any channel.
+    return (channels.empty() || observation.decoded.kind == Kind::kNote ||
+            std::find(channels.begin(), channels.end(), observation.entry.channel) !=
+                channels.end()) &&
            _options.filter.passes(observation);
   }
 
-  std::string final_statistics() const {
-    if (_options.json) return _statistics.json();
-    return is_terminal() ? "" : _statistics.text();
+  void show_final_statistics() {
+    _table.finish(_options.json ? _statistics.json() : _statistics.text());
+  }
+
+  bool flush_recording(std::string& error) {
+    return _options.write_file.empty() || _recording.flush(error);
   }
 
   static bool flush_output(std::string& error) {
@@ -117,6 +132,8 @@ class Outputs {
   }
 
   const MonitorOptions& _options;
+  const bool _observes;  // more than a recording is wanted
+  const bool _on_terminal;
   LineStyle _style;
   Observer _observer;
   RecordingFile _recording;
@@ -180,20 +197,16 @@ sigset_t hold_end_signals() {
   return before;
 }
 
-int say(const std::string& text) {
-  return std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0 ? kFailure : kGood;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   MonitorOptions options;
   std::string error;
-  if (!parse_monitor_options({argv + std::min(argc, 1), argv + argc}, options, error)) {
+  if (!parse_monitor_options(vlm::host::arguments_of(argc, argv), options, error)) {
     return complain(error + "; see --help", kUsage);
   }
-  if (options.help) return say(monitor_help());
-  if (options.version) return say("vlm_bus_monitor " VLM_VERSION "\n");
+  if (options.help) return vlm::host::show(kName, monitor_help());
+  if (options.version) return vlm::host::show(kName, "vlm_bus_monitor " VLM_VERSION "\n");
   Outputs outputs(options);
   if (options.read_file.empty()) {
     const sigset_t waiting = hold_end_signals();

@@ -1,7 +1,6 @@
 // vlm_bus_replay: plays a recording of the message bus, as console or as camera.
 #include <pthread.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -11,10 +10,12 @@
 #include <vector>
 
 #include "bus_inbox.h"
+#include "options.h"
 #include "replay_camera.h"
 #include "replay_console.h"
 #include "replay_options.h"
 #include "replay_recording.h"
+#include "standard_output.h"
 #include "vlm_bus.h"
 
 namespace {
@@ -23,13 +24,11 @@ using namespace vlm::monitor;
 
 enum ExitStatus { kEqual = 0, kDiffers = 1, kUsage = 2, kDamaged = 3, kNoBus = 4 };
 
-int complain(const std::string& text, int status) {
-  std::fprintf(stderr, "vlm_bus_replay: %s\n", text.c_str());
-  return status;
-}
+constexpr char kName[] = "vlm_bus_replay";
 
-bool say(const std::string& text) {
-  return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+int complain(const std::string& text, int status) {
+  std::fprintf(stderr, "%s: %s\n", kName, text.c_str());
+  return status;
 }
 
 /// Lets SIGTERM and SIGINT end the inbox. To be called before there are threads.
@@ -66,9 +65,7 @@ bool write_file(const std::string& path, const std::string& text) {
 
 /// Tells the result; returns the exit status.
 int tell(const ReplayOptions& options, const ReplayResult& result, Loaded loaded) {
-  if (!say(options.tap ? result.tap() : result.text())) {
-    return complain(std::string("standard output: ") + std::strerror(errno), kDiffers);
-  }
+  if (vlm::host::show(kName, options.tap ? result.tap() : result.text()) != 0) return kDiffers;
   if (!write_file(options.junit_file, result.junit(options.file))) {
     return complain("cannot write " + options.junit_file + ": " + std::strerror(errno), kDiffers);
   }
@@ -114,10 +111,10 @@ int replay(const ReplayOptions& options) {
 int main(int argc, char** argv) {
   ReplayOptions options;
   std::string error;
-  if (!parse_replay_options({argv + std::min(argc, 1), argv + argc}, options, error)) {
+  if (!parse_replay_options(vlm::host::arguments_of(argc, argv), options, error)) {
     return complain(error + "; see --help", kUsage);
   }
-  if (options.help) return say(replay_help()) ? kEqual : kDiffers;
-  if (options.version) return say("vlm_bus_replay " VLM_VERSION "\n") ? kEqual : kDiffers;
+  if (options.help) return vlm::host::show(kName, replay_help());
+  if (options.version) return vlm::host::show(kName, "vlm_bus_replay " VLM_VERSION "\n");
   return replay(options);
 }

@@ -12,6 +12,8 @@
 #include <memory>
 #include <tuple>
 
+#include "reason.h"
+
 namespace vlm::time_report {
 
 namespace {
@@ -96,11 +98,9 @@ std::optional<int> serial_of(std::string_view name) {
   return std::nullopt;
 }
 
-std::string reason_of(int error) { return std::strerror(error); }
-
 TimeLogFile inspect(int dir_fd, int serial, const char* name, std::uint64_t& bytes) {
   struct stat status {};
-  if (fstatat(dir_fd, name, &status, 0) != 0) return {serial, name, reason_of(errno)};
+  if (fstatat(dir_fd, name, &status, 0) != 0) return {serial, name, host::reason()};
   if (!S_ISREG(status.st_mode)) return {serial, name, "Not a regular file"};
   bytes += static_cast<std::uint64_t>(status.st_size);
   return {serial, name, ""};
@@ -118,13 +118,13 @@ class FileReader {
 
   void read_file(const std::string& directory, const TimeLogFile& file) {
     const int fd = open((directory + "/" + file.name).c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd == -1) return _sink.unreadable(file, reason_of(errno));
+    if (fd == -1) return _sink.unreadable(file, host::reason());
     _position = 0;
     _held = 0;
     _overlong = false;
     _sink.begin_file(file);
     const int error = read_lines(fd);
-    if (error != 0) _sink.unreadable(file, reason_of(error));
+    if (error != 0) _sink.unreadable(file, host::reason(error));
     close(fd);
   }
 
@@ -209,7 +209,7 @@ std::optional<TimeLine> parse_time_line(std::string_view text) {
 bool list_time_log(const std::string& directory, TimeLogListing& listing, std::string& error) {
   const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.c_str()), closedir);
   if (entries == nullptr) {
-    error = reason_of(errno);
+    error = host::reason();
     return false;
   }
   while (const dirent* entry = readdir(entries.get())) {

@@ -1,6 +1,5 @@
 #include "time_report_format.h"
 
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -12,15 +11,6 @@ namespace {
 constexpr std::int64_t kMicrosPerSecond = 1'000'000;
 
 }  // namespace
-
-std::string format(const char* form, ...) {
-  char text[512];
-  va_list args;
-  va_start(args, form);
-  std::vsnprintf(text, sizeof text, form, args);
-  va_end(args);
-  return text;
-}
 
 std::string utc_text(std::int64_t time_us) {
   std::int64_t seconds = time_us / kMicrosPerSecond;

@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <string>
 
+#include "format.h"
 #include "time_report.h"
 
 namespace vlm::time_report {
 
-/// As printf does.
-std::string format(const char* form, ...) __attribute__((format(printf, 1, 2)));
+using host::format;
 
 /// "2024-03-05 07:08:09.012345", in UTC.
 std::string utc_text(std::int64_t time_us);

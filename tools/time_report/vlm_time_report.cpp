@@ -2,11 +2,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <string>
 
+#include "reason.h"
 #include "standard_output.h"
 #include "time_log_reader.h"
 #include "time_report.h"
@@ -83,7 +82,7 @@ int make_report(const TimeReportOptions& options) {
   if (const int status = read_log(options.directory, report); status != kClean) return status;
   if (!options.svg_file.empty() &&
       !write_file(options.svg_file, time_report_svg(report, options.directory))) {
-    return fail(host::printable(options.svg_file) + ": " + std::strerror(errno));
+    return fail(host::printable(options.svg_file) + ": " + host::reason());
   }
   const auto text = options.json ? time_report_json(report, options.directory)
                                  : time_report_text(report, options.directory);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 
 #include "duration.h"
 #include "exit_status.h"
@@ -13,7 +14,7 @@ namespace {
 constexpr unsigned kMost = 1'000'000'000;
 constexpr std::size_t kLineWidth = 96;
 
-[[noreturn]] void refuse(const std::string& message) { throw Failure{kUsage, "", message}; }
+[[noreturn]] void refuse(const std::string& message) { fail(kUsage, "", message); }
 
 const Option& find_option(const Options& options, const std::string& name) {
   const auto* const found = std::find_if(options.begin(), options.end(),
@@ -29,21 +30,28 @@ bool is_option(const std::string& word) { return word.size() > 1 && word[0] == '
 
 }  // namespace
 
-std::optional<std::string> Arguments::text(const std::string& option) const {
-  const auto found = _values.find(option);
-  if (found == _values.end()) return std::nullopt;
-  return found->second;
+const Arguments::Given* Arguments::find(const char* option) const {
+  const auto found = std::find_if(_given.rbegin(), _given.rend(), [&](const Given& each) {
+    return std::strcmp(option, each.option->name) == 0;
+  });
+  return found != _given.rend() ? &*found : nullptr;
 }
 
-std::optional<std::chrono::milliseconds> Arguments::duration(const std::string& option) const {
+std::optional<std::string> Arguments::text(const char* option) const {
+  const Given* const given = find(option);
+  if (given == nullptr) return std::nullopt;
+  return given->value;
+}
+
+std::optional<std::chrono::milliseconds> Arguments::duration(const char* option) const {
   const auto written = text(option);
   if (!written) return std::nullopt;
   const auto parsed = parse_duration(*written);
-  if (!parsed) refuse(option + " takes " + kDurationForm + ", not '" + *written + "'");
+  if (!parsed) refuse(std::string(option) + " takes " + kDurationForm + ", not '" + *written + "'");
   return parsed;
 }
 
-std::optional<unsigned> Arguments::number(const std::string& option, unsigned least) const {
+std::optional<unsigned> Arguments::number(const char* option, unsigned least) const {
   const auto written = text(option);
   if (!written) return std::nullopt;
   unsigned number = 0;
@@ -51,8 +59,8 @@ std::optional<unsigned> Arguments::number(const std::string& option, unsigned le
   const auto [rest, fault] = std::from_chars(written->data(), end, number);
   const bool valid = fault == std::errc{} && rest == end && least <= number && number <= kMost;
   if (!valid) {
-    refuse(option + " takes a whole number from " + std::to_string(least) + " on, not '" +
-           *written + "'");
+    refuse(std::string(option) + " takes a whole number from " + std::to_string(least) +
+           " on, not '" + *written + "'");
   }
   return number;
 }
@@ -82,7 +90,7 @@ Arguments parse_arguments(const Options& options, const Words& line, std::size_t
       if (place == line.size()) refuse(name + " needs a value, " + option.value);
       value = line[place++];
     }
-    arguments._values[name] = value;
+    arguments._given.push_back({&option, value});
   }
   return arguments;
 }

@@ -3,7 +3,6 @@
 #define VLMCTL_ARGUMENTS_H
 
 #include <chrono>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,16 +26,24 @@ class Arguments {
   /// What is no option.
   Words words;
 
-  bool has(const std::string& option) const { return _values.count(option) != 0; }
-  std::optional<std::string> text(const std::string& option) const;
-  std::optional<std::chrono::milliseconds> duration(const std::string& option) const;
+  bool has(const char* option) const { return find(option) != nullptr; }
+  std::optional<std::string> text(const char* option) const;
+  std::optional<std::chrono::milliseconds> duration(const char* option) const;
   /// A whole number, `least` to 1,000,000,000.
-  std::optional<unsigned> number(const std::string& option, unsigned least) const;
+  std::optional<unsigned> number(const char* option, unsigned least) const;
 
  private:
   friend Arguments parse_arguments(const Options&, const Words&, std::size_t&, bool);
 
-  std::map<std::string, std::string> _values;
+  struct Given {
+    const Option* option;
+    std::string value;
+  };
+
+  /// The last one of that name; null: it was not given.
+  const Given* find(const char* option) const;
+
+  std::vector<Given> _given;
 };
 
 /// Reads `line` from `place` on, which it moves behind what it has read: to the end, or with

@@ -23,7 +23,7 @@ struct Halves {
 Halves split(const std::string& written) {
   const auto equals = written.find('=');
   if (equals == std::string::npos || equals == 0) {
-    throw Failure{kUsage, written, "NAME=VALUE is wanted"};
+    fail(kUsage, written, "NAME=VALUE is wanted");
   }
   return {written.substr(0, equals), written.substr(equals + 1)};
 }
@@ -31,7 +31,7 @@ Halves split(const std::string& written) {
 Value parse_field(const Field& field, const std::string& name, const std::string& written) {
   std::string error;
   auto value = catalogue::parse(field, written, error);
-  if (!value) throw Failure{kNotAllowed, name, error};
+  if (!value) fail(kNotAllowed, name, error);
   return *value;
 }
 
@@ -77,10 +77,10 @@ Members parse_parameters(const catalogue::Row& row, const std::vector<std::strin
     const std::string subject = std::string(row.name()) + "." + halves.name;
     if (parameter == nullptr) {
       const std::string like = catalogue::nearest(halves.name, names);
-      throw Failure{kNotAllowed, subject,
-                    names.empty() ? "it takes no parameters"
-                                  : "no such parameter" +
-                                        (like.empty() ? "" : ", did you mean " + like + "?")};
+      fail(kNotAllowed, subject,
+           names.empty()
+               ? "it takes no parameters"
+               : "no such parameter" + (like.empty() ? "" : ", did you mean " + like + "?"));
     }
     members.push_back({parameter, parse_field(*parameter, subject, halves.value)});
   }

@@ -26,6 +26,8 @@ class BusLink : public CameraLink {
   void on_notification(client::CameraClient::Notified notified) override;
 
  private:
+  client::Answer ask(const std::function<void(client::CameraClient::Done)>& start);
+
   client::ThreadScheduler _scheduler;
   client::CameraClient _client;
 };

@@ -1,17 +1,16 @@
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdio>
 
 #include "assignment.h"
 #include "checking_link.h"
 #include "commands.h"
 #include "duration.h"
 #include "interruption.h"
+#include "progress.h"
 #include "reading.h"
 #include "script.h"
 #include "test_report.h"
 #include "text_file.h"
+#include "udp_link.h"
 
 namespace vlm::ctl {
 
@@ -24,7 +23,7 @@ constexpr const char* kNotInBatch[] = {"batch", "shell"};
 
 std::chrono::milliseconds duration_word(const Words& words, std::size_t place) {
   const auto parsed = place < words.size() ? parse_duration(words[place]) : std::nullopt;
-  if (!parsed) throw Failure{kUsage, "", words[0] + " takes " + kDurationForm};
+  if (!parsed) fail(kUsage, "", words[0] + " takes " + kDurationForm);
   return *parsed;
 }
 
@@ -40,27 +39,27 @@ class StepRunner {
 
   /// Returns the status; throws Failure.
   int run(const Words& words) {
-    if (words.empty()) throw Failure{kUsage, "", "a command is missing"};
+    if (words.empty()) fail(kUsage, "", "a command is missing");
     if (words[0] == "sleep") return sleep(words);
     if (words[0] == "expect") return expect(words, std::chrono::milliseconds(0));
     if (words[0] == "within") return within(words);
     const bool wrong = std::any_of(std::begin(kNotInBatch), std::end(kNotInBatch),
                                    [&](const char* name) { return words[0] == name; });
-    if (wrong) throw Failure{kUsage, "", words[0] + " is for the command line"};
+    if (wrong) fail(kUsage, "", words[0] + " is for the command line");
     return run_command(_session, words);
   }
 
  private:
   static int sleep(const Words& words) {
     const auto time = duration_word(words, 1);
-    if (words.size() != 2) throw Failure{kUsage, "", "sleep takes one time"};
+    if (words.size() != 2) fail(kUsage, "", "sleep takes one time");
     pause_until(Clock::now() + time);
     return kDone;
   }
 
   /// Reads again until it is so, or `limit` has passed.
   int expect(const Words& words, std::chrono::milliseconds limit) {
-    if (words.size() != 2) throw Failure{kUsage, "", "expect takes one NAME=VALUE"};
+    if (words.size() != 2) fail(kUsage, "", "expect takes one NAME=VALUE");
     const Assignment wanted = parse_assignment(words[1]);
     const auto item = readable_items(_session, {wanted.item.name()}).at(0);
     const auto deadline = Clock::now() + limit;
@@ -71,7 +70,7 @@ class StepRunner {
       next = std::max(next + kExpectInterval, Clock::now());
       if (next <= deadline && pause_until(next)) continue;
       if (value == nullptr) throw Failure(std::get<Failure>(read));
-      throw Failure{kDiffers, item.name(), "it is " + shown(*item.field, *value)};
+      fail(kDiffers, item.name(), "it is " + shown(*item.field, *value));
     }
   }
 
@@ -79,43 +78,23 @@ class StepRunner {
     const auto limit = duration_word(words, 1);
     const Words command = from(words, 2);
     if (!command.empty() && command[0] == "expect") return expect(command, limit);
-    const auto start = Clock::now();
+    const TimeLimit time_limit(Clock::now() + limit);
     const int status = run(command);
-    const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-    if (status != kDone || time <= limit) return status;
-    throw Failure{kRanOut, "", "it took " + std::to_string(time.count()) + " ms"};
+    if (!time_limit.over()) return status;
+    fail(kRanOut, "", "not done within " + words[1]);
   }
 
   Session& _session;
 };
 
-/// "12 steps, 3.4 a second, 0 failed", on a terminal.
-class Progress {
- public:
-  Progress() : _shown(isatty(STDERR_FILENO) == 1), _start(Clock::now()) {}
-  ~Progress() { clear(); }
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-
-  void clear() const {
-    if (_shown) std::fputs("\r\033[K", stderr);
-  }
-  void show(std::size_t steps, std::size_t failures) const {
-    const std::chrono::duration<double> time = Clock::now() - _start;
-    if (!_shown) return;
-    std::fprintf(stderr, "\r%zu steps, %.1f a second, %zu failed\033[K", steps,
-                 static_cast<double>(steps) / std::max(time.count(), 0.001), failures);
-  }
-
- private:
-  const bool _shown;
-  const Clock::time_point _start;
-};
-
 class Batch {
  public:
   Batch(Session& session, bool keep_going, bool tap)
-      : _session(session), _runner(session), _keep_going(keep_going), _tap(tap) {}
+      : _session(session),
+        _runner(session),
+        _keep_going(keep_going),
+        _tap(tap),
+        _progress(session.console()) {}
 
   void run(const std::vector<Step>& steps) {
     for (const Step& step : steps) {
@@ -126,7 +105,6 @@ class Batch {
   }
 
   void finish() {
-    _progress.clear();
     if (_tap) _session.console().line("1.." + std::to_string(_results.size()));
   }
 
@@ -141,7 +119,6 @@ class Batch {
  private:
   void run_step(const Step& step) {
     const Console& console = _session.console();
-    _progress.clear();
     console.forget_failure();
     const auto start = Clock::now();
     const int status = status_of(step);
@@ -149,7 +126,7 @@ class Batch {
     if (_tap) console.line(tap_lines(_results.size(), _results.back()));
     if (status != kDone) fail(step, status);
     if (interrupted()) _stopped = true;
-    _progress.show(_results.size(), _failures);
+    _progress.show_steps(_results.size(), _failures);
   }
 
   int status_of(const Step& step) {
@@ -187,10 +164,13 @@ class Check {
       : _told(session.console()),
         _silent([](const std::string&) {}, [](const std::string&) {},
                 std::chrono::system_clock::now),
-        _session(_silent, session.settings(), [](const Settings& settings) {
-          const bool udp = settings.camera.rfind("udp://", 0) == 0;
-          return std::make_unique<CheckingLink>(udp ? settings.camera : "the bus", !udp);
-        }) {}
+        _session(
+            _silent, session.settings(),
+            [](const Settings& settings) {
+              const bool udp = UdpLink::is_url(settings.camera);
+              return std::make_unique<CheckingLink>(udp ? settings.camera : "the bus", !udp);
+            },
+            [](const Settings&) -> std::vector<FoundCamera> { throw Checked{}; }) {}
 
   int run(const std::vector<Step>& steps) {
     int status = kDone;
@@ -233,7 +213,7 @@ class Check {
 }  // namespace
 
 int run_batch(Session& session, const Arguments& arguments) {
-  if (arguments.words.size() != 1) throw Failure{kUsage, "", "batch takes one FILE"};
+  if (arguments.words.size() != 1) fail(kUsage, "", "batch takes one FILE");
   const std::string& path = arguments.words[0];
   const auto junit = arguments.text("--junit");
   const auto steps = parse_script(read_lines(path));

@@ -89,7 +89,7 @@ int compare_camera(Session& session, const std::vector<Assignment>& file) {
 
 int run_diff(Session& session, const Arguments& arguments) {
   const Words& files = arguments.words;
-  if (files.empty() || files.size() > 2) throw Failure{kUsage, "", "diff takes one or two FILEs"};
+  if (files.empty() || files.size() > 2) fail(kUsage, "", "diff takes one or two FILEs");
   const auto left = read_settings_file(files[0]);
   if (files.size() == 2) {
     return compare_files(session.console(), left, read_settings_file(files[1]));

@@ -1,5 +1,4 @@
 #include <condition_variable>
-#include <deque>
 #include <mutex>
 
 #include "commands.h"
@@ -11,9 +10,6 @@ namespace vlm::ctl {
 using Clock = std::chrono::steady_clock;
 
 namespace {
-
-// Signals do not wake a wait.
-constexpr std::chrono::milliseconds kSlice{50};
 
 /// Hears the camera for as long as it lives.
 class Events {
@@ -35,11 +31,12 @@ class Events {
     while (_queue.empty()) {
       const auto now = Clock::now();
       if (interrupted() || (deadline && now >= *deadline)) return std::nullopt;
-      _changed.wait_until(
-          lock, deadline ? std::min<Clock::time_point>(*deadline, now + kSlice) : now + kSlice);
+      _changed.wait_until(lock, deadline
+                                    ? std::min<Clock::time_point>(*deadline, now + kLookInterval)
+                                    : now + kLookInterval);
     }
     Event event = std::move(_queue.front());
-    _queue.pop_front();
+    _queue.erase(_queue.begin());
     return event;
   }
 
@@ -47,7 +44,7 @@ class Events {
   CameraLink& _camera;
   std::mutex _mutex;  // guards the queue
   std::condition_variable _changed;
-  std::deque<Event> _queue;
+  std::vector<Event> _queue;
 };
 
 void show(const Console& console, const Event& event) {
@@ -68,10 +65,10 @@ void show(const Console& console, const Event& event) {
 int run_events(Session& session, const Arguments& arguments) {
   const auto count = arguments.number("--count", 1);
   const auto limit = arguments.duration("--for");
-  if (!arguments.words.empty()) throw Failure{kUsage, "", "events takes no words"};
+  if (!arguments.words.empty()) fail(kUsage, "", "events takes no words");
   CameraLink& camera = session.camera();
   if (!camera.is_bus()) {
-    throw Failure{kNotOffered, "", "events cannot be heard over " + camera.name()};
+    fail(kNotOffered, "", "events cannot be heard over " + camera.name());
   }
   Events events(camera);
   std::optional<Clock::time_point> deadline;

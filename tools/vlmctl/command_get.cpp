@@ -27,7 +27,7 @@ bool is_lacking(const Item& item, const Failure& failure) {
 
 int run_get(Session& session, const Arguments& arguments) {
   const bool all = arguments.has("--all");
-  if (all != arguments.words.empty()) throw Failure{kUsage, "", "get takes names, or --all"};
+  if (all != arguments.words.empty()) fail(kUsage, "", "get takes names, or --all");
   const auto items = all ? all_items(session) : readable_items(session, arguments.words);
   Reader reader(session);
   Tally tally;

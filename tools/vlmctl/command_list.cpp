@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "camera_version.h"
 #include "catalogue_listing.h"
 #include "commands.h"
 #include "value_json.h"
@@ -37,10 +38,34 @@ std::vector<std::string> names_of_rows() {
   return names;
 }
 
+void show(const Console& console, const FoundCamera& found) {
+  const std::string model = model_text(found.version);
+  const std::string firmware = firmware_text(found.version);
+  if (!console.json) {
+    std::string camera = printable(found.camera);
+    camera.resize(std::max<std::size_t>(camera.size(), 34), ' ');
+    return console.line(camera + "  " + model + "  " + firmware);
+  }
+  host::JsonBlock json = host::json_object();
+  json.text("camera", found.camera).text("model", model).text("firmware", firmware);
+  console.object(json.text("time", console.time()));
+}
+
+int list_cameras(Session& session) {
+  const auto cameras = session.find_cameras();
+  if (cameras.empty()) fail(kNoCamera, "", "no camera answers on the buses of this machine");
+  for (const FoundCamera& each : cameras) show(session.console(), each);
+  return kDone;
+}
+
 }  // namespace
 
 int run_list(Session& session, const Arguments& arguments) {
-  if (arguments.words.size() > 1) throw Failure{kUsage, "", "list takes one PATTERN"};
+  if (arguments.has("--cameras")) {
+    if (!arguments.words.empty()) fail(kUsage, "", "list --cameras takes no PATTERN");
+    return list_cameras(session);
+  }
+  if (arguments.words.size() > 1) fail(kUsage, "", "list takes one PATTERN");
   const std::string pattern = arguments.words.empty() ? "*" : arguments.words[0];
   const Console& console = session.console();
   bool found = false;
@@ -55,8 +80,8 @@ int run_list(Session& session, const Arguments& arguments) {
   }
   if (found) return kDone;
   const std::string like = catalogue::nearest(pattern, names_of_rows());
-  throw Failure{kNotAllowed, pattern,
-                "nothing is called so" + (like.empty() ? "" : ", did you mean " + like + "?")};
+  fail(kNotAllowed, pattern,
+       "nothing is called so" + (like.empty() ? "" : ", did you mean " + like + "?"));
 }
 
 }  // namespace vlm::ctl

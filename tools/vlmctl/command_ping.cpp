@@ -25,7 +25,7 @@ host::JsonBlock result_json(unsigned sent, const Latency& latency) {
   json.number("answered", static_cast<long long>(latency.count()));
   if (latency.count() == 0) return json;
   for (const auto& [name, part] : kStatistics) {
-    json.member(std::string(name) + "_ms", milliseconds(latency.quantile(part)));
+    json.member((std::string(name) + "_ms").c_str(), milliseconds(latency.quantile(part)));
   }
   host::JsonBlock bins = host::json_array();
   for (const auto& bin : latency.histogram()) {
@@ -69,11 +69,11 @@ int status_of(unsigned sent, const Latency& latency) {
 int run_ping(Session& session, const Arguments& arguments) {
   const unsigned count = arguments.number("--count", 1).value_or(kDefaultCount);
   const auto interval = arguments.duration("--interval").value_or(kDefaultInterval);
-  if (!arguments.words.empty()) throw Failure{kUsage, "", "ping takes no words"};
+  if (!arguments.words.empty()) fail(kUsage, "", "ping takes no words");
   const catalogue::Row& status = *find_item("camera.status").row;
   CameraLink& camera = session.camera();
   if (!camera.can_get(status)) {
-    throw Failure{kNotOffered, status.name(), "it cannot be read over " + camera.name()};
+    fail(kNotOffered, status.name(), "it cannot be read over " + camera.name());
   }
   Latency latency;
   unsigned sent = 0;

@@ -30,6 +30,7 @@ class Restorer {
 
   /// Returns why it failed; a line that the camera has already is done.
   std::optional<Failure> restore(const Write& write) {
+    const Uninterrupted line;
     std::vector<Value> before;
     if (auto failure = read_parts(write, before)) return failure;
     bool same = true;
@@ -166,11 +167,11 @@ class Passes {
 }  // namespace
 
 int run_restore(Session& session, const Arguments& arguments) {
-  if (arguments.words.size() != 1) throw Failure{kUsage, "", "restore takes one FILE"};
+  if (arguments.words.size() != 1) fail(kUsage, "", "restore takes one FILE");
   const auto writes = plan_writes(session, read_settings_file(arguments.words[0]));
   for (const Write& write : writes) {
     if (session.camera().can_get(*write.row)) continue;
-    throw Failure{kNotOffered, write.row->name(), "it cannot be read, so not restored"};
+    fail(kNotOffered, write.row->name(), "it cannot be read, so not restored");
   }
   // An interruption comes between two lines, never within one.
   const InterruptionHandler handler;

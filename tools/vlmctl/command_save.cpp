@@ -1,3 +1,4 @@
+#include "camera_version.h"
 #include "commands.h"
 #include "reading.h"
 #include "settings_file.h"
@@ -31,24 +32,13 @@ std::vector<const Row*> saved_rows(Session& session) {
   return rows;
 }
 
-std::string member_text(const Value& group, const char* name) {
-  const Value* const value = catalogue::member(group, name);
-  if (const auto* text = value != nullptr ? std::get_if<std::string>(value) : nullptr) {
-    return printable(*text);
-  }
-  const auto* const number = value != nullptr ? std::get_if<catalogue::s64>(value) : nullptr;
-  return number != nullptr ? std::to_string(*number) : "?";
-}
-
 std::string head(Session& session, Reader& reader) {
   std::string text = std::string(kSettingsFileHead) + '\n';
   const Item version = find_item("camera.version");
   if (session.camera().can_get(*version.row)) {
     const Read read = reader.read(version);
     if (const auto* group = std::get_if<Value>(&read)) {
-      text += "# camera " + member_text(*group, "module") + '\n';
-      text += "# firmware " + member_text(*group, "major") + "." + member_text(*group, "minor") +
-              "." + member_text(*group, "patch") + member_text(*group, "branch") + '\n';
+      text += "# camera " + model_text(*group) + "\n# firmware " + firmware_text(*group) + '\n';
     }
   }
   return text + "# date " + session.console().time() + '\n';
@@ -71,7 +61,7 @@ bool is_lacking(const Row& row, const Failure& failure) {
 }  // namespace
 
 int run_save(Session& session, const Arguments& arguments) {
-  if (arguments.words.size() > 1) throw Failure{kUsage, "", "save takes one FILE"};
+  if (arguments.words.size() > 1) fail(kUsage, "", "save takes one FILE");
   const bool to_file = !arguments.words.empty() && arguments.words[0] != "-";
   const Console& console = session.console();
   Reader reader(session);

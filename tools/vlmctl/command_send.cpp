@@ -25,9 +25,8 @@ int parse_code(const std::string& written) {
   int code = 0;
   const char* const end = written.data() + written.size();
   const auto [rest, fault] = std::from_chars(written.data(), end, code);
-  if (fault != std::errc{} || rest != end)
-    throw Failure{kUsage, "", "send takes the number of a code"};
-  if (!is_code(code)) throw Failure{kNotAllowed, written, "the table of commands has no such code"};
+  if (fault != std::errc{} || rest != end) fail(kUsage, "", "send takes the number of a code");
+  if (!is_code(code)) fail(kNotAllowed, written, "the table of commands has no such code");
   return code;
 }
 
@@ -39,9 +38,9 @@ Payload parse_hex(const std::string& digits) {
     const char* const place = digits.data() + i;
     const auto [rest, fault] = std::from_chars(place, place + 2, payload[i / 2], 16);
     if (fault == std::errc{} && rest == place + 2) continue;
-    throw Failure{kUsage, digits, "pairs of hexadecimal digits are wanted"};
+    fail(kUsage, digits, "pairs of hexadecimal digits are wanted");
   }
-  if (!fits) throw Failure{kUsage, digits, "at most 128 pairs of hexadecimal digits are wanted"};
+  if (!fits) fail(kUsage, digits, "at most 128 pairs of hexadecimal digits are wanted");
   return payload;
 }
 
@@ -51,13 +50,12 @@ catalogue::Value setting_value(const Row& row, const Words& words) {
   catalogue::Members members;
   for (const std::string& word : words) {
     if (!group && word.substr(0, word.find('=')) != row.name()) {
-      throw Failure{kNotAllowed, word, std::string("the code takes ") + row.name() + "=VALUE"};
+      fail(kNotAllowed, word, std::string("the code takes ") + row.name() + "=VALUE");
     }
     // "width" stands for "video.width".
     const bool whole = catalogue::find(word.substr(0, word.find('='))).has_value();
     const Assignment part = parse_assignment(whole ? word : std::string(row.name()) + "." + word);
-    if (part.item.row != &row)
-      throw Failure{kNotAllowed, part.item.name(), "the code sets another"};
+    if (part.item.row != &row) fail(kNotAllowed, part.item.name(), "the code sets another");
     if (part.item.whole()) return part.value;
     members.push_back({part.item.field, part.value});
   }
@@ -70,19 +68,19 @@ Payload encode_words(const Row& row, int code, const Words& words) {
   const bool encoded = code == row.codes.set
                            ? encode(row.value, setting_value(row, words), payload, error)
                            : encode_parameters(row, parse_parameters(row, words), payload, error);
-  if (!encoded) throw Failure{kNotAllowed, row.name(), error};
+  if (!encoded) fail(kNotAllowed, row.name(), error);
   return payload;
 }
 
 Payload parse_payload(int code, const Words& words) {
   if (words.empty()) return {};
   if (words[0].find('=') == std::string::npos) {
-    if (words.size() > 1) throw Failure{kUsage, "", "send takes one block of digits"};
+    if (words.size() > 1) fail(kUsage, "", "send takes one block of digits");
     return parse_hex(words[0]);
   }
   const Row* const row = catalogue::find_by_code(code);
   if (row == nullptr) {
-    throw Failure{kUsage, "", "what the code takes is not known: give its bytes"};
+    fail(kUsage, "", "what the code takes is not known: give its bytes");
   }
   return encode_words(*row, code, words);
 }
@@ -123,12 +121,12 @@ void show(const Console& console, int code, const client::Answer& answer) {
 }  // namespace
 
 int run_send(Session& session, const Arguments& arguments) {
-  if (arguments.words.empty()) throw Failure{kUsage, "", "send takes the number of a code"};
+  if (arguments.words.empty()) fail(kUsage, "", "send takes the number of a code");
   const int code = parse_code(arguments.words[0]);
   const Payload payload =
       parse_payload(code, Words(arguments.words.begin() + 1, arguments.words.end()));
   if (!session.camera().is_bus()) {
-    throw Failure{kNotOffered, "", "codes cannot be sent over " + session.camera().name()};
+    fail(kNotOffered, "", "codes cannot be sent over " + session.camera().name());
   }
   const client::Answer answer = session.send(static_cast<u16>(code), payload);
   const std::string subject = std::to_string(code) + " " + vlm_strcmd(code);

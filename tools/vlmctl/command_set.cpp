@@ -8,7 +8,7 @@ namespace vlm::ctl {
 namespace {
 
 std::vector<Assignment> parse_all(const Words& words) {
-  if (words.empty()) throw Failure{kUsage, "", "set takes NAME=VALUE"};
+  if (words.empty()) fail(kUsage, "", "set takes NAME=VALUE");
   std::vector<Assignment> assignments;
   assignments.reserve(words.size());
   for (const std::string& word : words) assignments.push_back(parse_assignment(word));
@@ -18,7 +18,7 @@ std::vector<Assignment> parse_all(const Words& words) {
 void require_readable(Session& session, const std::vector<Write>& writes) {
   for (const Write& write : writes) {
     if (session.camera().can_get(*write.row)) continue;
-    throw Failure{kNotOffered, write.row->name(), "it cannot be read back, so not verified"};
+    fail(kNotOffered, write.row->name(), "it cannot be read back, so not verified");
   }
 }
 

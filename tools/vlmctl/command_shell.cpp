@@ -1,4 +1,7 @@
+#include <unistd.h>
+
 #include <algorithm>
+#include <optional>
 
 #include "commands.h"
 #include "completion.h"
@@ -31,9 +34,8 @@ bool holds_secret(const Words& words) {
 int run_line(Session& session, LineEditor& editor, const std::string& line) {
   try {
     const Words words = split_words(line);
-    if (words.empty()) return kDone;
     if (!holds_secret(words)) editor.remember(line);
-    if (words[0] == "shell") throw Failure{kUsage, "", "this is the shell"};
+    if (words[0] == "shell") fail(kUsage, "", "this is the shell");
     return run_command(session, words);
   } catch (const Failure& failure) {
     session.console().failure(failure);
@@ -41,30 +43,30 @@ int run_line(Session& session, LineEditor& editor, const std::string& line) {
   }
 }
 
-/// None: the input has ended. Ctrl-C gives up the line.
-std::optional<std::string> read_line(LineEditor& editor) {
-  const InterruptionHandler handler(InterruptionHandler::kEndsReading);
-  for (;;) {
-    clear_interruption();
-    auto line = editor.read();
-    if (line || !interrupted()) return line;
-    std::fputs("\n", stdout);
-  }
+bool is_blank(const std::string& line) {
+  const auto first = line.find_first_not_of(" \t");
+  return first == std::string::npos || line[first] == '#';
 }
 
 }  // namespace
 
 int run_shell(Session& session, const Arguments& arguments) {
-  if (!arguments.words.empty()) throw Failure{kUsage, "", "shell takes no words"};
+  if (!arguments.words.empty()) fail(kUsage, "", "shell takes no words");
+  std::optional<InterruptionHandler> handler;
+  if (isatty(STDIN_FILENO) == 1) handler.emplace();
+  const Terminal terminal;
   const auto editor = make_line_editor("vlmctl> ", history_path(), complete_line);
   int status = kDone;
-  while (const auto line = read_line(*editor)) {
+  terminal.edits(editor->kind());
+  while (const auto line = editor->read()) {
     if (*line == "exit" || *line == "quit") break;
-    const InterruptionHandler handler;
+    if (is_blank(*line)) continue;
+    // One that came behind the end of the command before is none of this one's.
     clear_interruption();
+    terminal.runs(editor->kind());
     status = run_line(session, *editor, *line);
+    terminal.edits(editor->kind());
   }
-  clear_interruption();
   return status;
 }
 

@@ -29,7 +29,7 @@ bool is_final(const Read& read) {
 
 int run_wait(Session& session, const Arguments& arguments) {
   const auto limit = arguments.duration("--for").value_or(kDefaultLimit);
-  if (arguments.words.size() != 1) throw Failure{kUsage, "", "wait takes one NAME=VALUE"};
+  if (arguments.words.size() != 1) fail(kUsage, "", "wait takes one NAME=VALUE");
   const Assignment wanted = parse_assignment(arguments.words[0]);
   const auto item = readable_items(session, {wanted.item.name()}).at(0);
   const auto deadline = Clock::now() + limit;
@@ -43,7 +43,7 @@ int run_wait(Session& session, const Arguments& arguments) {
     if (is_final(read)) throw Failure(std::get<Failure>(read));
     next = std::max(next + kPollInterval, Clock::now());
     if (next > deadline || !pause_until(next)) {
-      throw Failure{kRanOut, item.name(), "the time is over, " + now_text(item, read)};
+      fail(kRanOut, item.name(), "the time is over, " + now_text(item, read));
     }
   }
 }

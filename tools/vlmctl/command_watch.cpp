@@ -57,7 +57,7 @@ class Watch {
 int run_watch(Session& session, const Arguments& arguments) {
   const auto interval = arguments.duration("--every").value_or(kDefaultInterval);
   const auto count = arguments.number("--count", 1);
-  if (arguments.words.empty()) throw Failure{kUsage, "", "watch takes names"};
+  if (arguments.words.empty()) fail(kUsage, "", "watch takes names");
   Watch watch(session, readable_items(session, arguments.words), arguments.has("--changes"));
   auto next = Clock::now();
   for (unsigned round = 0; (!count || round < *count) && pause_until(next); ++round) {

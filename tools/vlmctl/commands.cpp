@@ -11,7 +11,11 @@ constexpr Option kHelp = {"--help", nullptr, "print this and exit"};
 
 constexpr Option kCommon[] = {kJson, kHelp};
 constexpr Option kListOptions[] = {
-    {"--long", nullptr, "with help, range and flags, and the fields of groups"}, kJson, kHelp};
+    {"--long", nullptr, "with help, range and flags, and the fields of groups"},
+    {"--cameras", nullptr,
+     "the cameras that answer on the buses of this machine, as --camera takes them"},
+    kJson,
+    kHelp};
 constexpr Option kGetOptions[] = {
     {"--all", nullptr, "everything that can be read and that the camera has"}, kJson, kHelp};
 constexpr Option kSetOptions[] = {
@@ -96,8 +100,8 @@ const Command& find_command(const std::string& name) {
   std::vector<std::string> names;
   for (const Command& command : kCommands) names.emplace_back(command.name);
   const std::string like = catalogue::nearest(name, names);
-  throw Failure{kUsage, "",
-                "unknown command " + name + (like.empty() ? "" : ", did you mean " + like + "?")};
+  fail(kUsage, "",
+       "unknown command " + name + (like.empty() ? "" : ", did you mean " + like + "?"));
 }
 
 std::string command_help(const Command& command) {

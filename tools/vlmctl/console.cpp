@@ -85,7 +85,20 @@ std::string shown(const Field& field, const Value& value) {
 }
 
 Console::Console(Write out, Write err, Now now)
-    : _out(std::move(out)), _err(std::move(err)), _now(std::move(now)) {}
+    : _out(std::move(out)), _err(std::move(err)), _now(now) {}
+
+void Console::show_progress(const std::string& text) const {
+  if (live == nullptr || text == _progress) return;
+  _progress = text;
+  live(text);
+}
+
+/// Above the line that changes.
+void Console::write(const Write& to, const std::string& text) const {
+  if (!_progress.empty()) live("");
+  to(text + '\n');
+  if (!_progress.empty()) live(_progress);
+}
 
 void Console::value(const Item& item, const Value& value,
                     const std::function<void(host::JsonBlock&)>& extra) const {

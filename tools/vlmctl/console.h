@@ -22,7 +22,7 @@ std::string utc_text(std::chrono::system_clock::time_point time);
 class Console {
  public:
   using Write = std::function<void(const std::string&)>;
-  using Now = std::function<std::chrono::system_clock::time_point()>;
+  using Now = std::chrono::system_clock::time_point (*)();
 
   /// `out` and `err` take whole lines.
   Console(Write out, Write err, Now now);
@@ -32,10 +32,16 @@ class Console {
   /// Asks a question that is answered with yes or no; true where nobody is there to ask.
   std::function<bool(const std::string&)> confirm = [](const std::string&) { return true; };
 
+  /// Shows a line that goes on to change, below all others; null: nobody watches.
+  void (*live)(const std::string& text) = nullptr;
+
   /// A line of text on standard output.
-  void line(const std::string& text) const { _out(text + '\n'); }
+  void line(const std::string& text) const { write(_out, text); }
   /// A remark on standard error; not part of the result.
-  void remark(const std::string& text) const { _err("vlmctl: " + text + '\n'); }
+  void remark(const std::string& text) const { write(_err, "vlmctl: " + text); }
+  /// What a long action is at, in place of what was shown before; empty: nothing.
+  void show_progress(const std::string& text) const;
+  const std::string& progress() const { return _progress; }
   /// One object.
   void object(const host::JsonBlock& json_object) const { line(json_object.str()); }
 
@@ -52,10 +58,13 @@ class Console {
   std::string time() const { return utc_text(_now()); }
 
  private:
+  void write(const Write& to, const std::string& text) const;
+
   Write _out;
   Write _err;
   Now _now;
   mutable std::string _last_failure;
+  mutable std::string _progress;
 };
 
 /// The value as `Console::value` shows it, with its unit.

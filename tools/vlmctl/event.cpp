@@ -30,28 +30,32 @@ const char* storage_status(int status) {
 
 /// Status, number of the storage and their count less one, in 3, 3 and 2 bits.
 Event storage_event(u8 packed) {
-  return {"storage",
-          {{"status", host::json_string(storage_status(packed & 7))},
-           {"storage", std::to_string((packed & 0x38) >> 3)},
-           {"count", std::to_string((packed >> 6) + 1)}}};
+  Event event{"storage", {}};
+  event.add("status", host::json_string(storage_status(packed & 7)));
+  event.add("storage", std::to_string((packed & 0x38) >> 3));
+  event.add("count", std::to_string((packed >> 6) + 1));
+  return event;
 }
 
 Event picture_event(const u8* data) {
   udp_ctrl_cam_misc_image_info_t info;
   std::memcpy(&info, data, sizeof info);
-  return {"picture",
-          {{"file", host::json_string(std::string(info.url, strnlen(info.url, sizeof info.url)))},
-           {"index", std::to_string(info.image_index)},
-           {"result", std::to_string(info.result)},
-           {"roll", real(info.roll)},
-           {"pitch", real(info.pitch)},
-           {"yaw", real(info.yaw)},
-           {"latitude", number(info.latitude, 15)},
-           {"longitude", number(info.longitude, 15)},
-           {"altitude", real(info.altitude)}}};
+  Event event{"picture", {}};
+  event.add("file", host::json_string(std::string(info.url, strnlen(info.url, sizeof info.url))));
+  event.add("index", std::to_string(info.image_index));
+  event.add("result", std::to_string(info.result));
+  event.add("roll", real(info.roll));
+  event.add("pitch", real(info.pitch));
+  event.add("yaw", real(info.yaw));
+  event.add("latitude", number(info.latitude, 15));
+  event.add("longitude", number(info.longitude, 15));
+  event.add("altitude", real(info.altitude));
+  return event;
 }
 
 }  // namespace
+
+void Event::add(const char* detail, const std::string& json) { details.emplace_back(detail, json); }
 
 Event event_of(const msg_from_rep_t& message) {
   switch (message.msg_type) {

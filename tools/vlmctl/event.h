@@ -12,7 +12,9 @@ namespace vlm::ctl {
 
 struct Event {
   std::string name;                                          // "storage", "picture" ...
-  std::vector<std::pair<std::string, std::string>> details;  // names and values, these in JSON
+  std::vector<std::pair<const char*, std::string>> details;  // names and values, these in JSON
+
+  void add(const char* detail, const std::string& json);
 };
 
 /// Of a message of types 5 to 8.

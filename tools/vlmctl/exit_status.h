@@ -3,6 +3,7 @@
 #define VLMCTL_EXIT_STATUS_H
 
 #include <string>
+#include <string_view>
 
 namespace vlm::ctl {
 
@@ -23,11 +24,24 @@ enum ExitStatus {
 
 /// Why a command, or one step of it, failed. Commands throw it; the program reports it once.
 struct Failure {
+  // Not inline, as there are many of them and the program is to stay small.
+  Failure(ExitStatus its_status, std::string_view its_subject, std::string_view its_message,
+          int its_code = 0);
+  Failure(const Failure& other);
+  Failure(Failure&& other) noexcept;
+  Failure& operator=(const Failure& other);
+  Failure& operator=(Failure&& other) noexcept;
+  ~Failure();
+
   ExitStatus status;
   std::string subject;  // the setting or action; empty: the command itself
   std::string message;
-  int code = 0;  // the camera's result, a vlm_err_t value; 0: it gave none
+  int code;  // the camera's result, a vlm_err_t value; 0: it gave none
 };
+
+/// Throws it.
+[[noreturn]] void fail(ExitStatus status, std::string_view subject, std::string_view message);
+[[noreturn]] void fail(ExitStatus status, const char* subject, const char* message);
 
 }  // namespace vlm::ctl
 

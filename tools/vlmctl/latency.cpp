@@ -12,16 +12,18 @@ constexpr Latency::Time kFirstBin = std::chrono::microseconds(125);
 
 }  // namespace
 
+void Latency::add(Time time) {
+  _times.insert(std::upper_bound(_times.begin(), _times.end(), time), time);
+}
+
 Latency::Time Latency::quantile(double part) const {
-  std::vector<Time> sorted = _times;
-  std::sort(sorted.begin(), sorted.end());
-  const auto rank = static_cast<std::size_t>(std::ceil(part * static_cast<double>(sorted.size())));
-  return sorted[std::max<std::size_t>(rank, 1) - 1];
+  const auto rank = static_cast<std::size_t>(std::ceil(part * static_cast<double>(_times.size())));
+  return _times[std::max<std::size_t>(rank, 1) - 1];
 }
 
 std::vector<Latency::Bin> Latency::histogram() const {
   std::vector<Bin> bins;
-  const auto longest = *std::max_element(_times.begin(), _times.end());
+  const Time longest = _times.back();
   Time above{0};
   for (Time up_to = kFirstBin; bins.empty() || above < longest; up_to *= 2) {
     const auto inside = [&](Time time) {

@@ -18,7 +18,7 @@ class Latency {
     unsigned count;
   };
 
-  void add(Time time) { _times.push_back(time); }
+  void add(Time time);
   std::size_t count() const { return _times.size(); }
 
   /// The time that `part` of all do not exceed, 0 the shortest, 1 the longest; there is one.
@@ -27,7 +27,7 @@ class Latency {
   std::vector<Bin> histogram() const;
 
  private:
-  std::vector<Time> _times;
+  std::vector<Time> _times;  // ascending
 };
 
 /// "1.234", of milliseconds.

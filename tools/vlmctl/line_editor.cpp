@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace vlm::ctl {
@@ -23,18 +21,24 @@ class PlainEditor : public LineEditor {
   explicit PlainEditor(std::string prompt) : _prompt(std::move(prompt)) {}
 
   std::optional<std::string> read() override {
-    if (isatty(STDIN_FILENO) == 1) {
+    const bool terminal = isatty(STDIN_FILENO) == 1;
+    if (terminal) {
       std::fputs(_prompt.c_str(), stdout);
       std::fflush(stdout);
     }
     std::string line;
     for (int letter = 0; (letter = std::getchar()) != EOF;) {
       if (letter == '\n') return line;
+      if (terminal && letter == kGiveUp) {
+        std::fputs("\n", stdout);
+        return "";
+      }
       line += static_cast<char>(letter);
     }
     if (line.empty()) return std::nullopt;
     return line;
   }
+  Terminal::Editor kind() const override { return Terminal::kDriver; }
   void remember(const std::string&) override {}
 
  private:
@@ -55,9 +59,17 @@ struct LineInfo {
   const char* end;
 };
 
-enum { kElPrompt = 0, kElEditor = 2, kElBind = 4, kElAddFunction = 9, kElHistory = 10 };
+enum {
+  kElPrompt = 0,
+  kElEditor = 2,
+  kElBind = 4,
+  kElTerminal = 8,
+  kElAddFunction = 9,
+  kElHistory = 10,
+  kElEditMode = 11
+};
 enum { kHistorySetSize = 1, kHistoryEnter = 10, kHistoryLoad = 17, kHistorySave = 18 };
-enum : unsigned char { kRefresh = 4, kFailed = 6, kRedisplay = 8 };
+enum : unsigned char { kNewLine = 1, kRefresh = 4, kFailed = 6, kRedisplay = 8 };
 
 /// The library's functions, loaded; it stays loaded.
 struct Library {
@@ -97,6 +109,16 @@ std::string common_beginning(const std::vector<std::string>& texts) {
   return common;
 }
 
+/// Makes a folder and those above it, for the user alone. False: it cannot be.
+bool make_folder(const std::string& path) {
+  for (auto end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1)) {
+    mkdir(path.substr(0, end).c_str(), S_IRWXU);
+  }
+  mkdir(path.c_str(), S_IRWXU);
+  // What was typed is nobody else's business, also where the folder was there already.
+  return chmod(path.c_str(), S_IRWXU) == 0;
+}
+
 class LibraryEditor : public LineEditor {
  public:
   LibraryEditor(const Library& library, std::string prompt, std::string history_file,
@@ -117,8 +139,15 @@ class LibraryEditor : public LineEditor {
     _library.set(_line, kElHistory, _library.history, _history);
     _library.set(_line, kElAddFunction, "vlmctl-complete", "complete", complete_here);
     _library.set(_line, kElBind, "\t", "vlmctl-complete", nullptr);
+    _library.set(_line, kElAddFunction, "vlmctl-give-up", "give up the line", give_up_line);
+    _library.set(_line, kElBind, "^C", "vlmctl-give-up", nullptr);
+    // While it edits and when it hands the terminal back, until Terminal has it otherwise.
+    _library.set(_line, kElTerminal, "-d", "-isig", nullptr);
+    _library.set(_line, kElTerminal, "-x", "-isig", "-icanon", nullptr);
   }
   ~LibraryEditor() override {
+    // The terminal is put back by its owner, and without throwing away what has been typed ahead.
+    _library.set(_line, kElEditMode, 0);
     _library.end(_line);
     _library.history_end(_history);
   }
@@ -127,12 +156,16 @@ class LibraryEditor : public LineEditor {
 
   std::optional<std::string> read() override {
     int size = 0;
+    s_given_up = false;
     const char* const text = _library.gets(_line, &size);
+    if (s_given_up) return "";
     if (text == nullptr || size <= 0) return std::nullopt;
     std::string line(text, static_cast<std::size_t>(size));
     if (line.back() == '\n') line.pop_back();
     return line;
   }
+
+  Terminal::Editor kind() const override { return Terminal::kLibrary; }
 
   void remember(const std::string& line) override {
     HistEvent event{};
@@ -143,6 +176,12 @@ class LibraryEditor : public LineEditor {
 
  private:
   static const char* show_prompt(EditLine*) { return s_prompt.c_str(); }
+
+  static unsigned char give_up_line(EditLine*, int) {
+    s_given_up = true;
+    std::fputs("^C\n", stdout);
+    return kNewLine;
+  }
 
   static unsigned char complete_here(EditLine* edit, int) {
     const LineInfo* const line = s_library->line(edit);
@@ -164,6 +203,7 @@ class LibraryEditor : public LineEditor {
   static inline std::string s_prompt;
   static inline Complete s_complete;
   static inline const Library* s_library = nullptr;
+  static inline bool s_given_up = false;
 
   const Library _library;
   const std::string _history_file;
@@ -193,11 +233,7 @@ std::string history_path() {
     return "";
   }
   folder += "/vlmctl";
-  std::error_code error;
-  std::filesystem::create_directories(folder, error);
-  // What was typed is nobody else's business.
-  if (error || chmod(folder.c_str(), S_IRWXU) != 0) return "";
-  return folder + "/history";
+  return make_folder(folder) ? folder + "/history" : "";
 }
 
 }  // namespace vlm::ctl

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "terminal.h"
+
 namespace vlm::ctl {
 
 class LineEditor {
@@ -18,8 +20,9 @@ class LineEditor {
 
   virtual ~LineEditor() = default;
 
-  /// A line without its end. None: the input has ended, or with interrupted() set, Ctrl-C.
+  /// A line without its end; an empty one where Ctrl-C has given it up. None: the input has ended.
   virtual std::optional<std::string> read() = 0;
+  virtual Terminal::Editor kind() const = 0;
   /// Keeps a line for the arrow keys and for the next time.
   virtual void remember(const std::string& line) = 0;
 };

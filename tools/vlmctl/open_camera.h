@@ -8,6 +8,9 @@
 
 namespace vlm::ctl {
 
+/// The --camera that is the bus of this machine.
+constexpr char kLocalBus[] = "local";
+
 /// Throws Failure: no such way, no bus, or no camera on it.
 std::unique_ptr<CameraLink> open_camera(const Settings& settings);
 

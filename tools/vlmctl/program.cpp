@@ -49,7 +49,7 @@ Settings settings_of(const Arguments& arguments) {
   settings.camera = arguments.text("--camera").value_or(settings.camera);
   settings.timeout = arguments.duration("--timeout");
   if (settings.timeout && settings.timeout->count() == 0) {
-    throw Failure{kUsage, "", "--timeout must not be 0"};
+    fail(kUsage, "", "--timeout must not be 0");
   }
   settings.retries = arguments.number("--retries", 0).value_or(0);
   settings.verbose = arguments.has("-v");
@@ -57,7 +57,7 @@ Settings settings_of(const Arguments& arguments) {
 }
 
 int run_or_throw(const Words& line, Console& console, const Session::Open& open,
-                 const std::string& version) {
+                 const Session::Search& search, const std::string& version) {
   // For shells, not for people: no part of the help.
   if (!line.empty() && line[0] == "__complete") {
     for (const auto& each : completions(Words(line.begin() + 1, line.end()), kProgramOptions)) {
@@ -72,17 +72,17 @@ int run_or_throw(const Words& line, Console& console, const Session::Open& open,
     console.line(arguments.has("--help") ? program_help() : "vlmctl " + version);
     return kDone;
   }
-  Session session(console, settings_of(arguments), open);
-  if (place == line.size()) throw Failure{kUsage, "", "no command given, vlmctl --help lists them"};
+  Session session(console, settings_of(arguments), open, search);
+  if (place == line.size()) fail(kUsage, "", "no command given, vlmctl --help lists them");
   return run_command(session, Words(line.begin() + static_cast<long>(place), line.end()));
 }
 
 }  // namespace
 
 int run_program(const Words& line, Console& console, const Session::Open& open,
-                const std::string& version) {
+                const Session::Search& search, const std::string& version) {
   try {
-    return run_or_throw(line, console, open, version);
+    return run_or_throw(line, console, open, search, version);
   } catch (const Failure& failure) {
     console.failure(failure);
     return failure.status;

@@ -9,7 +9,7 @@ namespace vlm::ctl {
 
 /// Runs `line`, the words behind the program's name, and returns the exit status.
 int run_program(const Words& line, Console& console, const Session::Open& open,
-                const std::string& version);
+                const Session::Search& search, const std::string& version);
 
 }  // namespace vlm::ctl
 

@@ -1,5 +1,7 @@
 #include "reading.h"
 
+#include <algorithm>
+
 #include "assignment.h"
 
 namespace vlm::ctl {
@@ -11,9 +13,9 @@ namespace {
 void require_readable(Session& session, const Item& item) {
   if (session.camera().can_get(*item.row)) return;
   if (item.row->kind == catalogue::Kind::kAction) {
-    throw Failure{kNotOffered, item.name(), "an action cannot be read, vlmctl run runs it"};
+    fail(kNotOffered, item.name(), "an action cannot be read, vlmctl run runs it");
   }
-  throw Failure{kNotOffered, item.name(), "it cannot be read over " + session.camera().name()};
+  fail(kNotOffered, item.name(), "it cannot be read over " + session.camera().name());
 }
 
 }  // namespace
@@ -26,13 +28,18 @@ std::vector<Item> readable_items(Session& session, const std::vector<std::string
   return items;
 }
 
+const client::Answer& Reader::answer_for(const catalogue::Row& row) {
+  const auto found = std::find_if(_told.begin(), _told.end(),
+                                  [&row](const Told& each) { return each.row == &row; });
+  if (found != _told.end()) return found->answer;
+  _told.push_back({&row, _session.get(row)});
+  return _told.back().answer;
+}
+
 Read Reader::read(const Item& item) {
-  auto answer = _answers.find(item.row);
-  if (answer == _answers.end()) {
-    answer = _answers.emplace(item.row, _session.get(*item.row)).first;
-  }
-  if (auto failure = failure_of(answer->second, item.name())) return *failure;
-  const catalogue::Value* const value = value_of(item, answer->second.value);
+  const client::Answer& answer = answer_for(*item.row);
+  if (auto failure = failure_of(answer, item.name())) return *failure;
+  const catalogue::Value* const value = value_of(item, answer.value);
   if (value == nullptr) return Failure{kNoAnswer, item.name(), "the answer does not hold it"};
   return *value;
 }

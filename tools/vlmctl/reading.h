@@ -2,7 +2,6 @@
 #ifndef VLMCTL_READING_H
 #define VLMCTL_READING_H
 
-#include <map>
 #include <variant>
 #include <vector>
 
@@ -25,8 +24,15 @@ class Reader {
   Read read(const catalogue::Item& item);
 
  private:
+  struct Told {
+    const catalogue::Row* row;
+    client::Answer answer;
+  };
+
+  const client::Answer& answer_for(const catalogue::Row& row);
+
   Session& _session;
-  std::map<const catalogue::Row*, client::Answer> _answers;
+  std::vector<Told> _told;
 };
 
 }  // namespace vlm::ctl

@@ -12,7 +12,7 @@ constexpr unsigned kMostRepeats = 1'000'000;
 constexpr std::size_t kDeepest = 16;
 
 [[noreturn]] void refuse(std::size_t line, const std::string& message) {
-  throw Failure{kUsage, "", "line " + std::to_string(line) + ": " + message};
+  fail(kUsage, "", "line " + std::to_string(line) + ": " + message);
 }
 
 unsigned parse_times(std::size_t line, const Words& words) {
@@ -96,7 +96,7 @@ Words split_words(const std::string& line) {
       inside = false;
     }
   }
-  if (quote != '\0') throw Failure{kUsage, "", "a quote is not closed"};
+  if (quote != '\0') fail(kUsage, "", "a quote is not closed");
   if (inside) words.push_back(word);
   return words;
 }

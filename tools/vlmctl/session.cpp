@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <thread>
 #include <utility>
 
 #include "interruption.h"
@@ -25,7 +24,7 @@ std::string milliseconds_text(std::chrono::nanoseconds time) {
 }
 
 /// A setting rather than the field of one.
-std::string nearest_item(const std::string& name) {
+std::string nearest_item(std::string_view name) {
   std::vector<std::string> rows;
   for (const Row& row : catalogue::rows()) rows.emplace_back(row.name());
   const std::string like = catalogue::nearest(name, rows);
@@ -34,8 +33,11 @@ std::string nearest_item(const std::string& name) {
 
 }  // namespace
 
-Session::Session(Console& console, Settings settings, Open open)
-    : _console(console), _settings(std::move(settings)), _open(std::move(open)) {}
+Session::Session(Console& console, Settings settings, Open open, Search search)
+    : _console(console),
+      _settings(std::move(settings)),
+      _open(std::move(open)),
+      _search(std::move(search)) {}
 
 CameraLink& Session::camera() {
   if (_camera == nullptr) _camera = _open(_settings);
@@ -50,11 +52,14 @@ Answer Session::ask(const std::string& what, const std::function<Answer()>& once
       _console.remark(what + ": " + text(answer.outcome) +
                       (answer.done() ? ", " + milliseconds_text(answer.round_trip) : ""));
     }
+    if (answer.outcome == Outcome::kCancelled) {
+      fail(kNoAnswer, what, "stopped before the answer came");
+    }
     const bool busy = answer.outcome == Outcome::kBusy;
     const bool again = busy || answer.outcome == Outcome::kNoAnswer;
     if (!again || left == 0 || interrupted()) return answer;
     // Who is busy needs time; who was silent has had it.
-    if (busy) std::this_thread::sleep_for(pause);
+    if (busy) pause_until(std::chrono::steady_clock::now() + pause);
     if (busy) pause = std::min(2 * pause, kLongestPause);
   }
 }
@@ -106,11 +111,10 @@ std::optional<Failure> failure_of(const Answer& answer, const std::string& subje
   return failure;
 }
 
-catalogue::Item find_item(const std::string& name) {
+catalogue::Item find_item(std::string_view name) {
   if (const auto item = catalogue::find(name)) return *item;
   const std::string like = nearest_item(name);
-  throw Failure{kNotAllowed, name,
-                "no such name" + (like.empty() ? "" : ", did you mean " + like + "?")};
+  fail(kNotAllowed, name, "no such name" + (like.empty() ? "" : ", did you mean " + like + "?"));
 }
 
 }  // namespace vlm::ctl

@@ -7,6 +7,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "camera_link.h"
 #include "console.h"
@@ -20,20 +22,30 @@ struct Settings {
   bool verbose = false;                              // -v
 };
 
+/// A camera that `list --cameras` has found.
+struct FoundCamera {
+  std::string camera;  // as --camera takes it
+  catalogue::Value version;
+};
+
 class Session {
  public:
   /// Opens the way to the camera that the settings name; throws Failure.
   using Open = std::function<std::unique_ptr<CameraLink>(const Settings&)>;
 
-  Session(Console& console, Settings settings, Open open);
+  /// Looks for the cameras that answer.
+  using Search = std::function<std::vector<FoundCamera>(const Settings&)>;
+
+  Session(Console& console, Settings settings, Open open, Search search);
 
   Console& console() const { return _console; }
   const Settings& settings() const { return _settings; }
   /// The way to the camera, opened by the first call. Throws Failure.
   CameraLink& camera();
+  std::vector<FoundCamera> find_cameras() const { return _search(_settings); }
 
   // Ask the camera, again where it gave no answer or was busy and --retries allows it; a refusal is
-  // final. Nothing is thrown but by camera().
+  // final. Nothing is thrown but by camera(), and a Failure by an interruption.
   client::Answer get(const catalogue::Row& row, const catalogue::Members& parameters = {});
   client::Answer set(const catalogue::Row& row, const catalogue::Value& value);
   client::Answer run(const catalogue::Row& row, const catalogue::Members& parameters);
@@ -45,6 +57,7 @@ class Session {
   Console& _console;
   const Settings _settings;
   const Open _open;
+  const Search _search;
   std::unique_ptr<CameraLink> _camera;
 };
 
@@ -55,7 +68,7 @@ std::optional<Failure> failure_of(const client::Answer& answer, const std::strin
                                   const catalogue::Row& row);
 
 /// The row or field of that name. Throws Failure, with the nearest name.
-catalogue::Item find_item(const std::string& name);
+catalogue::Item find_item(std::string_view name);
 
 }  // namespace vlm::ctl
 

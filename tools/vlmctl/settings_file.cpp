@@ -66,13 +66,13 @@ std::string trimmed(const std::string& text) {
 
 Assignment parse_line(const std::string& line) {
   const auto equals = line.find('=');
-  if (equals == std::string::npos) throw Failure{kNotAllowed, line, "name = value is wanted"};
+  if (equals == std::string::npos) fail(kNotAllowed, line, "name = value is wanted");
   const std::string name = trimmed(line.substr(0, equals));
   const std::string value = trimmed(line.substr(equals + 1));
   const catalogue::Item item = find_item(name);
   if (item.field->type != catalogue::Type::kText) return {item, parse_value(item, value)};
   const auto text = unquoted(value);
-  if (!text) throw Failure{kNotAllowed, name, "the quotes do not end where the line does"};
+  if (!text) fail(kNotAllowed, name, "the quotes do not end where the line does");
   return {item, parse_value(item, *text)};
 }
 
@@ -87,7 +87,7 @@ std::string settings_line(const catalogue::Item& item, const Value& value) {
 std::vector<Assignment> read_settings_file(const std::string& path) {
   const auto lines = read_lines(path);
   if (lines.empty() || lines[0] != kSettingsFileHead) {
-    throw Failure{kNotAllowed, path, std::string("its first line is not ") + kSettingsFileHead};
+    fail(kNotAllowed, path, std::string("its first line is not ") + kSettingsFileHead);
   }
   std::vector<Assignment> assignments;
   std::string faults;
@@ -101,7 +101,7 @@ std::vector<Assignment> read_settings_file(const std::string& path) {
                 failure.subject + ": " + failure.message;
     }
   }
-  if (!faults.empty()) throw Failure{kNotAllowed, path, faults};
+  if (!faults.empty()) fail(kNotAllowed, path, faults);
   return assignments;
 }
 

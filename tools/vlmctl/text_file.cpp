@@ -17,10 +17,6 @@ namespace {
 
 constexpr std::size_t kLargest = 16U << 20;
 
-[[noreturn]] void fail(ExitStatus status, const std::string& path, const std::string& reason) {
-  throw Failure{status, path, reason};
-}
-
 std::string reason() { return std::system_category().message(errno); }
 
 std::string read_text(std::FILE* file, const std::string& path) {

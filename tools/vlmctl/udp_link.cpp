@@ -4,11 +4,13 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <memory>
 
 #include "assignment.h"
+#include "interruption.h"
 #include "vlm_udp_camctrl_defines.h"
 
 namespace vlm::ctl {
@@ -86,7 +88,7 @@ Addresses addresses_of(const std::string& host, const std::string& port) {
   hints.ai_flags = AI_NUMERICSERV;
   addrinfo* found = nullptr;
   const int error = getaddrinfo(host.c_str(), port.c_str(), &hints, &found);
-  if (error != 0) throw Failure{kNoCamera, host, gai_strerror(error)};
+  if (error != 0) fail(kNoCamera, host, gai_strerror(error));
   return Addresses(found);
 }
 
@@ -138,6 +140,8 @@ std::optional<Answer> udp_answer(int option, const UdpData& packet) {
   return answer;
 }
 
+bool UdpLink::is_url(const std::string& camera) { return camera.rfind(kScheme, 0) == 0; }
+
 UdpLink::UdpLink(const std::string& url, std::chrono::milliseconds timeout)
     : _url(url), _timeout(timeout), _port(kDefaultPort) {
   const std::string address = url.substr(sizeof kScheme - 1);
@@ -149,9 +153,9 @@ UdpLink::UdpLink(const std::string& url, std::chrono::milliseconds timeout)
   const bool wrong = _host.empty() || !is_port(_port) ||
                      (bracketed && host_end == std::string::npos) ||
                      (colon < address.size() && address[colon] != ':');
-  if (wrong) throw Failure{kUsage, url, "udp://HOST[:PORT] is wanted"};
+  if (wrong) fail(kUsage, url, "udp://HOST[:PORT] is wanted");
   _socket = connected(_host, _port);
-  if (!_socket) throw Failure{kNoCamera, url, "it cannot be reached"};
+  if (!_socket) fail(kNoCamera, url, "it cannot be reached");
 }
 
 /// The answer to the request that is out, if it has come and is one. No value: `deadline` has passed.
@@ -160,7 +164,8 @@ std::optional<Answer> UdpLink::receive(int option, bool reads, Clock::time_point
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     pollfd ready{_socket.get(), POLLIN, 0};
     if (left.count() <= 0) return std::nullopt;
-    if (poll(&ready, 1, static_cast<int>(left.count())) <= 0) continue;
+    if (interrupted()) return with_outcome(Outcome::kCancelled);
+    if (poll(&ready, 1, static_cast<int>(std::min(left, kLookInterval).count())) <= 0) continue;
     // One byte more than the longest, so that a longer one is seen.
     std::array<u8, kRecordSize + 1> buffer{};
     const ssize_t size = recv(_socket.get(), buffer.data(), buffer.size(), 0);
@@ -174,6 +179,7 @@ std::optional<Answer> UdpLink::receive(int option, bool reads, Clock::time_point
 }
 
 Answer UdpLink::ask(int option, const UdpData& data) {
+  if (interrupted()) return with_outcome(Outcome::kCancelled);
   if (!_socket) _socket = connected(_host, _port);
   const UdpData packet = udp_request(option, data);
   const auto start = Clock::now();
@@ -183,7 +189,9 @@ Answer UdpLink::ask(int option, const UdpData& data) {
   const Row* const row = catalogue::find_by_option(option);
   const bool reads = row != nullptr && row->remote.get == option;
   auto answer = receive(option, reads, start + _timeout);
-  if (!answer || answer->outcome == Outcome::kNoAnswer) _socket = {};
+  const bool owed =
+      !answer || answer->outcome == Outcome::kNoAnswer || answer->outcome == Outcome::kCancelled;
+  if (owed) _socket = {};
   if (!answer) return with_outcome(Outcome::kNoAnswer);
   answer->round_trip = Clock::now() - start;
   return *answer;

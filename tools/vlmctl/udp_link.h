@@ -17,6 +17,9 @@ namespace vlm::ctl {
 /// next request has another socket: an answer that is late goes to nobody.
 class UdpLink : public CameraLink {
  public:
+  /// Whether it is for this way to open.
+  static bool is_url(const std::string& camera);
+
   /// "udp://HOST[:PORT]", an IPv6 address in brackets. Throws Failure: no such address.
   UdpLink(const std::string& url, std::chrono::milliseconds timeout);
 

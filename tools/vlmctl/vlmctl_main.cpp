@@ -1,13 +1,18 @@
 // vlmctl: the camera's settings by name, for people and for programs.
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <new>
+#include <optional>
 #include <system_error>
 
+#include "camera_search.h"
+#include "interruption.h"
 #include "open_camera.h"
 #include "program.h"
+#include "progress.h"
 
 namespace {
 
@@ -22,14 +27,28 @@ void write_to(std::FILE* file, const std::string& text) {
   if (!written && file == stdout && g_output_error == 0) g_output_error = errno;
 }
 
+/// The line that is typed at the terminal. None: Ctrl-C came first, or the input has ended.
+std::optional<std::string> read_answer() {
+  std::string line;
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  while (!interrupted()) {
+    if (poll(&input, 1, static_cast<int>(kLookInterval.count())) <= 0 || interrupted()) continue;
+    char letter = 0;
+    if (read(STDIN_FILENO, &letter, 1) != 1) return std::nullopt;
+    if (letter == '\n') return line;
+    line += letter;
+  }
+  std::fputc('\n', stderr);
+  return std::nullopt;
+}
+
 /// Asks at the terminal; a script is taken at its word.
 bool confirm(const std::string& question) {
   if (isatty(STDIN_FILENO) == 0) return true;
   std::fprintf(stderr, "%s [y/N] ", question.c_str());
   std::fflush(stderr);
-  char answer[16] = {};
-  return std::fgets(answer, sizeof answer, stdin) != nullptr &&
-         (answer[0] == 'y' || answer[0] == 'Y');
+  const auto answer = read_answer();
+  return answer && !answer->empty() && ((*answer)[0] == 'y' || (*answer)[0] == 'Y');
 }
 
 /// `status`, unless the results did not reach their reader.
@@ -48,8 +67,9 @@ int main(int argc, char** argv) {
                     [](const std::string& text) { write_to(stderr, text); },
                     std::chrono::system_clock::now);
     console.confirm = confirm;
+    if (has_live_line()) console.live = show_live_line;
     return with_output(
-        run_program(Words(argv + 1, argv + argc), console, open_camera, VLM_VERSION));
+        run_program(Words(argv + 1, argv + argc), console, open_camera, find_cameras, VLM_VERSION));
   } catch (const std::bad_alloc&) {
     std::fputs("vlmctl: out of memory\n", stderr);
     return kPartly;

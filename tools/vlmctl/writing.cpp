@@ -44,15 +44,14 @@ void require_writable(Session& session, const Write& write) {
   CameraLink& camera = session.camera();
   if (!camera.can_set(*write.row)) {
     const bool action = write.row->kind == catalogue::Kind::kAction;
-    throw Failure{kNotOffered, subject_of(write),
-                  action ? "an action cannot be set, vlmctl run runs it"
-                         : "it cannot be set over " + camera.name()};
+    fail(kNotOffered, subject_of(write),
+         action ? "an action cannot be set, vlmctl run runs it"
+                : "it cannot be set over " + camera.name());
   }
   const bool reads = is_field(write.parts[0]) && !is_complete(write);
   if (reads && !camera.can_get(*write.row)) {
-    throw Failure{
-        kNotOffered, subject_of(write),
-        std::string(write.row->name()) + " cannot be read, so its fields are set all together"};
+    fail(kNotOffered, subject_of(write),
+         std::string(write.row->name()) + " cannot be read, so its fields are set all together");
   }
 }
 

@@ -214,6 +214,8 @@ local function dissect_side(message, tree, info)
   end
 end
 
+local interface_name = Field.new("frame.interface_name")
+local camera_channels = {velmar_repeater_udp = true, velmar_udp_repeater = true}
 local side_senders = {lcm_channel_from_udp = true, lcm_channel_to_rtsp = true}
 
 function bus.dissector(tvb, pinfo, root)
@@ -230,6 +232,9 @@ function bus.dissector(tvb, pinfo, root)
   end
   local sender = text_in(tvb(0, 64))
   tree:add(f.sender, tvb(0, 64), sender)
+  pinfo.cols.src = sender
+  local channel = interface_name() and tostring(interface_name().value)
+  if channel then pinfo.cols.dst = channel end
   if tvb:len() == 64 then
     tree:add_proto_expert_info(short)
     pinfo.cols.info = "too short"
@@ -245,7 +250,9 @@ function bus.dissector(tvb, pinfo, root)
     dissect_side(message, tree, info)
   else
     tree:add(f.type, message(0, 1))
-    if type == 3 then
+    if channel and not camera_channels[channel] then
+      tree:add(f.message, message())
+    elseif type == 3 then
       -- A request names the channel where its answer is to come.
       dissect_camera(message, tree, info, sender == "velmar_repeater_udp")
     elseif notifications[type] then

@@ -3,7 +3,7 @@
 #include <mutex>
 #include <utility>
 
-namespace vlm::client {
+namespace vlm::fleet {
 
 struct BrokerTransport::Outlet {
   // Held while the receiver runs, so that it can be changed only between two packets; recursive, as
@@ -12,16 +12,7 @@ struct BrokerTransport::Outlet {
   Receiver receiver;  // guarded by the mutex
 };
 
-std::unique_ptr<BrokerTransport> BrokerTransport::reach(const bus::BrokerAddress& address,
-                                                        const bus::BrokerFiles& files,
-                                                        std::string& error) {
-  const bus::BrokerPart* const part = bus::broker_part(error);
-  auto camera = part != nullptr ? part->reach(address, files, error) : nullptr;
-  if (!camera) return nullptr;
-  return std::unique_ptr<BrokerTransport>(new BrokerTransport(std::move(camera)));
-}
-
-BrokerTransport::BrokerTransport(std::unique_ptr<bus::RemoteCamera> camera)
+BrokerTransport::BrokerTransport(std::unique_ptr<BrokerCamera> camera)
     : _outlet(std::make_shared<Outlet>()), _camera(std::move(camera)) {
   _camera->listen(kReplyChannel, [outlet = _outlet](const void* packet, std::size_t length) {
     const std::lock_guard<std::recursive_mutex> guard(outlet->mutex);
@@ -32,10 +23,6 @@ BrokerTransport::BrokerTransport(std::unique_ptr<bus::RemoteCamera> camera)
 
 BrokerTransport::~BrokerTransport() { BrokerTransport::listen(nullptr); }
 
-bool BrokerTransport::wait_until_serving(std::chrono::milliseconds limit, std::string& error) {
-  return _camera->wait_until_serving(limit, error);
-}
-
 bool BrokerTransport::publish(const userlcm_packet_t& packet, unsigned int length) {
   return _camera->publish(packet, length, kRequestChannel);
 }
@@ -45,4 +32,4 @@ void BrokerTransport::listen(Receiver receiver) {
   _outlet->receiver = std::move(receiver);
 }
 
-}  // namespace vlm::client
+}  // namespace vlm::fleet

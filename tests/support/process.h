@@ -1,13 +1,16 @@
-// Real processes under test: their standard streams, signals and exit.
+// Other processes, for tests to watch and to treat badly: their standard streams, signals and exit.
 #ifndef PROCESS_H
 #define PROCESS_H
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "temporary_directory.h"
+
+constexpr int kPlentyMs = 30'000;  // time enough for anything that happens at all
 
 /// A child process with its input, output and errors in the test's hands. Nothing waits longer than
 /// 30 s; what does fails with an exception that tells what had been read. Killed and reaped at the
@@ -33,14 +36,22 @@ class Process {
   std::string read_until(const std::string& marker);
   /// Output up to its end.
   std::string read_all();
+  /// The next line of its output, without its end; none when it prints no more, or not in time.
+  std::optional<std::string> line(int timeout_ms = kPlentyMs);
   /// What it has written to standard error so far.
   std::string errors() const;
   void signal(int number) const;
+  /// Stops it; returns once it has stopped.
+  void stop() const;
+  void resume() const;
   /// The exit status, or 128 plus the number of the signal that ended it.
   int wait();
+  int kill_and_wait();
+  bool has_ended();
   pid_t pid() const { return _pid; }
 
  private:
+  bool is_readable(int timeout_ms) const;
   bool read_some();
 
   pid_t _pid = -1;

@@ -1,9 +1,9 @@
 // A program that is linked statically loads nothing.
-#include "broker.h"
+#include "broker_object.h"
 
 namespace vlm::bus {
 
-const BrokerPart* broker_part(std::string& error) {
+const void* from_broker_object(const char*, std::string& error) {
   error = "cannot reach a broker: this program is linked statically";
   return nullptr;
 }

@@ -22,8 +22,6 @@
 
 namespace {
 
-constexpr std::chrono::seconds kPatience{30};
-
 struct Pipe {
   int read_end;
   int write_end;
@@ -67,7 +65,6 @@ Pipe make_pty() {
 Process::Process(const std::vector<std::string>& arguments,
                  const std::vector<std::string>& variables, Terminal terminal) {
   const auto environment = with_broker_between(arguments.at(0), variables);
-  std::signal(SIGPIPE, SIG_IGN);
   _errors = memfd_create("errors", MFD_CLOEXEC);
   const Pipe output = terminal == kPty ? make_pty() : make_pipe();
   const Pipe input = terminal == kPty ? Pipe{output.write_end, output.read_end} : make_pipe();
@@ -93,7 +90,7 @@ Process::Process(const std::vector<std::string>& arguments,
 
 Process::~Process() {
   if (!_reaped) {
-    kill(_pid, SIGKILL);
+    signal(SIGKILL);
     waitpid(_pid, nullptr, 0);
   }
   close_input();
@@ -102,6 +99,7 @@ Process::~Process() {
 }
 
 void Process::write(const std::string& text) const {
+  std::signal(SIGPIPE, SIG_IGN);
   for (std::size_t done = 0; done < text.size();) {
     const ssize_t count = ::write(_input, text.data() + done, text.size() - done);
     if (count <= 0) return;  // it has gone: its exit tells why
@@ -119,10 +117,14 @@ void Process::close_output() {
   _output = -1;
 }
 
-bool Process::read_some() {
+bool Process::is_readable(int timeout_ms) const {
   pollfd ready{_output, POLLIN, 0};
-  const auto patience = std::chrono::milliseconds(kPatience).count();
-  if (poll(&ready, 1, static_cast<int>(patience)) == 0) {
+  return poll(&ready, 1, timeout_ms) != 0;
+}
+
+/// False at the end of its output.
+bool Process::read_some() {
+  if (!is_readable(kPlentyMs)) {
     throw std::runtime_error("nothing more was printed after: " + _unread);
   }
   std::array<char, 4096> buffer{};
@@ -148,6 +150,16 @@ std::string Process::read_all() {
   return std::exchange(_unread, {});
 }
 
+std::optional<std::string> Process::line(int timeout_ms) {
+  std::size_t end = 0;
+  while ((end = _unread.find('\n')) == std::string::npos) {
+    if (!is_readable(timeout_ms) || !read_some()) return std::nullopt;
+  }
+  std::string text = _unread.substr(0, end);
+  _unread.erase(0, end + 1);
+  return text;
+}
+
 std::string Process::errors() const {
   std::string text;
   std::array<char, 4096> buffer{};
@@ -161,20 +173,36 @@ std::string Process::errors() const {
 
 void Process::signal(int number) const { kill(_pid, number); }
 
+void Process::stop() const {
+  signal(SIGSTOP);
+  waitpid(_pid, nullptr, WUNTRACED);
+}
+
+void Process::resume() const { signal(SIGCONT); }
+
+bool Process::has_ended() {
+  int status = 0;
+  if (!_reaped && waitpid(_pid, &status, WNOHANG) == _pid) {
+    _reaped = true;
+    _status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+  return _reaped;
+}
+
 int Process::wait() {
-  const auto deadline = std::chrono::steady_clock::now() + kPatience;
-  while (!_reaped) {
-    int status = 0;
-    if (waitpid(_pid, &status, WNOHANG) == _pid) {
-      _reaped = true;
-      _status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    } else if (std::chrono::steady_clock::now() > deadline) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPlentyMs);
+  while (!has_ended()) {
+    if (std::chrono::steady_clock::now() > deadline) {
       throw std::runtime_error("it did not end; unread: " + _unread);
-    } else {
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   return _status;
+}
+
+int Process::kill_and_wait() {
+  signal(SIGKILL);
+  return wait();
 }
 
 std::string program(const std::string& name) { return std::string(VLM_BIN_DIR) + "/" + name; }

@@ -1,0 +1,119 @@
+#!/usr/bin/env python3
+"""The judge of the soak tests: what it has to notice."""
+import sys
+import unittest
+
+import camera_log
+from clients import NOT_SENT, TIMEOUT, Outcome, Stuck, engine_outcome
+from commands import Command
+from lane import judge
+
+SET_METERING = Command(18, b"\x01", " 1", 19, b"\x01")
+GET_MODE = Command(1, option=4121, one_byte=True)
+
+
+def log(*lines):
+    """The camera's log, a line each tenth of a second from 10 on."""
+    return camera_log.read([(10 + number / 10, line) for number, line in enumerate(lines)])
+
+
+class TheLog(unittest.TestCase):
+    def reply(self, line):
+        return log(line).replies[0]
+
+    def test_tells_the_codes_and_the_data_of_requests_and_replies(self):
+        read = log("-> 18 SET_METER_MODE 01", "<- 18 SET_METER_MODE [9 VLM is capturing] 07",
+                   "-> 206 get lens.focus")
+        self.assertEqual([(each.code, each.payload) for each in read.requests],
+                         [(18, b"\1"), (206, b"")])
+        self.assertEqual((read.replies[0].code, read.replies[0].error), (18, 9))
+        self.assertEqual(read.replies[0].payload, b"\7" + bytes(127))
+
+    def test_shows_a_cut_reply_completed_with_zeros(self):
+        reply = self.reply("<- 300 X [9 VLM is capturing] 07 08, of 4 bytes")
+        self.assertEqual((reply.kind, reply.code, reply.error), (3, 300, 0))
+        self.assertEqual(reply.payload, b"\7" + bytes(127))
+        self.assertEqual(self.reply("<- 300 X [9 E], of 2 bytes").code, 300 & 0xFF)
+        self.assertEqual(self.reply("<- 300 X [9 E], of 0 bytes").kind, 0)
+
+    def test_shows_a_flipped_bit_where_it_is(self):
+        self.assertEqual(self.reply("<- 1 M [0 OK] 02, bit 0 flipped").kind, 2)
+        self.assertEqual(self.reply("<- 1 M [0 OK] 02, bit 9 flipped").code, 3)
+        self.assertEqual(self.reply("<- 1 M [0 OK] 02, bit 24 flipped").payload[0], 3)
+        self.assertEqual(self.reply("<- 1 M [0 OK] 02, of 300 bytes, bit 1048 flipped").error, 1)
+
+    def test_counts_what_was_not_answered(self):
+        self.assertEqual(log("<- lost: 1 M [0 OK]", "ignored: muted",
+                             "ignored: the camera restarts").silent, 3)
+
+
+class TheJudge(unittest.TestCase):
+    def judged(self, command, outcome, *lines):
+        return judge(command, outcome, 10, log(*lines))
+
+    def test_is_content_when_the_outcome_is_the_camera_s(self):
+        asked = "-> 18 SET_METER_MODE 01"
+        self.assertIsNone(self.judged(SET_METERING, Outcome(0), asked, "<- 18 S [0 OK]"))
+        self.assertIsNone(self.judged(SET_METERING, Outcome(9), asked, "<- 18 S [9 E]"))
+        self.assertIsNone(self.judged(SET_METERING, Outcome(TIMEOUT), asked))
+        self.assertIsNone(self.judged(SET_METERING, Outcome(TIMEOUT), asked, "<- 17 S [0 OK]"))
+
+    def test_notices_a_success_that_nobody_sent(self):
+        asked = "-> 18 SET_METER_MODE 01"
+        for reply in ("<- 18 S [9 E]", "<- 17 S [0 OK]", "<- lost: 18 S [0 OK]",
+                      "<- 18 S [0 OK], of 1 bytes"):
+            self.assertIn("no such reply", self.judged(SET_METERING, Outcome(0), asked, reply))
+
+    def test_notices_a_reply_that_got_lost_on_its_way(self):
+        asked = "-> 18 SET_METER_MODE 01"
+        for outcome in (Outcome(TIMEOUT), Outcome(TIMEOUT, heard=True)):
+            self.assertIn("in time", self.judged(SET_METERING, outcome, asked, "<- 18 S [0 OK]"))
+        self.assertIsNone(self.judged(SET_METERING, Outcome(TIMEOUT, heard=False), asked,
+                                      "<- 18 S [0 OK]"))
+
+    def test_notices_a_request_that_was_changed_doubled_or_never_sent(self):
+        for asked in (["-> 18 SET_METER_MODE 02"], ["-> 17 S 01"], [], ["-> 18 S 01"] * 2):
+            self.assertIn("was asked", self.judged(SET_METERING, Outcome(0), *asked,
+                                                   "<- 18 S [0 OK]"))
+
+    def test_lets_a_client_give_up_on_a_camera_that_has_not_seen_the_request(self):
+        for error in (TIMEOUT, NOT_SENT):
+            self.assertIsNone(self.judged(SET_METERING, Outcome(error)))
+        self.assertIn("was asked", self.judged(SET_METERING, Outcome(TIMEOUT, heard=True)))
+        self.assertIn("no such reply", self.judged(SET_METERING, Outcome(NOT_SENT),
+                                                   "-> 18 SET_METER_MODE 01", "<- 18 S [0 OK]"))
+
+    def test_notices_other_data(self):
+        lines = ("-> 1 GET_CAMERA_MODE", "<- 1 GET_CAMERA_MODE [0 OK] 02")
+        self.assertIsNone(self.judged(GET_MODE, Outcome(0, b"\2"), *lines))
+        self.assertIn("other data", self.judged(GET_MODE, Outcome(0, b"\1"), *lines))
+
+
+class TheEngine(unittest.TestCase):
+    def outcome(self, *lines):
+        return engine_outcome([(0, line) for line in lines])
+
+    def test_ends_with_success_an_error_or_a_time_out(self):
+        finished = "finish waiting for cmd X response. error code: "
+        self.assertEqual(self.outcome(finished + "0", "Recv X Ack OK").error, 0)
+        self.assertEqual(self.outcome(finished + "9", "LCM request X failed with: E").error, 9)
+        self.assertEqual(self.outcome("error: LCM request X timeout waiting for answer",
+                                      "LCM request X failed with: E").error, TIMEOUT)
+
+    def test_tells_whether_it_heard_its_own_reply(self):
+        end = ("error: LCM request X timeout waiting for answer", "LCM request X failed with: E")
+        self.assertTrue(self.outcome("Send X", "LCM request X took: 3 ms, error 0", *end).heard)
+        self.assertFalse(self.outcome("Send X", "LCM request Y took: 3 ms, error 0", *end).heard)
+
+    def test_may_not_say_nothing_two_things_or_that_it_is_broken(self):
+        for lines in ([], ["Recv X Ack OK"],
+                      ["finish waiting for cmd X response. error code: 9", "Recv X Ack OK"],
+                      ["finish waiting for cmd X response. error code: 0", "Recv X Ack OK"] * 2,
+                      ["finish waiting for cmd X response. error code: 0", "Recv X Ack OK",
+                       "!!!!CRITICAL!!!! ..."]):
+            with self.assertRaises(Stuck):
+                self.outcome(*lines)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv)
