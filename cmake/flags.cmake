@@ -38,6 +38,7 @@ if(CMAKE_BUILD_TYPE STREQUAL "MinSizeRel")
   add_compile_options(-fno-rtti)
   add_link_options(-Wl,--gc-sections)
   set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
+  add_link_options(-flto-partition=one)  # a program is small enough to be looked at whole
 endif()
 
 # Layers and bus need each other: the engine calls the two functions of whichever bus a program links.

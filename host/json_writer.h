@@ -27,8 +27,11 @@ class JsonBlock {
   template <typename Integer>
   JsonBlock& number(const char* name, Integer value) {
     static_assert(std::is_integral_v<Integer>, "a fraction has no one form");
-    if constexpr (std::is_signed_v<Integer>) return signed_number(name, value);
-    return unsigned_number(name, value);
+    if constexpr (std::is_signed_v<Integer>) {
+      return signed_number(name, value);
+    } else {
+      return unsigned_number(name, value);
+    }
   }
 
   /// All that was added so far, closed.
