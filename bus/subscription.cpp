@@ -94,7 +94,7 @@ void Subscription::serve() {
     } else if (errno == EAGAIN) {
       if (!is_announced()) announce();
     } else if (errno != EINTR) {
-      report(host::format("cannot receive on %s: %s", _name.c_str(), host::reason().c_str()));
+      report("cannot receive on %s: %s", _name.c_str(), host::reason().c_str());
       return;
     }
   }

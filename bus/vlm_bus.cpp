@@ -23,7 +23,7 @@ namespace {
 constexpr std::size_t kHeaderSize = offsetof(userlcm_packet_t, msg_buf);
 
 int refuse_to_publish(const char* reason) {
-  report(host::format("nothing published: %s", reason));
+  report("nothing published: %s", reason);
   return -1;
 }
 
@@ -53,8 +53,8 @@ void tell_missing_server(const userlcm_packet_t& packet, const char* channel) {
     const bool request = std::strcmp(channel, server.channel) == 0 &&
                          std::strncmp(packet.channel, server.from, sizeof packet.channel) == 0;
     if (!request || server.told.exchange(true)) continue;
-    report(host::format("no %s on bus %s: nobody subscribes %s", server.name,
-                        BusDirectory::configured_path().c_str(), channel));
+    report("no %s on bus %s: nobody subscribes %s", server.name,
+           BusDirectory::configured_path().c_str(), channel);
   }
 }
 
