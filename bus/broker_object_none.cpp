@@ -3,9 +3,8 @@
 
 namespace vlm::bus {
 
-const void* from_broker_object(const char*, std::string& error) {
-  error = "cannot reach a broker: this program is linked statically";
-  return nullptr;
-}
+const void* from_broker_object(const char*) { return nullptr; }
+
+const char* broker_object_fault() { return "this program is linked statically"; }
 
 }  // namespace vlm::bus

@@ -28,6 +28,13 @@ constexpr std::size_t kMaxChannelLength = 63;
 constexpr int kLookAgainMs = 1000;
 constexpr int kLookAgainBlindMs = 10;
 
+// The path in the address of a bus; an address without a scheme is a path itself.
+const char* path_in(const char* address) {
+  constexpr char kScheme[] = "unix:";
+  constexpr std::size_t kLength = sizeof kScheme - 1;
+  return std::strncmp(address, kScheme, kLength) == 0 ? address + kLength : address;
+}
+
 // With a slash at its end a path leads through a symbolic link even where links are refused.
 std::string without_trailing_slashes(std::string path) {
   while (path.size() > 1 && path.back() == '/') path.pop_back();
@@ -58,19 +65,6 @@ std::string objection_to(const DirectoryStream& stream) {
   if (status.st_uid != geteuid()) return "it belongs to another user";
   if (status.st_mode & (S_IWGRP | S_IWOTH)) return "others may write to it";
   return {};
-}
-
-// What VLM_BUS says; null when it says nothing.
-const char* named_bus() {
-  const char* const bus = std::getenv("VLM_BUS");
-  return bus && *bus ? bus : nullptr;
-}
-
-// The directory that the address `bus` names; null when it names none.
-const char* directory_in(const char* bus) {
-  constexpr char kScheme[] = "unix:";
-  constexpr std::size_t kLength = sizeof kScheme - 1;
-  return std::strncmp(bus, kScheme, kLength) == 0 && bus[kLength] ? bus + kLength : nullptr;
 }
 
 // What stands before .PID.SERIAL; empty for hidden names and those of another form.
@@ -116,12 +110,9 @@ bool is_channel_name(std::string_view channel) {
 }
 
 std::string BusDirectory::configured_path() {
-  if (const char* bus = named_bus()) {
-    const char* const directory = directory_in(bus);
-    return directory ? without_trailing_slashes(directory) : bus;
-  }
-  if (const char* path = std::getenv("VLM_BUS_DIR"); path && *path) {
-    return without_trailing_slashes(path);
+  for (const char* variable : {"VLM_BUS", "VLM_BUS_DIR"}) {
+    const char* const bus = std::getenv(variable);
+    if (bus && *bus) return without_trailing_slashes(path_in(bus));
   }
   if (const char* run = std::getenv("XDG_RUNTIME_DIR"); run && *run) {
     return host::format("%s/vlm_bus", run);
@@ -131,12 +122,9 @@ std::string BusDirectory::configured_path() {
 
 std::optional<BusDirectory> BusDirectory::open(std::string& error) {
   const std::string path = configured_path();
-  std::string objection = "VLM_BUS names it as unix:DIR";
-  if (const char* bus = named_bus(); !bus || directory_in(bus)) {
-    DirectoryStream stream = open_or_create(path);
-    objection = objection_to(stream);
-    if (objection.empty()) return BusDirectory(std::move(stream));
-  }
+  DirectoryStream stream = open_or_create(path);
+  const std::string objection = objection_to(stream);
+  if (objection.empty()) return BusDirectory(std::move(stream));
   error = host::format("cannot use the bus directory %s: %s", path.c_str(), objection.c_str());
   return std::nullopt;
 }

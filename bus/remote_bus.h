@@ -17,7 +17,8 @@ struct RemoteBus {
   bool (*has_subscriber)(const char* channel, int timeout_ms);
 };
 
-/// Null when this process has its bus on this machine. Settled by the first call.
+/// Null when this process has its bus on this machine, or when the object cannot be had, which it says
+/// then. Settled by the first call.
 const RemoteBus* remote_bus();
 
 }  // namespace vlm::bus

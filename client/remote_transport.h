@@ -18,8 +18,8 @@ struct RemoteFault {
 
 /// What the shared object offers as vlm_remote_transport.
 struct RemotePart {
-  std::unique_ptr<Transport> (*reach)(const std::string& address, std::chrono::milliseconds limit,
-                                      RemoteFault& fault);
+  Transport* (*reach)(const std::string& address, std::chrono::milliseconds limit,
+                      RemoteFault& fault);
 };
 
 /// True for what can only be meant as the address of a broker's camera.

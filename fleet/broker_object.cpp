@@ -10,8 +10,8 @@ namespace vlm::fleet {
 namespace {
 
 /// A camera that its bridge has left is none: that is told at once.
-std::unique_ptr<client::Transport> reach(const std::string& text, std::chrono::milliseconds limit,
-                                         client::RemoteFault& fault) {
+client::Transport* reach(const std::string& text, std::chrono::milliseconds limit,
+                         client::RemoteFault& fault) {
   const auto address = bus::parse_camera_address(text, fault.text);
   fault.in_address = !address;
   if (!address) return nullptr;
@@ -23,7 +23,7 @@ std::unique_ptr<client::Transport> reach(const std::string& text, std::chrono::m
     fault.text = "no camera " + address->camera + " on " + text_of(*address);
     return nullptr;
   }
-  return std::make_unique<BrokerTransport>(std::move(camera));
+  return std::make_unique<BrokerTransport>(std::move(camera)).release();
 }
 
 }  // namespace

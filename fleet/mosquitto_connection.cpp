@@ -220,7 +220,7 @@ void MosquittoLink::serve(bool readable) {
     refusal = _refusal;
     events.swap(_events);
   }
-  tell(std::move(events));
+  tell(events);
   if (!refusal.empty() || fault != MOSQ_ERR_SUCCESS) {
     lose(!refusal.empty() ? refusal : text_of_error(fault));
   }
@@ -249,7 +249,7 @@ void MosquittoLink::disconnect() {
   _state = State::kDown;
 }
 
-void MosquittoLink::tell(std::vector<Event> events) {
+void MosquittoLink::tell(const std::vector<Event>& events) {
   for (const Event& event : events) {
     switch (event.kind) {
       case Event::kConnected: _listener.on_connected(); break;

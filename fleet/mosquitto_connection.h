@@ -83,7 +83,7 @@ class MosquittoLink {
 
   std::string set_identity();
   int set_will();
-  void tell(std::vector<Event> events);
+  void tell(const std::vector<Event>& events);
   void lose(const std::string& why);
   int connect_now();
 

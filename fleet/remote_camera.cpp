@@ -165,10 +165,10 @@ bool BrokerCamera::publish(const userlcm_packet_t& packet, unsigned int length,
     const std::lock_guard<std::mutex> guard(_mutex);
     message.correlation = _expected.expect(channel, code);
   }
-  return send(std::move(message));
+  return send(message);
 }
 
-bool BrokerCamera::send(bus::BrokerMessage message) {
+bool BrokerCamera::send(const bus::BrokerMessage& message) {
   if (_connection->publish(message, 0)) return true;
   complain("nothing published: the broker takes nothing");
   return false;

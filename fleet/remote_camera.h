@@ -80,7 +80,7 @@ class BrokerCamera : private bus::BrokerListener {
 
   bool wait_until_connected();
   bool give_back(const bus::BrokerMessage& message, const std::string& channel);
-  bool send(bus::BrokerMessage message);
+  bool send(const bus::BrokerMessage& message);
   void tell_missing_camera(const std::string& channel);
   void complain(const std::string& trouble);
   void deliver(const std::string& channel, const std::string& packet);

@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <csignal>
 #include <deque>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <mutex>
@@ -14,8 +15,11 @@
 
 #include "broker.h"
 #include "broker_side.h"
+#include "camera_client.h"
+#include "catalogue.h"
 #include "envelope.h"
 #include "process.h"
+#include "remote_transport.h"
 
 namespace {
 
@@ -100,6 +104,7 @@ class Fleet : public testing::Test {
   }
 
   std::vector<std::string> local() const { return {"VLM_BUS=unix:" + (directory / "bus")}; }
+  std::vector<std::string> second_bus() const { return {"VLM_BUS=unix:" + (directory / "second")}; }
   std::string address() const { return broker.address("cam"); }
   std::unique_ptr<Process> start_bridge() const {
     return start({"vlm_bus_bridge", "--broker", address()}, local());
@@ -223,6 +228,62 @@ TEST_F(Fleet, ShowsASilentCameraAndThatItIsBack) {
   client.wait_for(kPresence, "silent");
   camera = start({"camera_sim"}, local());
   client.wait_for(kPresence, "online");
+}
+
+TEST_F(Fleet, IsReachedByOneProgramWithSeveralCameras) {
+  ASSERT_EQ(probe("20000"), 0);
+  const auto second_camera = start({"camera_sim", "--verbose"}, second_bus());
+  second_camera->read_until("camera_sim: ready");
+  const auto second_bridge =
+      start({"vlm_bus_bridge", "--broker", broker.address("second")}, second_bus());
+  second_bridge->read_until("serves ");
+  vlm::client::ThreadScheduler scheduler;
+  vlm::client::RemoteFault fault;
+  const auto first = vlm::client::reach_camera(address(), kPlenty, fault);
+  const auto second = vlm::client::reach_camera(broker.address("second"), kPlenty, fault);
+  ASSERT_TRUE(first && second) << fault.text;
+  vlm::client::CameraClient one(*first, scheduler);
+  vlm::client::CameraClient other(*second, scheduler);
+  const auto ev = vlm::catalogue::find("exposure.ev");
+  ASSERT_TRUE(ev);
+  for (auto* const client : {&one, &other}) {
+    const auto answer = vlm::client::await([&](auto done) { client->get(*ev->row, done); });
+    EXPECT_EQ(answer.outcome, vlm::client::Outcome::kDone);
+  }
+  EXPECT_EQ(occurrences(end_camera(), "-> 9 GET_EV\n"), 1);
+  second_camera->signal(SIGTERM);
+  EXPECT_EQ(occurrences(second_camera->read_all(), "-> 9 GET_EV\n"), 1);
+}
+
+TEST_F(Fleet, TellsWhatIsWrongWithAnAddress) {
+  const std::string wrong = "mqtt://127.0.0.1:x/lab/cam";
+  const std::string told =
+      "cannot use the bus " + wrong + ": the port is no number from 1 to 65535\n";
+  const auto vlmctl = start({"vlmctl", "--camera", wrong, "get", "camera.mode"}, {});
+  EXPECT_EQ(vlmctl->wait(), 2);
+  EXPECT_EQ(vlmctl->errors(), "vlmctl: " + told);
+  const auto console = start({"vlm_test", "6"}, {"VLM_BUS=" + wrong});
+  EXPECT_NE(console->read_all().find("failed with:"), std::string::npos);
+  EXPECT_EQ(console->errors(), "vlm_bus: " + told);
+}
+
+TEST_F(Fleet, TellsThatACameraIsNotThere) {
+  const auto vlmctl =
+      start({"vlmctl", "--camera", broker.address("nobody"), "get", "camera.mode"}, {});
+  EXPECT_EQ(vlmctl->wait(), 7);
+  EXPECT_EQ(vlmctl->errors(), "vlmctl: no camera nobody on " + broker.address("nobody") + "\n");
+}
+
+TEST_F(Fleet, TellsWhichPackageIsMissing) {
+  std::filesystem::copy(program("vlmctl"), directory / "vlmctl");
+  std::filesystem::copy(program("vlm_test"), directory / "vlm_test");
+  const std::string told = "cannot reach a broker, which needs the package vlm-fleet: ";
+  Process vlmctl({directory / "vlmctl", "--camera", address(), "get", "camera.mode"});
+  EXPECT_EQ(vlmctl.wait(), 7);
+  EXPECT_EQ(vlmctl.errors().rfind("vlmctl: " + told, 0), 0U) << vlmctl.errors();
+  Process console({directory / "vlm_test", "6"}, {"VLM_BUS=" + address()});
+  EXPECT_NE(console.read_all().find("failed with:"), std::string::npos);
+  EXPECT_EQ(console.errors().rfind("vlm_bus: " + told, 0), 0U) << console.errors();
 }
 
 /// The state of a process: 'T' when it is stopped.

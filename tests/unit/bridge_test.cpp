@@ -24,9 +24,9 @@ class FakeBroker : public vlm::bus::BrokerLoop {
   class Connection : public vlm::bus::BrokerConnection {
    public:
     explicit Connection(FakeBroker& broker) : _broker(broker) {}
-    bool publish(const BrokerMessage& message, int qos) override {
+    bool publish(const BrokerMessage& message, int quality) override {
       _broker.published.push_back(message);
-      _broker.qos.push_back(qos);
+      _broker.qos.push_back(quality);
       return true;
     }
     int subscribe(const std::string& topic, bool no_local) override {

@@ -4,6 +4,7 @@
 
 #include "bus_link.h"
 #include "bus_transport.h"
+#include "format.h"
 #include "remote_transport.h"
 #include "udp_link.h"
 
@@ -20,9 +21,9 @@ void choose_bus(const std::string& camera) {
   if (camera == kLocalBus) return;
   if (camera.find('/') == std::string::npos || camera.find("://") != std::string::npos) {
     fail(kUsage, "",
-         "--camera takes local, the path of a bus, mqtts://HOST/SITE/CAMERA or udp://HOST[:PORT], "
-         "not '" +
-             camera + "'");
+         host::format("--camera takes local, the path of a bus, udp://HOST[:PORT] or "
+                      "mqtts://HOST/SITE/CAMERA, not '%s'",
+                      camera.c_str()));
   }
   setenv("VLM_BUS", ("unix:" + camera).c_str(), 1);
 }
@@ -33,44 +34,33 @@ client::Options client_options(const Settings& settings) {
   return options;
 }
 
-std::unique_ptr<CameraLink> open_udp(const Settings& settings) {
-  return std::make_unique<UdpLink>(settings.camera, settings.timeout.value_or(kUdpTimeout));
-}
-
-std::unique_ptr<CameraLink> open_bus(const Settings& settings) {
-  choose_bus(settings.camera);
+/// Its subscription lives as long as the process.
+client::Transport& open_bus(const std::string& camera) {
+  choose_bus(camera);
   if (!may_have_camera()) fail(kNoCamera, "", "no camera on the bus");
-  // Its subscription lives as long as the process.
-  static client::BusTransport& transport = *new client::BusTransport;
+  client::BusTransport& transport = *new client::BusTransport;
   if (!transport.wait_until_serving(kServingLimit)) {
     fail(kNoCamera, "", "the bus does not deliver");
   }
-  return std::make_unique<BusLink>(transport, client_options(settings));
+  return transport;
 }
 
-std::unique_ptr<CameraLink> open_remote(const Settings& settings) {
+/// Its thread serves as long as the process.
+client::Transport& open_remote(const std::string& camera) {
   client::RemoteFault fault;
-  auto transport = client::reach_camera(settings.camera, kServingLimit, fault);
+  auto transport = client::reach_camera(camera, kServingLimit, fault);
   if (!transport) fail(fault.in_address ? kUsage : kNoCamera, "", fault.text);
-  // Its thread serves as long as the process.
-  return std::make_unique<BusLink>(*transport.release(), client_options(settings));
+  return *transport.release();
 }
-
-/// The ways that a URL names.
-struct Way {
-  bool (*is_meant)(const std::string& camera);
-  std::unique_ptr<CameraLink> (*open)(const Settings& settings);
-};
-
-constexpr Way kWays[] = {{UdpLink::is_url, open_udp}, {client::is_remote, open_remote}};
 
 }  // namespace
 
 std::unique_ptr<CameraLink> open_camera(const Settings& settings) {
-  for (const Way& way : kWays) {
-    if (way.is_meant(settings.camera)) return way.open(settings);
+  if (UdpLink::is_url(settings.camera)) {
+    return std::make_unique<UdpLink>(settings.camera, settings.timeout.value_or(kUdpTimeout));
   }
-  return open_bus(settings);
+  const auto open = client::is_remote(settings.camera) ? open_remote : open_bus;
+  return std::make_unique<BusLink>(open(settings.camera), client_options(settings));
 }
 
 }  // namespace vlm::ctl
