@@ -16,6 +16,9 @@ constexpr std::chrono::seconds kServingLimit{5};
 /// The service itself waits 3 s for the camera, and says so then.
 constexpr std::chrono::seconds kUdpTimeout{4};
 
+/// Its threads serve as long as the process.
+client::Transport* g_transport;
+
 /// The local one, or that of a directory.
 void choose_bus(const std::string& camera) {
   if (camera == kLocalBus) return;
@@ -34,23 +37,21 @@ client::Options client_options(const Settings& settings) {
   return options;
 }
 
-/// Its subscription lives as long as the process.
-client::Transport& open_bus(const std::string& camera) {
+client::Transport* open_bus(const std::string& camera) {
   choose_bus(camera);
   if (!may_have_camera()) fail(kNoCamera, "", "no camera on the bus");
-  client::BusTransport& transport = *new client::BusTransport;
-  if (!transport.wait_until_serving(kServingLimit)) {
+  auto* const transport = new client::BusTransport;  // its subscription stays
+  if (!transport->wait_until_serving(kServingLimit)) {
     fail(kNoCamera, "", "the bus does not deliver");
   }
   return transport;
 }
 
-/// Its thread serves as long as the process.
-client::Transport& open_remote(const std::string& camera) {
+client::Transport* open_remote(const std::string& camera) {
   client::RemoteFault fault;
   auto transport = client::reach_camera(camera, kServingLimit, fault);
   if (!transport) fail(fault.in_address ? kUsage : kNoCamera, "", fault.text);
-  return *transport.release();
+  return transport.release();
 }
 
 }  // namespace
@@ -60,7 +61,8 @@ std::unique_ptr<CameraLink> open_camera(const Settings& settings) {
     return std::make_unique<UdpLink>(settings.camera, settings.timeout.value_or(kUdpTimeout));
   }
   const auto open = client::is_remote(settings.camera) ? open_remote : open_bus;
-  return std::make_unique<BusLink>(open(settings.camera), client_options(settings));
+  g_transport = open(settings.camera);
+  return std::make_unique<BusLink>(*g_transport, client_options(settings));
 }
 
 }  // namespace vlm::ctl
