@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "format.h"
 #include "reason.h"
@@ -26,6 +27,13 @@ constexpr std::size_t kMaxChannelLength = 63;
 // directory where there is no inotify: who waits looks again from time to time.
 constexpr int kLookAgainMs = 1000;
 constexpr int kLookAgainBlindMs = 10;
+
+// The path in the address of a bus; an address without a scheme is a path itself.
+const char* path_in(const char* address) {
+  constexpr char kScheme[] = "unix:";
+  constexpr std::size_t kLength = sizeof kScheme - 1;
+  return std::strncmp(address, kScheme, kLength) == 0 ? address + kLength : address;
+}
 
 // With a slash at its end a path leads through a symbolic link even where links are refused.
 std::string without_trailing_slashes(std::string path) {
@@ -102,8 +110,9 @@ bool is_channel_name(std::string_view channel) {
 }
 
 std::string BusDirectory::configured_path() {
-  if (const char* path = std::getenv("VLM_BUS_DIR"); path && *path) {
-    return without_trailing_slashes(path);
+  for (const char* variable : {"VLM_BUS", "VLM_BUS_DIR"}) {
+    const char* const bus = std::getenv(variable);
+    if (bus && *bus) return without_trailing_slashes(path_in(bus));
   }
   if (const char* run = std::getenv("XDG_RUNTIME_DIR"); run && *run) {
     return host::format("%s/vlm_bus", run);

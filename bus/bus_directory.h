@@ -37,7 +37,7 @@ class BusDirectory {
   /// when it cannot be used: `error` says why.
   static std::optional<BusDirectory> open(std::string& error);
 
-  /// The path that the environment gives.
+  /// The path that the environment gives; where VLM_BUS names none, what it says.
   static std::string configured_path();
 
   /// Names of the sockets of `channel`, live and stale.

@@ -130,8 +130,7 @@ void Publisher::offer(Subscriber& subscriber, Packet packet) {
   subscriber.waiting = error != 0 && subscriber.connection;
   if (error == 0 && subscriber.stalled) {
     subscriber.stalled = false;
-    tell(host::format("%s takes its packets again; dropped in all: %lu", subscriber.name.c_str(),
-                      subscriber.drops));
+    tell(subscriber, "takes its packets again; dropped in all");
   }
 }
 
@@ -167,8 +166,7 @@ void Publisher::drop(Subscriber& subscriber) {
   ++subscriber.drops;
   subscriber.waiting = false;
   if (!subscriber.stalled) {
-    tell(host::format("%s does not take its packets; dropped so far: %lu", subscriber.name.c_str(),
-                      subscriber.drops));
+    tell(subscriber, "does not take its packets; dropped so far");
   }
   subscriber.stalled = true;
 }
@@ -180,8 +178,7 @@ bool Publisher::give_up(Channel& channel, Predicate predicate) {
   auto& all = channel.subscribers;
   for (const Subscriber& known : all) {
     if (!known.stalled || !predicate(known)) continue;
-    tell(host::format("%s took no packets to the end; dropped in all: %lu", known.name.c_str(),
-                      known.drops));
+    tell(known, "took no packets to the end; dropped in all");
   }
   const auto gone = std::remove_if(all.begin(), all.end(), predicate);
   const bool any = gone != all.end();
@@ -193,7 +190,9 @@ void Publisher::forget_gone(Channel& channel) {
   if (give_up(channel, [](const Subscriber& known) { return !known.connection; })) channel.seen = 0;
 }
 
-void Publisher::tell(const std::string& text) {
+void Publisher::tell(const Subscriber& subscriber, const char* what) {
+  const std::string text =
+      host::format("%s %s: %lu", subscriber.name.c_str(), what, subscriber.drops);
   report(text);
   _taps.note(text);
 }

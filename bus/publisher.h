@@ -73,7 +73,7 @@ class Publisher {
   template <typename Predicate>
   bool give_up(Channel& channel, Predicate predicate);
   void forget_gone(Channel& channel);
-  void tell(const std::string& text);
+  void tell(const Subscriber& subscriber, const char* what);
 
   std::mutex _mutex;  // guards all members below
   DirectoryWatch _watch;

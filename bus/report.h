@@ -2,16 +2,25 @@
 #ifndef REPORT_H
 #define REPORT_H
 
+#include <cstdarg>
 #include <cstdio>
 #include <string>
 
+#include "format.h"
+
 namespace vlm::bus {
 
-/// Shows what the program has printed before, so that the lines stand in their order.
-inline void report(const std::string& text) {
+/// As printf. Shows what the program has printed before, so that the lines stand in their order.
+inline void __attribute__((format(printf, 1, 2))) report(const char* form, ...) {
+  std::va_list args;
+  va_start(args, form);
+  const std::string text = host::vformat(form, args);
+  va_end(args);
   std::fflush(stdout);
   std::fprintf(stderr, "vlm_bus: %s\n", text.c_str());
 }
+
+inline void report(const std::string& text) { report("%s", text.c_str()); }
 
 /// Reports what goes wrong over and over once.
 class Complaint {

@@ -11,6 +11,7 @@
 #include "format.h"
 #include "publisher.h"
 #include "reason.h"
+#include "remote_bus.h"
 #include "report.h"
 #include "subscription.h"
 #include "vlm_userlcm_control_camera.h"
@@ -22,7 +23,7 @@ namespace {
 constexpr std::size_t kHeaderSize = offsetof(userlcm_packet_t, msg_buf);
 
 int refuse_to_publish(const char* reason) {
-  report(host::format("nothing published: %s", reason));
+  report("nothing published: %s", reason);
   return -1;
 }
 
@@ -52,8 +53,8 @@ void tell_missing_server(const userlcm_packet_t& packet, const char* channel) {
     const bool request = std::strcmp(channel, server.channel) == 0 &&
                          std::strncmp(packet.channel, server.from, sizeof packet.channel) == 0;
     if (!request || server.told.exchange(true)) continue;
-    report(host::format("no %s on bus %s: nobody subscribes %s", server.name,
-                        BusDirectory::configured_path().c_str(), channel));
+    report("no %s on bus %s: nobody subscribes %s", server.name,
+           BusDirectory::configured_path().c_str(), channel);
   }
 }
 
@@ -72,6 +73,7 @@ int publish(const userlcm_packet_t* packet, unsigned int length, const char* cha
   if (!packet) return refuse_to_publish("no packet");
   if (length > sizeof packet->msg_buf) return refuse_to_publish("the message is too long");
   if (!channel || !is_channel_name(channel)) return refuse_to_publish("no channel has this name");
+  if (const RemoteBus* const remote = remote_bus()) return remote->publish(packet, length, channel);
   const auto subscribers = Publisher::instance().publish(channel, packet, kHeaderSize + length);
   if (subscribers == std::size_t{0}) tell_missing_server(*packet, channel);
   return subscribers ? 0 : -1;
@@ -81,6 +83,7 @@ void serve(const Receive_msg_t* subscription) {
   if (!is_servable(subscription)) {
     return report("cannot subscribe: no callback, or no channel of this name");
   }
+  if (const RemoteBus* const remote = remote_bus()) return remote->serve(subscription);
   Subscription served(*subscription);
   if (served.announce()) served.serve();
 }
@@ -88,6 +91,8 @@ void serve(const Receive_msg_t* subscription) {
 }  // namespace
 
 bool bus_has_subscriber(const char* channel, int timeout_ms) {
+  if (const RemoteBus* const remote = remote_bus())
+    return remote->has_subscriber(channel, timeout_ms);
   using Clock = std::chrono::steady_clock;
   const auto deadline = Clock::now() + std::chrono::milliseconds(timeout_ms);
   DirectoryWatch watch;

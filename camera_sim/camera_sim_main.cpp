@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <random>
@@ -20,6 +21,7 @@
 #include "media_folder.h"
 #include "proven_subscriptions.h"
 #include "reason.h"
+#include "sim_fleet.h"
 #include "sim_options.h"
 #include "standard_output.h"
 #include "vlm_userlcm_control_camera.h"
@@ -218,6 +220,28 @@ int simulate(const SimOptions& options) {
   return 0;
 }
 
+/// Serves cameras behind a broker until a signal ends it; returns the exit status.
+int simulate_fleet(const SimOptions& options) {
+  const char* const bus = std::getenv("VLM_BUS");
+  std::string error;
+  const auto site = vlm::bus::parse_site_address(bus != nullptr ? bus : "", error);
+  if (!site) return complain(error, kUsageFault);
+  const u64 seed = options.seed ? *options.seed : std::random_device()();
+  const sigset_t waiting_mask = hold_end_signals();
+  SimFleet::Outlets outlets;
+  outlets.ready = [&options, seed] {
+    std::printf("camera_sim: ready, %u cameras, seed %llu\n", options.fleet,
+                static_cast<unsigned long long>(seed));
+  };
+  outlets.complain = print_complaint;
+  if (options.verbose) outlets.trace = print_line;
+  SimFleet fleet(*site, options, seed, outlets);
+  error = fleet.start();
+  if (!error.empty()) return complain(error, kFailure);
+  while (g_end == 0) ppoll(nullptr, 0, nullptr, &waiting_mask);
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -230,7 +254,7 @@ int main(int argc, char** argv) {
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   ensure_standard_input();
   try {
-    return simulate(options);
+    return options.fleet != 0 ? simulate_fleet(options) : simulate(options);
   } catch (const std::system_error& error) {
     return complain("a thread cannot be made: " + error.code().message(), kFailure);
   }

@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "bus_address.h"
 #include "fault_switches.h"
 #include "options.h"
 #include "sim_values.h"
@@ -23,6 +24,21 @@ bool parse_card(const std::string& text, SimOptions& options) {
   return true;
 }
 
+bool parse_fleet(const std::string& text, SimOptions& options) {
+  constexpr u64 kMostCameras = 10000;
+  u64 number = 0;
+  if (!parse_number(text, number) || number == 0 || number > kMostCameras) return false;
+  options.fleet = static_cast<unsigned>(number);
+  return true;
+}
+
+/// The beginning of a name of a topic, to which a number is added.
+bool parse_prefix(const std::string& text, SimOptions& options) {
+  constexpr std::size_t kMost = 50;
+  options.prefix = text;
+  return text.size() <= kMost && bus::is_topic_name(text);
+}
+
 /// Those of the camera, of its faults and of the run.
 std::vector<Option> table(SimOptions& o) {
   std::vector<Option> all = {
@@ -40,6 +56,10 @@ std::vector<Option> table(SimOptions& o) {
          [&fault, &o](const std::string& value) { return fault.apply(value, o.faults); }});
   }
   const Option run[] = {
+      {"--fleet", "N", "N cameras, behind the broker that VLM_BUS names with its site",
+       [&o](const std::string& value) { return parse_fleet(value, o); }},
+      {"--camera-prefix", "NAME", "what their names begin with, a number follows (cam-)",
+       [&o](const std::string& value) { return parse_prefix(value, o); }},
       {"--script", "FILE", "run the commands in FILE first", keeps(o.script)},
       {"--seed", "N", "start of the random numbers; a fresh one otherwise",
        [&o](const std::string& value) { return parse_number(value, o.seed.emplace()); }},
@@ -67,7 +87,10 @@ std::string wording_of(const OptionFault& fault) {
 
 std::string parse_options(const std::vector<std::string>& arguments, SimOptions& options) {
   const auto fault = vlm::host::read_arguments(arguments, {table(options), nullptr});
-  return fault ? wording_of(*fault) : "";
+  if (fault) return wording_of(*fault);
+  const bool alone = !options.script.empty() || !options.media.empty() || options.force;
+  if (options.fleet != 0 && alone) return "--script, --media and --force are for one camera";
+  return "";
 }
 
 std::string options_help() {

@@ -15,8 +15,10 @@ struct SimOptions {
   bool thermal = false;
   bool live = false;
   u32 card_kib = kCardKib;
-  std::string script;  // empty: none
-  std::string media;   // empty: pictures are not kept
+  std::string script;           // empty: none
+  std::string media;            // empty: pictures are not kept
+  unsigned fleet = 0;           // cameras behind a broker; 0: one, on a bus of this machine
+  std::string prefix = "cam-";  // of their names
   bool verbose = false;
   bool force = false;
   bool help = false;

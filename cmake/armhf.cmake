@@ -10,4 +10,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
+# Where Debian has the libraries of such a machine; CMake knows only those of its own.
+set(CMAKE_INSTALL_LIBDIR lib/arm-linux-gnueabihf)
+
 set(CMAKE_CROSSCOMPILING_EMULATOR /usr/bin/qemu-arm-static;-L;/usr/arm-linux-gnueabihf)

@@ -93,7 +93,7 @@ check_scripts() {
 
 analyse() {
   git ls-files -- 'camera_repeater/*.cpp' 'bus/*.cpp' 'camera_sim/*.cpp' 'service/*.cpp' \
-    'tools/*.cpp' 'host/*.cpp' 'catalogue/*.cpp' 'client/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy -p build/asan --quiet 2>/dev/null
+    'tools/*.cpp' 'host/*.cpp' 'catalogue/*.cpp' 'client/*.cpp' 'fleet/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy -p build/asan --quiet 2>/dev/null
 }
 
 run_tests() {

@@ -16,7 +16,7 @@ import unittest
 
 PAGES = pathlib.Path(sys.argv[1]).resolve()
 PROGRAMS = pathlib.Path(sys.argv[2]).resolve()
-TOOLS = {"camera_sim": 1, "vlm_bus_monitor": 1, "vlm_bus_probe": 1, "vlm_bus_replay": 1,
+TOOLS = {"camera_sim": 1, "vlm_bus_bridge": 8, "vlm_bus_monitor": 1, "vlm_bus_probe": 1, "vlm_bus_replay": 1,
          "vlm_time_report": 1, "vlm_udp_service": 8, "vlmctl": 1}
 SECTIONS = {**TOOLS, "vlm_test": 1, "vlm_bus": 7}
 

@@ -96,6 +96,16 @@ prints() {
   }
 }
 
+# Programs of vlm find what vlm-fleet brings. An emulator has no libmosquitto.
+brokers_are_reached() {
+  if [ -n "$emulator" ]; then
+    expected='needs the package vlm-fleet: libmosquitto.so.1'
+  else
+    expected='cannot reach mqtt://127.0.0.1:1/lab/cam: Connection refused'
+  fi
+  VLM_BUS=mqtt://127.0.0.1:1/lab/cam prints "$expected" vlm_test 6
+}
+
 # --- What the packages promise ---
 
 # asks_for PACKAGE LIBRARY: the version that the package depends on.
@@ -125,21 +135,27 @@ carries_no_build_path() {
   if grep -rlF "$source" "$root"; then fail "these carry the path of the build"; fi
 }
 
-unit_is_sound() {
-  systemctl --root="$root" --quiet enable vlm-udp-service.service
+# is_unexposed UNIT: in tenths, of 100.
+is_unexposed() {
+  systemd-analyze --root="$root" --offline=true --threshold=15 --no-pager security "$1" \
+    >"$scratch/security.log" || {
+    cat "$scratch/security.log" >&2
+    fail "the unit $1 is exposed"
+  }
+}
+
+units_are_sound() {
+  for unit in vlm-udp-service.service vlm-bus-bridge.service; do
+    systemctl --root="$root" --quiet enable "$unit"
+    systemd-analyze --root="$root" --man=no verify "$unit" || fail "the unit $unit has faults"
+    is_unexposed "$unit"
+  done
   grep -q '^vlm:' "$root/etc/passwd" || fail "the service's user is missing"
-  systemd-analyze --root="$root" --man=no verify vlm-udp-service.service || fail "the unit has faults"
   # 200 lines a second: more than an application makes, less than a flood of datagrams does.
   for limit in IntervalSec=10s Burst=2000; do
     grep -q "^LogRateLimit$limit\$" "$root/usr/lib/systemd/system/vlm-udp-service.service" ||
       fail "the unit lets a flood fill the journal"
   done
-  # The exposure in tenths, of 100.
-  systemd-analyze --root="$root" --offline=true --threshold=15 --no-pager security \
-    vlm-udp-service.service >"$scratch/security.log" || {
-    cat "$scratch/security.log" >&2
-    fail "the unit is exposed"
-  }
 }
 
 programs_work() {
@@ -153,7 +169,7 @@ programs_work() {
 }
 
 manual_pages_are_readable() {
-  for page in vlm_test.1 vlmctl.1 vlm_bus_probe.1 vlm_bus.7 vlm_udp_service.8 camera_sim.1 \
+  for page in vlm_test.1 vlmctl.1 vlm_bus_probe.1 vlm_bus.7 vlm_bus_bridge.8 vlm_udp_service.8 camera_sim.1 \
     vlm_time_report.1 vlm_bus_monitor.1 vlm_bus_replay.1; do
     mandoc "$root/usr/share/man/man${page##*.}/$page.gz" >/dev/null || fail "$page is no page"
   done
@@ -185,19 +201,22 @@ documents_are_there() {
 make_root
 vlm=$(echo "$folder"/vlm_*_"$architecture.deb")
 tools=$(echo "$folder"/vlm-tools_*_"$architecture.deb")
+fleet=$(echo "$folder"/vlm-fleet_*_"$architecture.deb")
 files >"$scratch/before"
-dpkg_below -i "$vlm" "$tools"
+dpkg_below -i "$vlm" "$tools" "$fleet"
 depends_on_enough "$vlm"
 depends_on_enough "$tools"
+depends_on_enough "$fleet"
 carries_no_build_path
 manual_pages_are_readable
 documents_are_there
 dissector_is_where_wireshark_looks
-unit_is_sound
+units_are_sound
 programs_work
+brokers_are_reached
 files >"$scratch/installed"
 dpkg_below -i "$vlm"  # once more, as an upgrade does
 files | diff "$scratch/installed" - || fail "the second installation left these differences"
-dpkg_below --purge vlm vlm-tools
+dpkg_below --purge vlm-fleet vlm vlm-tools
 files | diff "$scratch/before" - || fail "these differ from what there was before"
-echo "$(dpkg-deb -c "$vlm" | grep -vc '/$') and $(dpkg-deb -c "$tools" | grep -vc '/$') files installed and removed"
+echo "$(dpkg-deb -c "$vlm" | grep -vc '/$') $(dpkg-deb -c "$tools" | grep -vc '/$') and $(dpkg-deb -c "$fleet" | grep -vc '/$') files installed and removed"

@@ -30,7 +30,8 @@ ROWS = {
     "bus": (r"bus/.*", ["protocol", "host"]),
     "catalogue": (r"catalogue/.*", ["protocol"]),
     "client": (r"client/.*", ["catalogue", "bus"]),
-    "simulator": (r"camera_sim/.*", ["catalogue", "bus"]),
+    "fleet": (r"fleet/.*", ["client"]),
+    "simulator": (r"camera_sim/.*", ["fleet"]),
     "service host": (r"service/.*", ["udp service", "listener", "bus"]),
     "tools": (r"tools/.*", ["client", "support"]),
     "packaging": (r"packaging/.*", ["console"]),
@@ -64,7 +65,7 @@ def stands_on(row):
 
 def sources():
     """All sources of the programs, by their paths in the repository."""
-    folders = [PRODUCT, "host", "bus", "catalogue", "client", "camera_sim", "service", "tools",
+    folders = [PRODUCT, "host", "bus", "catalogue", "fleet", "client", "camera_sim", "service", "tools",
                "packaging"]
     return {str(path.relative_to(ROOT)): path.read_text()
             for folder in folders for path in (ROOT / folder).rglob("*")

@@ -17,6 +17,7 @@
 #include <thread>
 #include <utility>
 
+#include "broker_side.h"
 #include "runnable.h"
 
 namespace {
@@ -62,7 +63,8 @@ Pipe make_pty() {
 }  // namespace
 
 Process::Process(const std::vector<std::string>& arguments,
-                 const std::vector<std::string>& environment, Terminal terminal) {
+                 const std::vector<std::string>& variables, Terminal terminal) {
+  const auto environment = with_broker_between(arguments.at(0), variables);
   _errors = memfd_create("errors", MFD_CLOEXEC);
   const Pipe output = terminal == kPty ? make_pty() : make_pipe();
   const Pipe input = terminal == kPty ? Pipe{output.write_end, output.read_end} : make_pipe();

@@ -41,7 +41,7 @@ namespace {
 class BusDirectoryTest : public BusFixture {
  protected:
   ~BusDirectoryTest() override {
-    for (const char* name : {"VLM_BUS_DIR", "XDG_RUNTIME_DIR"}) unsetenv(name);
+    for (const char* name : {"VLM_BUS", "VLM_BUS_DIR", "XDG_RUNTIME_DIR"}) unsetenv(name);
   }
 
   /// Whoever publishes, subscribes or asks is refused for `reason`.
@@ -169,6 +169,21 @@ TEST_F(BusDirectoryTest, IsRefusedWhenItIsADanglingSymbolicLink) {
   std::filesystem::create_directory_symlink(_root / "missing", _bus);
   expect_refused(_bus, "Not a directory");
   EXPECT_EQ(mode_of(_root / "missing"), 0U);
+}
+
+TEST_F(BusDirectoryTest, IsWhereAnAddressSaysBeforeAllElse) {
+  setenv("VLM_BUS", ("unix:" + _bus.string() + "//").c_str(), 1);
+  setenv("VLM_BUS_DIR", (_root / "other").c_str(), 1);
+  expect_usable();
+  EXPECT_EQ(mode_of(_root / "other"), 0U);
+}
+
+TEST_F(BusDirectoryTest, IsNotWhatIsNoAddress) {
+  setenv("VLM_BUS", "mqt://host/site/camera", 1);
+  expect_refused("mqt://host/site/camera", "No such file or directory");
+  setenv("VLM_BUS", "unix:", 1);
+  expect_refused("", "No such file or directory");
+  EXPECT_EQ(mode_of(_bus), 0U);
 }
 
 TEST_F(BusDirectoryTest, MayHaveALongPath) {

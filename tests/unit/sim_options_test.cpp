@@ -156,6 +156,8 @@ TEST(Options, HelpNamesEachOfThem) {
                             "--corrupt P ",
                             "--stray P ",
                             "--restart-every N ",
+                            "--fleet N ",
+                            "--camera-prefix NAME ",
                             "--script FILE ",
                             "--fail CODE=ERR ",
                             "--mute CODE ",
@@ -180,6 +182,18 @@ TEST(Options, FaultsByNameAreOptionsToo) {
   EXPECT_EQ(options.faults.latency_of.at(3).low_us, 500000U);
   EXPECT_EQ(options.faults.latency_high_us, 0U);
   EXPECT_EQ(options.script, "scenario");
+}
+
+TEST(Options, AFleetIsManyCamerasWithNumberedNames) {
+  const SimOptions options = parsed({"--fleet", "40", "--camera-prefix", "lab-", "--drop", "0.1"});
+  EXPECT_EQ(options.fleet, 40U);
+  EXPECT_EQ(options.prefix, "lab-");
+  EXPECT_EQ(parsed({"--fleet", "1"}).prefix, "cam-");
+  EXPECT_EQ(fault_of({"--fleet", "0"}), "--fleet needs N, not \"0\"");
+  EXPECT_EQ(fault_of({"--fleet", "10001"}), "--fleet needs N, not \"10001\"");
+  EXPECT_EQ(fault_of({"--camera-prefix", "a/b"}), "--camera-prefix needs NAME, not \"a/b\"");
+  EXPECT_EQ(fault_of({"--fleet", "2", "--script", "x"}),
+            "--script, --media and --force are for one camera");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "checking_link.h"
 #include "commands.h"
 #include "duration.h"
+#include "format.h"
 #include "interruption.h"
 #include "progress.h"
 #include "reading.h"
@@ -161,8 +162,8 @@ class Batch {
     ++_failures;
     _last_status = status;
     _stopped = !_keep_going;
-    _session.console().remark("line " + std::to_string(step.line) + " ended with " +
-                              std::to_string(status) + ": " + printable(step.text));
+    _session.console().remark(host::format("line %zu ended with %d: %s", step.line, status,
+                                           printable(step.text).c_str()));
   }
 
   Session& _session;
@@ -221,7 +222,7 @@ class Check {
     }
     // Files that differ are no fault of the line.
     if (status == kDone || status == kDifferences) return kDone;
-    _told.failure({static_cast<ExitStatus>(status), "line " + std::to_string(step.line),
+    _told.failure({static_cast<ExitStatus>(status), host::format("line %zu", step.line),
                    _silent.last_failure()});
     return status;
   }

@@ -1,4 +1,5 @@
 #include "commands.h"
+#include "format.h"
 #include "interruption.h"
 #include "latency.h"
 
@@ -41,7 +42,7 @@ std::string bar(unsigned count, std::size_t all) {
 }
 
 void show_text(const Console& console, unsigned sent, const Latency& latency) {
-  console.line(std::to_string(latency.count()) + " of " + std::to_string(sent) + " answered");
+  console.line(host::format("%zu of %u answered", latency.count(), sent));
   if (latency.count() == 0) return;
   std::string line;
   for (const auto& [name, part] : kStatistics) {

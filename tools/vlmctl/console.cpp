@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "catalogue_text.h"
+#include "format.h"
 #include "value_json.h"
 #include "velmar_err.h"
 
@@ -30,7 +31,7 @@ std::string failure_text(const Failure& failure) {
   if (!text.empty() && !failure.message.empty()) text += ": ";
   text += failure.message;
   if (failure.code != 0) {
-    text += ": " + result_text(failure.code) + " (" + std::to_string(failure.code) + ")";
+    text += host::format(": %s (%d)", result_text(failure.code).c_str(), failure.code);
   }
   return printable(text);
 }

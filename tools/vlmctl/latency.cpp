@@ -1,7 +1,6 @@
 #include "latency.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 
 namespace vlm::ctl {
@@ -17,7 +16,9 @@ void Latency::add(Time time) {
 }
 
 Latency::Time Latency::quantile(double part) const {
-  const auto rank = static_cast<std::size_t>(std::ceil(part * static_cast<double>(_times.size())));
+  const double exact = part * static_cast<double>(_times.size());
+  auto rank = static_cast<std::size_t>(exact);
+  if (static_cast<double>(rank) < exact) ++rank;
   return _times[std::max<std::size_t>(rank, 1) - 1];
 }
 

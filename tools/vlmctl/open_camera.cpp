@@ -4,6 +4,8 @@
 
 #include "bus_link.h"
 #include "bus_transport.h"
+#include "format.h"
+#include "remote_transport.h"
 #include "udp_link.h"
 
 namespace vlm::ctl {
@@ -14,14 +16,19 @@ constexpr std::chrono::seconds kServingLimit{5};
 /// The service itself waits 3 s for the camera, and says so then.
 constexpr std::chrono::seconds kUdpTimeout{4};
 
+/// Its threads serve as long as the process.
+client::Transport* g_transport;
+
 /// The local one, or that of a directory.
 void choose_bus(const std::string& camera) {
   if (camera == kLocalBus) return;
   if (camera.find('/') == std::string::npos || camera.find("://") != std::string::npos) {
     fail(kUsage, "",
-         "--camera takes local, the path of a bus or udp://HOST[:PORT], not '" + camera + "'");
+         host::format("--camera takes local, the path of a bus, udp://HOST[:PORT] or "
+                      "mqtts://HOST/SITE/CAMERA, not '%s'",
+                      camera.c_str()));
   }
-  setenv("VLM_BUS_DIR", camera.c_str(), 1);
+  setenv("VLM_BUS", ("unix:" + camera).c_str(), 1);
 }
 
 client::Options client_options(const Settings& settings) {
@@ -30,36 +37,32 @@ client::Options client_options(const Settings& settings) {
   return options;
 }
 
-std::unique_ptr<CameraLink> open_udp(const Settings& settings) {
-  return std::make_unique<UdpLink>(settings.camera, settings.timeout.value_or(kUdpTimeout));
-}
-
-std::unique_ptr<CameraLink> open_bus(const Settings& settings) {
-  choose_bus(settings.camera);
+client::Transport* open_bus(const std::string& camera) {
+  choose_bus(camera);
   if (!may_have_camera()) fail(kNoCamera, "", "no camera on the bus");
-  // Its subscription lives as long as the process.
-  static client::BusTransport& transport = *new client::BusTransport;
-  if (!transport.wait_until_serving(kServingLimit)) {
+  auto* const transport = new client::BusTransport;  // its subscription stays
+  if (!transport->wait_until_serving(kServingLimit)) {
     fail(kNoCamera, "", "the bus does not deliver");
   }
-  return std::make_unique<BusLink>(transport, client_options(settings));
+  return transport;
 }
 
-/// The ways that a URL names.
-struct Way {
-  bool (*is_meant)(const std::string& camera);
-  std::unique_ptr<CameraLink> (*open)(const Settings& settings);
-};
-
-constexpr Way kWays[] = {{UdpLink::is_url, open_udp}};
+client::Transport* open_remote(const std::string& camera) {
+  client::RemoteFault fault;
+  auto transport = client::reach_camera(camera, kServingLimit, fault);
+  if (!transport) fail(fault.in_address ? kUsage : kNoCamera, "", fault.text);
+  return transport.release();
+}
 
 }  // namespace
 
 std::unique_ptr<CameraLink> open_camera(const Settings& settings) {
-  for (const Way& way : kWays) {
-    if (way.is_meant(settings.camera)) return way.open(settings);
+  if (UdpLink::is_url(settings.camera)) {
+    return std::make_unique<UdpLink>(settings.camera, settings.timeout.value_or(kUdpTimeout));
   }
-  return open_bus(settings);
+  const auto open = client::is_remote(settings.camera) ? open_remote : open_bus;
+  g_transport = open(settings.camera);
+  return std::make_unique<BusLink>(*g_transport, client_options(settings));
 }
 
 }  // namespace vlm::ctl

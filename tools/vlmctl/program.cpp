@@ -10,6 +10,7 @@ namespace {
 constexpr Option kProgramOptions[] = {
     {"--camera", "CAMERA",
      "local, the default: the bus of this machine; a path with a slash: the bus in that directory; "
+     "mqtts://[USER@]HOST[:PORT]/SITE/NAME: the camera NAME behind a broker, mqtt:// without TLS; "
      "udp://HOST[:PORT]: the UDP service there (port 9528), for what it offers"},
     {"--json", nullptr, "print objects of JSON, one a line; also behind the command"},
     {"--timeout", "TIME",

@@ -39,7 +39,7 @@ std::optional<std::string> read_answer() {
     if (letter == '\n') return line;
     line += letter;
   }
-  std::fputc('\n', stderr);
+  write_to(stderr, "\n");
   return std::nullopt;
 }
 

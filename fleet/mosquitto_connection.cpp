@@ -1,0 +1,357 @@
+#include "mosquitto_connection.h"
+
+#include <mqtt_protocol.h>
+#include <poll.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <system_error>
+#include <utility>
+
+namespace vlm::fleet {
+
+namespace {
+
+/// With 10 s a stopped program was seen as gone after 21 to 25 s, with 5 s after 13 to 19.
+constexpr int kKeepAliveS = 5;
+/// A broker that takes nothing must not fill our memory.
+constexpr std::size_t kMostUnsent = 256;
+/// A broker that takes nothing is left without a goodbye.
+constexpr int kMostGoodbyes = 10;
+constexpr int kGoodbyeMs = 50;
+constexpr char kSystemAuthorities[] = "/etc/ssl/certs";
+
+class Properties {
+ public:
+  Properties() = default;
+  ~Properties() { mosquitto_property_free_all(&_list); }
+  Properties(const Properties&) = delete;
+  Properties& operator=(const Properties&) = delete;
+
+  mosquitto_property** out() { return &_list; }
+  const mosquitto_property* get() const { return _list; }
+  mosquitto_property* release() { return std::exchange(_list, nullptr); }
+
+ private:
+  mosquitto_property* _list = nullptr;
+};
+
+void put_properties(const bus::BrokerMessage& message, Properties& properties) {
+  mosquitto_property** const list = properties.out();
+  if (message.expiry_s) {
+    mosquitto_property_add_int32(list, MQTT_PROP_MESSAGE_EXPIRY_INTERVAL, *message.expiry_s);
+  }
+  if (!message.response_topic.empty()) {
+    mosquitto_property_add_string(list, MQTT_PROP_RESPONSE_TOPIC, message.response_topic.c_str());
+  }
+  if (!message.correlation.empty()) {
+    mosquitto_property_add_binary(list, MQTT_PROP_CORRELATION_DATA, message.correlation.data(),
+                                  static_cast<uint16_t>(message.correlation.size()));
+  }
+  for (const auto& [name, value] : message.properties) {
+    mosquitto_property_add_string_pair(list, MQTT_PROP_USER_PROPERTY, name.c_str(), value.c_str());
+  }
+}
+
+/// A copy that the library has made, freed with the object.
+template <typename T>
+class Copy {
+ public:
+  Copy() = default;
+  ~Copy() { std::free(_value); }
+  Copy(const Copy&) = delete;
+  Copy& operator=(const Copy&) = delete;
+  T** out() { return &_value; }
+  const T* get() const { return _value; }
+
+ private:
+  T* _value = nullptr;
+};
+
+void read_properties(const mosquitto_property* list, bus::BrokerMessage& message) {
+  std::uint32_t expiry = 0;
+  if (mosquitto_property_read_int32(list, MQTT_PROP_MESSAGE_EXPIRY_INTERVAL, &expiry, false)) {
+    message.expiry_s = expiry;
+  }
+  Copy<char> topic;
+  if (mosquitto_property_read_string(list, MQTT_PROP_RESPONSE_TOPIC, topic.out(), false)) {
+    message.response_topic = topic.get();
+  }
+  Copy<void> correlation;
+  std::uint16_t size = 0;
+  if (mosquitto_property_read_binary(list, MQTT_PROP_CORRELATION_DATA, correlation.out(), &size,
+                                     false)) {
+    message.correlation.assign(static_cast<const char*>(correlation.get()), size);
+  }
+  bool again = false;
+  const mosquitto_property* next = list;
+  for (;; again = true) {
+    Copy<char> name;
+    Copy<char> value;
+    next = mosquitto_property_read_string_pair(next, MQTT_PROP_USER_PROPERTY, name.out(),
+                                               value.out(), again);
+    if (next == nullptr) return;
+    message.properties.emplace_back(name.get(), value.get());
+  }
+}
+
+/// The first line of the file; none when it cannot be read.
+std::optional<std::string> first_line(const std::string& path) {
+  std::ifstream file(path);
+  std::string line;
+  if (!file || !std::getline(file, line)) return std::nullopt;
+  if (!line.empty() && line.back() == '\r') line.pop_back();
+  return line;
+}
+
+const char* path_or_null(const std::string& path) { return path.empty() ? nullptr : path.c_str(); }
+
+std::string text_of_error(int error) {
+  return error == MOSQ_ERR_ERRNO ? std::system_category().message(errno)
+                                 : mosquitto_strerror(error);
+}
+
+}  // namespace
+
+MosquittoLink::MosquittoLink(const bus::BrokerPlan& plan, bus::BrokerListener& listener)
+    : _plan(plan),
+      _listener(listener),
+      // A session outlives its connection for as long as the will waits: whoever comes back in time
+      // has not been away.
+      _handle(mosquitto_new(plan.client_id.c_str(), !plan.will, this)) {}
+
+MosquittoLink::~MosquittoLink() = default;
+
+std::string MosquittoLink::prepare() {
+  if (!_handle) return "out of memory";
+  mosquitto_int_option(_handle.get(), MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V5);
+  mosquitto_int_option(_handle.get(), MOSQ_OPT_TCP_NODELAY, 1);
+  mosquitto_connect_v5_callback_set(_handle.get(), on_connect);
+  mosquitto_message_v5_callback_set(_handle.get(), on_message);
+  mosquitto_subscribe_v5_callback_set(_handle.get(), on_subscribe);
+  mosquitto_unsubscribe_v5_callback_set(_handle.get(), on_unsubscribe);
+  mosquitto_disconnect_v5_callback_set(_handle.get(), on_disconnect);
+  if (const int fault = set_will()) return text_of_error(fault);
+  return set_identity();
+}
+
+int MosquittoLink::set_will() {
+  if (!_plan.will) return MOSQ_ERR_SUCCESS;
+  Properties properties;
+  put_properties(*_plan.will, properties);
+  mosquitto_property_add_int32(properties.out(), MQTT_PROP_WILL_DELAY_INTERVAL,
+                               static_cast<std::uint32_t>(_plan.will_delay.count()));
+  const std::string& payload = _plan.will->payload;
+  const int fault = mosquitto_will_set_v5(_handle.get(), _plan.will->topic.c_str(),
+                                          static_cast<int>(payload.size()), payload.data(), 1,
+                                          _plan.will->retained, *properties.out());
+  if (fault == MOSQ_ERR_SUCCESS) properties.release();  // it is the library's from then on
+  return fault;
+}
+
+std::string MosquittoLink::set_identity() {
+  const bus::BrokerFiles& files = _plan.files;
+  const std::string& user = _plan.address.user;
+  if (!files.password.empty() && user.empty()) {
+    return "VLM_MQTT_PASSWORD_FILE is set, and the address names no user";
+  }
+  if (!user.empty()) {
+    const auto password =
+        files.password.empty() ? std::optional<std::string>("") : first_line(files.password);
+    if (!password) {
+      return "cannot read the password file " + files.password + ": " +
+             std::system_category().message(errno);
+    }
+    mosquitto_username_pw_set(_handle.get(), user.c_str(), path_or_null(*password));
+  }
+  if (!_plan.address.tls) return {};
+  if (files.certificate.empty() != files.key.empty()) {
+    return "VLM_MQTT_CERT_FILE and VLM_MQTT_KEY_FILE go together";
+  }
+  const int fault = mosquitto_tls_set(
+      _handle.get(), path_or_null(files.ca), files.ca.empty() ? kSystemAuthorities : nullptr,
+      path_or_null(files.certificate), path_or_null(files.key), nullptr);
+  if (fault == MOSQ_ERR_SUCCESS) return {};
+  return "cannot use the files of the certificates (" +
+         (files.ca.empty() ? std::string(kSystemAuthorities) : files.ca) +
+         (files.certificate.empty() ? "" : ", " + files.certificate + ", " + files.key) +
+         "): " + text_of_error(fault);
+}
+
+bool MosquittoLink::connect() {
+  {
+    const std::lock_guard<std::mutex> guard(_mutex);
+    _state = State::kConnecting;
+    _refusal.clear();
+  }
+  // Not under the lock, as it may take long: while connecting no other thread calls the library.
+  const int fault = connect_now();
+  if (fault == MOSQ_ERR_SUCCESS) return true;
+  lose(text_of_error(fault));
+  return false;
+}
+
+int MosquittoLink::connect_now() {
+  Properties properties;
+  if (_plan.will) {
+    mosquitto_property_add_int32(properties.out(), MQTT_PROP_SESSION_EXPIRY_INTERVAL,
+                                 static_cast<std::uint32_t>(_plan.will_delay.count()) + 1);
+  }
+  return mosquitto_connect_bind_v5(_handle.get(), _plan.address.host.c_str(), _plan.address.port,
+                                   kKeepAliveS, nullptr, properties.get());
+}
+
+void MosquittoLink::serve(bool readable) {
+  int fault = MOSQ_ERR_SUCCESS;
+  std::string refusal;
+  std::vector<Event> events;
+  {
+    const std::lock_guard<std::mutex> guard(_mutex);
+    if (mosquitto_want_write(_handle.get())) fault = mosquitto_loop_write(_handle.get(), 1);
+    // One packet a call; what TLS has decrypted already makes no descriptor readable.
+    for (int idle = 0; readable && idle < 2 && fault == MOSQ_ERR_SUCCESS;) {
+      const std::size_t before = _events.size();
+      fault = mosquitto_loop_read(_handle.get(), 1);
+      idle = _events.size() == before ? idle + 1 : 0;
+    }
+    if (!mosquitto_want_write(_handle.get())) _unsent = 0;
+    refusal = _refusal;
+    events.swap(_events);
+  }
+  tell(events);
+  if (!refusal.empty() || fault != MOSQ_ERR_SUCCESS) {
+    lose(!refusal.empty() ? refusal : text_of_error(fault));
+  }
+}
+
+void MosquittoLink::keep() {
+  int fault = MOSQ_ERR_SUCCESS;
+  {
+    const std::lock_guard<std::mutex> guard(_mutex);
+    if (_state == State::kDown) return;
+    fault = mosquitto_loop_misc(_handle.get());
+  }
+  if (fault != MOSQ_ERR_SUCCESS) return lose(text_of_error(fault));
+  serve(true);
+}
+
+void MosquittoLink::disconnect() {
+  const std::lock_guard<std::mutex> guard(_mutex);
+  if (_state == State::kDown) return;
+  mosquitto_disconnect_v5(_handle.get(), MQTT_RC_NORMAL_DISCONNECTION, nullptr);
+  for (int tries = 0; tries < kMostGoodbyes && mosquitto_want_write(_handle.get()); ++tries) {
+    pollfd socket{mosquitto_socket(_handle.get()), POLLOUT, 0};
+    poll(&socket, 1, kGoodbyeMs);
+    if (mosquitto_loop_write(_handle.get(), 1) != MOSQ_ERR_SUCCESS) break;
+  }
+  _state = State::kDown;
+}
+
+void MosquittoLink::tell(const std::vector<Event>& events) {
+  for (const Event& event : events) {
+    switch (event.kind) {
+      case Event::kConnected: _listener.on_connected(); break;
+      case Event::kMessage: _listener.on_message(event.message); break;
+      case Event::kAcknowledged: _listener.on_acknowledged(event.ticket, event.granted); break;
+    }
+  }
+}
+
+void MosquittoLink::lose(const std::string& why) {
+  {
+    const std::lock_guard<std::mutex> guard(_mutex);
+    _state = State::kDown;
+    _events.clear();
+    _unsent = 0;
+    // Refused, it may still be open.
+    if (mosquitto_socket(_handle.get()) >= 0) mosquitto_disconnect(_handle.get());
+  }
+  _listener.on_lost(why);
+}
+
+int MosquittoLink::descriptor() const {
+  const std::lock_guard<std::mutex> guard(_mutex);
+  return _state == State::kDown ? -1 : mosquitto_socket(_handle.get());
+}
+
+bool MosquittoLink::wants_to_write() const {
+  const std::lock_guard<std::mutex> guard(_mutex);
+  return _state != State::kDown && mosquitto_want_write(_handle.get());
+}
+
+bool MosquittoLink::publish(const bus::BrokerMessage& message, int qos) {
+  Properties properties;
+  put_properties(message, properties);
+  const std::lock_guard<std::mutex> guard(_mutex);
+  if (_state != State::kUp || _unsent == kMostUnsent) return false;
+  const int fault = mosquitto_publish_v5(
+      _handle.get(), nullptr, message.topic.c_str(), static_cast<int>(message.payload.size()),
+      message.payload.data(), qos, message.retained, properties.get());
+  if (mosquitto_want_write(_handle.get())) ++_unsent;
+  return fault == MOSQ_ERR_SUCCESS;
+}
+
+int MosquittoLink::subscribe(const std::string& topic, bool no_local) {
+  const std::lock_guard<std::mutex> guard(_mutex);
+  int ticket = -1;
+  const int options = no_local ? MQTT_SUB_OPT_NO_LOCAL : 0;
+  if (_state != State::kUp) return ticket;
+  mosquitto_subscribe_v5(_handle.get(), &ticket, topic.c_str(), 1, options, nullptr);
+  return ticket;
+}
+
+/// Giving up what is not subscribed changes nothing, and is acknowledged in its turn.
+int MosquittoLink::mark() {
+  const std::lock_guard<std::mutex> guard(_mutex);
+  int ticket = -1;
+  if (_state != State::kUp) return ticket;
+  mosquitto_unsubscribe_v5(_handle.get(), &ticket, "vlm/1/mark", nullptr);
+  return ticket;
+}
+
+// The library's callbacks: the lock is held.
+
+void MosquittoLink::on_connect(mosquitto*, void* self, int code, int, const mosquitto_property*) {
+  auto& link = *static_cast<MosquittoLink*>(self);
+  if (code != 0) {
+    link._refusal =
+        std::string("the broker refuses the connection: ") + mosquitto_reason_string(code);
+    return;
+  }
+  link._state = State::kUp;
+  link._events.push_back({Event::kConnected, 0, false, {}});
+}
+
+void MosquittoLink::on_message(mosquitto*, void* self, const mosquitto_message* message,
+                               const mosquitto_property* properties) {
+  Event event{Event::kMessage, 0, false, {}};
+  event.message.topic = message->topic;
+  event.message.payload.assign(static_cast<const char*>(message->payload),
+                               static_cast<std::size_t>(message->payloadlen));
+  event.message.retained = message->retain;
+  read_properties(properties, event.message);
+  static_cast<MosquittoLink*>(self)->_events.push_back(std::move(event));
+}
+
+void MosquittoLink::on_subscribe(mosquitto*, void* self, int ticket, int count, const int* granted,
+                                 const mosquitto_property*) {
+  constexpr int kLastQos = 2;
+  const bool all = count > 0 && granted[0] <= kLastQos;
+  static_cast<MosquittoLink*>(self)->_events.push_back({Event::kAcknowledged, ticket, all, {}});
+}
+
+void MosquittoLink::on_unsubscribe(mosquitto*, void* self, int ticket, const mosquitto_property*) {
+  static_cast<MosquittoLink*>(self)->_events.push_back({Event::kAcknowledged, ticket, true, {}});
+}
+
+void MosquittoLink::on_disconnect(mosquitto*, void* self, int code, const mosquitto_property*) {
+  auto& link = *static_cast<MosquittoLink*>(self);
+  if (code != 0 && link._refusal.empty()) {
+    link._refusal = std::string("the broker ended the connection: ") +
+                    (code < 0x80 ? mosquitto_strerror(code) : mosquitto_reason_string(code));
+  }
+}
+
+}  // namespace vlm::fleet

@@ -1,0 +1,148 @@
+#include "request_desk.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vlm::fleet {
+
+namespace {
+
+/// Requests and answers of other programs come on two threads: an answer may be seen first.
+constexpr RequestDesk::Milliseconds kEarly{100};
+constexpr std::size_t kMostForeign = 64;
+
+template <typename Map>
+void erase_past(Map& map, RequestDesk::TimePoint now) {
+  for (auto entry = map.begin(); entry != map.end();) {
+    entry = entry->second <= now ? map.erase(entry) : std::next(entry);
+  }
+}
+
+}  // namespace
+
+RequestDesk::Steps RequestDesk::submit(Request request, TimePoint now) {
+  Steps steps;
+  if (_waiting == kMostWaiting) {
+    steps.push_back({Step::kRefuse, std::move(request), Refusal::kFull});
+    return steps;
+  }
+  auto& queue = _queues[request.client];
+  if (queue.empty()) _turns.push_back(request.client);
+  queue.push_back(std::move(request));
+  ++_waiting;
+  send_next(now, steps);
+  return steps;
+}
+
+RequestDesk::Steps RequestDesk::answered(u16 answer, TimePoint now, bool& asked) {
+  Steps steps;
+  asked = _in_flight && _in_flight->answer == answer;
+  if (asked) {
+    steps.push_back({Step::kAnswer, *std::exchange(_in_flight, std::nullopt)});
+  } else if (_owed.erase(answer) == 0) {
+    const auto other = std::find_if(_foreign.begin(), _foreign.end(),
+                                    [&](const Foreign& each) { return each.answer == answer; });
+    if (other != _foreign.end()) {
+      _foreign.erase(other);
+    } else {
+      _unasked[answer] = now + kEarly;
+    }
+  }
+  send_next(now, steps);
+  return steps;
+}
+
+void RequestDesk::overheard(u16 answer, Milliseconds patience, TimePoint now) {
+  erase_past(_unasked, now);
+  if (_unasked.erase(answer) != 0) return;  // it has been answered already
+  if (_foreign.size() == kMostForeign) _foreign.erase(_foreign.begin());
+  _foreign.push_back({answer, now + std::min(patience, kListen)});
+}
+
+RequestDesk::Steps RequestDesk::pass(TimePoint now) {
+  Steps steps;
+  if (_in_flight && _in_flight_until <= now) {
+    _owed[_in_flight->answer] = now + kOwed;
+    steps.push_back({Step::kGiveUp, *std::exchange(_in_flight, std::nullopt)});
+  }
+  send_next(now, steps);
+  return steps;
+}
+
+std::optional<RequestDesk::TimePoint> RequestDesk::due(TimePoint now) const {
+  std::vector<TimePoint> times;
+  if (_in_flight) times.push_back(_in_flight_until);
+  if (_waiting > 0) {
+    for (const auto& [client, queue] : _queues) {
+      for (const Request& request : queue) times.push_back(request.expires);
+    }
+    for (const Foreign& foreign : _foreign) times.push_back(foreign.until);
+    for (const auto& [answer, until] : _owed) {
+      if (until > now) times.push_back(until);
+    }
+  }
+  const auto first = std::min_element(times.begin(), times.end());
+  return first == times.end() ? std::nullopt : std::optional(*first);
+}
+
+void RequestDesk::send_next(TimePoint now, Steps& steps) {
+  drop_expired(now, steps);
+  erase_past(_owed, now);
+  erase_past(_unasked, now);
+  _foreign.erase(std::remove_if(_foreign.begin(), _foreign.end(),
+                                [&](const Foreign& each) { return each.until <= now; }),
+                 _foreign.end());
+  if (_in_flight || !_foreign.empty()) return;
+  auto next = take_next(now);
+  if (!next) return;
+  _in_flight_until = now + next->patience;
+  _in_flight = next;
+  steps.push_back({Step::kAsk, std::move(*next)});
+}
+
+void RequestDesk::drop_expired(TimePoint now, Steps& steps) {
+  for (auto entry = _queues.begin(); entry != _queues.end();) {
+    auto& queue = entry->second;
+    for (auto request = queue.begin(); request != queue.end();) {
+      if (request->expires > now) {
+        ++request;
+        continue;
+      }
+      steps.push_back({Step::kRefuse, std::move(*request), Refusal::kWaitedTooLong});
+      request = queue.erase(request);
+      --_waiting;
+    }
+    if (!queue.empty()) {
+      ++entry;
+      continue;
+    }
+    _turns.erase(std::remove(_turns.begin(), _turns.end(), entry->first), _turns.end());
+    entry = _queues.erase(entry);
+  }
+}
+
+bool RequestDesk::is_owed(u16 answer, TimePoint now) const {
+  const auto owed = _owed.find(answer);
+  return owed != _owed.end() && owed->second > now;
+}
+
+/// The oldest request of the client whose turn it is, which goes to the end of the turns then.
+std::optional<RequestDesk::Request> RequestDesk::take_next(TimePoint now) {
+  for (auto turn = _turns.begin(); turn != _turns.end(); ++turn) {
+    const auto queue = _queues.find(*turn);
+    if (is_owed(queue->second.front().answer, now)) continue;
+    Request request = std::move(queue->second.front());
+    queue->second.pop_front();
+    --_waiting;
+    _turns.erase(turn);
+    if (queue->second.empty()) {
+      _queues.erase(queue);
+    } else {
+      _turns.push_back(request.client);
+    }
+    return request;
+  }
+  return std::nullopt;
+}
+
+}  // namespace vlm::fleet
