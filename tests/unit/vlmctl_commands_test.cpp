@@ -693,6 +693,11 @@ TEST_F(Vlmctl, TellsWithJsonAlsoAsAnObjectWhatIsWrongWithTheCommandLine) {
 TEST_F(Vlmctl, HelpListsEveryCommandAndEachHasItsOwn) {
   EXPECT_EQ(run("--help"), 0);
   const std::string help = out;
+  std::string exits = help.substr(help.find("Exit status:"));
+  std::replace(exits.begin(), exits.end(), '\n', ' ');
+  for (int status = 0; status <= 11; ++status) {
+    EXPECT_NE(exits.find(" " + std::to_string(status) + " "), std::string::npos) << status;
+  }
   for (const auto& command : vlm::ctl::commands()) {
     EXPECT_NE(help.find("\n  " + std::string(command.name) + " "), std::string::npos);
     EXPECT_EQ(run(std::string(command.name) + " --help"), 0);

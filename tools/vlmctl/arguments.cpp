@@ -1,9 +1,9 @@
 #include "arguments.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 
+#include "catalogue_text.h"
 #include "duration.h"
 #include "exit_status.h"
 
@@ -59,15 +59,13 @@ std::optional<std::chrono::milliseconds> Arguments::duration(const char* option)
 std::optional<unsigned> Arguments::number(const char* option, unsigned least) const {
   const auto written = text(option);
   if (!written) return std::nullopt;
-  unsigned number = 0;
-  const char* const end = written->data() + written->size();
-  const auto [rest, fault] = std::from_chars(written->data(), end, number);
-  const bool valid = fault == std::errc{} && rest == end && least <= number && number <= kMost;
+  const auto number = catalogue::parse_digits(*written, 10);
+  const bool valid = number && least <= *number && *number <= kMost;
   if (!valid) {
     refuse(std::string(option) + " takes a whole number from " + std::to_string(least) +
            " on, not '" + *written + "'");
   }
-  return number;
+  return static_cast<unsigned>(*number);
 }
 
 Arguments parse_arguments(const Options& options, const Words& line, std::size_t& place,

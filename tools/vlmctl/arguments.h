@@ -1,4 +1,6 @@
-// The words of a command line, taken apart by a table of options.
+// The words of a command line, taken apart by a table of options. Unlike those of host/options.h the
+// tables are constants: help and completion read those of all sub-commands, and the board has little
+// room.
 #ifndef VLMCTL_ARGUMENTS_H
 #define VLMCTL_ARGUMENTS_H
 
