@@ -76,7 +76,9 @@ class Program:
         return self.process.returncode
 
     def usage(self):
-        """Its resident memory in KiB, its open descriptors, its threads."""
+        """Its resident memory in KiB, its open descriptors, its threads; raises Stuck when it has ended."""
+        if self.process.poll() is not None:
+            raise Stuck(f"{self.name} has ended with {self.process.returncode}: {self.all_errors()}")
         place = f"/proc/{self.process.pid}"
         with open(place + "/status", encoding="ascii") as status:
             numbers = dict(re.findall(r"^(VmRSS|Threads):\s*(\d+)", status.read(), re.M))

@@ -15,6 +15,7 @@ import threading
 import time
 
 from lane import Lane
+from programs import Stuck
 from soak_picture import draw
 
 # What a program's memory may grow by once it has served for a while; its descriptors and its threads may
@@ -42,7 +43,7 @@ class Worker(threading.Thread):
     """Keeps one lane busy for `seconds`; notes its open descriptors once it has served for a while."""
 
     def __init__(self, lane, seconds):
-        super().__init__()
+        super().__init__(daemon=True)
         self.lane = lane
         self.descriptors = None
         self._began = time.monotonic()
@@ -103,6 +104,15 @@ def run(options):
     camera_options = faults(options.faults)
     lanes = [Lane(options.programs, camera_options, options.seed + number, options.margin)
              for number in range(options.lanes)]
+    try:
+        return work(lanes, camera_options, options)
+    except Stuck:
+        for lane in lanes:
+            lane.end()
+        raise
+
+
+def work(lanes, camera_options, options):
     began = time.monotonic()
     seconds = options.minutes * 60
     workers = [Worker(lane, seconds) for lane in lanes]
@@ -133,7 +143,10 @@ def main():
     parser.add_argument("--picture", default="soak.svg")
     options = parser.parse_args()
     print(f"seed {options.seed}, {options.lanes} lanes, {options.faults:g} % of each fault")
-    last, trouble = run(options)
+    try:
+        last, trouble = run(options)
+    except Stuck as stuck:
+        sys.exit(f"FAILED: {stuck}")
     print(*trouble, sep="\n", end="\n" if trouble else "")
     verdict = "FAILED" if trouble else "passed"
     print(f"{verdict}: {last['requests']} requests, {last['faults']} faults, "
