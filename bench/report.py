@@ -44,6 +44,7 @@ MICRO = ["--benchmark_format=json", "--benchmark_repetitions=9",
 ROW = re.compile(r"^(\S+) +(us|ns|KiB) +([0-9.]+) +([0-9.]+) +([0-9.]+) +(\S+) +[0-9.]+$")
 MOST_LOSS = 1.05  # a row may be slower by that much than that of another revision
 TURNS = 9         # of each build, in a comparison
+BAR = 120         # length of a limit's bar in the picture
 
 PEERS = ["cyclone_dds", "cyclone_dds_waitset", "mqtt", "sd_bus", "zeromq"]
 # Rows that have nothing of ours in them.
@@ -186,7 +187,7 @@ def kind_of(row):
 def bar(top, row, ratio):
     """A row of the picture."""
     name = html.escape(row["name"])
-    width = min(ratio, 4.0) * 150
+    width = min(ratio, 5.0) * BAR
     figure = f"{row['median']:.4g} {row['unit']}"
     text = f"{figure}, {ratio:.2f} × {row['limit']}" if ratio != 1 else f"{figure}, the limit"
     return (f'<text x="190" y="{top + 12}" text-anchor="end">{name}</text>'
@@ -202,8 +203,8 @@ def write_svg(path, rows):
              if row["limit"] in names and (row["limit"] != row["name"] or row["name"] in limits)]
     height = 60 + 20 * len(shown)
     legend = (("bare", "limits"), ("ours", "ours"), ("peer", "other message systems"))
-    parts = [f'<svg xmlns="http://www.w3.org/2000/svg" width="1000" height="{height}" '
-             f'viewBox="0 0 1000 {height}" font-family="sans-serif" font-size="12">',
+    parts = [f'<svg xmlns="http://www.w3.org/2000/svg" width="1060" height="{height}" '
+             f'viewBox="0 0 1060 {height}" font-family="sans-serif" font-size="12">',
              '<style>svg{background:#fff}text{fill:#222}.ours{fill:#4a7fb5}.bare{fill:#bbb}'
              '.peer{fill:#d9893b}.limit{stroke:#c33;stroke-dasharray:4 3}</style>',
              '<title>Medians beside their limits; shorter is better</title>']
@@ -212,7 +213,7 @@ def write_svg(path, rows):
         parts.append(f'<rect x="{left}" y="8" width="15" height="15" class="{kind}"/>'
                      f'<text x="{left + 21}" y="20">{text}</text>')
     parts += [bar(48 + 20 * number, row, ratio) for number, (row, ratio) in enumerate(shown)]
-    parts += [f'<line class="limit" x1="350" y1="40" x2="350" y2="{height - 8}"/>', "</svg>"]
+    parts += [f'<line class="limit" x1="{200 + BAR}" y1="40" x2="{200 + BAR}" y2="{height - 8}"/>', "</svg>"]
     with open(path, "w", encoding="utf-8") as picture:
         picture.write("\n".join(parts) + "\n")
 
