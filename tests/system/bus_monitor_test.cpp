@@ -274,6 +274,13 @@ TEST_F(BusMonitorTest, EndsOnASignalWhileNobodyReadsThePipeItIsToRecordTo) {
   EXPECT_EQ(monitor.wait(), 128 + SIGTERM);
 }
 
+TEST_F(BusMonitorTest, LeavesARecordingThatIsThereWhereThereIsNoBus) {
+  _folder.write("bus");
+  _folder.write("recording", "an older one");
+  EXPECT_EQ(run({"vlm_bus_monitor", "-w", _folder / "recording"}).status, 4);
+  EXPECT_EQ(_folder.read("recording"), "an older one");
+}
+
 TEST_F(BusMonitorTest, SaysThatItCannotRecordAnyMore) {
   start_monitor("-q -w recording", "sh -c 'trap \"\" XFSZ; ulimit -f 16; exec \"$0\" \"$@\"'");
   // Many blocks of 512 bytes more than it may write.

@@ -161,21 +161,19 @@ int read_recording(const MonitorOptions& options, Outputs& outputs) {
                   kDamaged);
 }
 
-int watch_bus(Outputs& outputs, const sigset_t& waiting) {
+int watch_bus(Capture& capture, Outputs& outputs, const sigset_t& waiting) {
   std::string error;
-  auto capture = Capture::open(error);
-  if (!capture) return complain(error, kNoBus);
   std::fputs("vlm_bus_monitor: capturing every packet published from now on\n", stderr);
   std::vector<Entry> entries;
   bool is_last = false;
   while (!is_last) {
     is_last = g_end != 0;  // what was published before the signal is still taken
     entries.clear();
-    if (!capture->take(entries, error)) return complain(error, kNoBus);
+    if (!capture.take(entries, error)) return complain(error, kNoBus);
     for (Entry& entry : entries) outputs.take(std::move(entry));
-    outputs.pass_time(capture->taken_until_ns());
+    outputs.pass_time(capture.taken_until_ns());
     if (!(is_last ? outputs.finish(error) : outputs.flush(error))) return complain(error, kFailure);
-    if (!is_last) capture->wait(!entries.empty(), waiting);
+    if (!is_last) capture.wait(!entries.empty(), waiting);
   }
   return kGood;
 }
@@ -208,12 +206,13 @@ int main(int argc, char** argv) {
   if (options.help) return vlm::host::show(kName, monitor_help());
   if (options.version) return vlm::host::show(kName, "vlm_bus_monitor " VLM_VERSION "\n");
   Outputs outputs(options);
-  if (options.read_file.empty()) {
-    // Before the signals are held: a pipe is opened when somebody reads it.
+  if (!options.read_file.empty()) {
     if (!outputs.open(error)) return complain(error, kFailure);
-    const sigset_t waiting = hold_end_signals();
-    return watch_bus(outputs, waiting);
+    return read_recording(options, outputs);
   }
+  auto capture = Capture::open(error);
+  if (!capture) return complain(error, kNoBus);  // and leave the recording that is there
+  // Before the signals are held: a pipe is opened when somebody reads it.
   if (!outputs.open(error)) return complain(error, kFailure);
-  return read_recording(options, outputs);
+  return watch_bus(*capture, outputs, hold_end_signals());
 }
