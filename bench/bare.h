@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdlib>
@@ -16,6 +17,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "contest.h"
 #include "vlm_bus.h"
@@ -42,6 +44,12 @@ class Doorbell {
     std::unique_lock<std::mutex> lock(_mutex);
     _cond.wait(lock, [this] { return _rung; });
     _rung = false;
+  }
+
+  /// False when nobody has rung for so long.
+  bool wait_for(std::chrono::milliseconds time) {
+    std::unique_lock<std::mutex> lock(_mutex);
+    return _cond.wait_for(lock, time, [this] { return _rung; }) && std::exchange(_rung, false);
   }
 
  private:

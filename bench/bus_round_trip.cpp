@@ -25,8 +25,8 @@
 #include <vector>
 
 #include "bare.h"
+#include "contender.h"
 #include "contest.h"
-#include "lcm_request.h"
 #include "tap.h"
 #include "vlm_test_listener.h"
 #include "vlm_userlcm_control_camera.h"
@@ -35,33 +35,8 @@ namespace {
 
 using namespace vlm::bench;
 
-constexpr int kWarmUpRounds = 200;
-
-/// One way to make a round trip. The constructor starts its peer, start() its listener thread; both
-/// live as long as the process, and so does the contender.
-class Contender {
- public:
-  virtual ~Contender() = default;
-  virtual const char* name() const = 0;
-  virtual void start() = 0;
-  virtual void round_trip() = 0;
-  /// Around each block.
-  virtual void begin() {}
-  virtual void end() {}
-};
-
 constexpr char kBenchRequest[] = "bench_request";
 constexpr char kBenchReply[] = "bench_reply";
-
-class BareContender : public Contender {
- public:
-  const char* name() const override { return "bare"; }
-  void start() override { _exchange.start(); }
-  void round_trip() override { _exchange.round_trip(); }
-
- private:
-  BareExchange _exchange;
-};
 
 class BusExchange : public Contender {
  public:
@@ -191,54 +166,10 @@ class TappedExchange : public Contender {
   TapProcess::Order _order;
 };
 
-/// A camera operation whose transcript goes to a stream of its own.
-class CameraRequest : public Contender {
- public:
-  CameraRequest(const char* name, std::FILE* output) : _name(name), _output(output) {}
-
-  const char* name() const override { return _name; }
-  void start() override {}
-  void begin() override { std::swap(stdout, _output); }
-  void round_trip() override {
-    u8 mode = 0;
-    if (!lcm_request.get_camera_mode(mode)) give_up("camera request");
-  }
-  void end() override {
-    std::fflush(stdout);
-    std::swap(stdout, _output);
-  }
-
- private:
-  const char* _name;
-  std::FILE* _output;
-};
-
-std::FILE* collecting(std::FILE* stream) {
-  if (stream == nullptr) give_up("output");
-  std::setvbuf(stream, nullptr, _IOFBF, BUFSIZ);
-  return stream;
-}
-
 std::FILE* nowhere() {
   cookie_io_functions_t functions{};
   functions.write = [](void*, const char*, std::size_t size) { return static_cast<ssize_t>(size); };
   return collecting(fopencookie(nullptr, "w", functions));
-}
-
-/// A contender and the microseconds of its round trips.
-struct Entrant {
-  Contender* contender;
-  std::vector<double> samples;
-};
-
-/// Runs `rounds` of the entrant's and adds their times to `samples`.
-void run_entrant(const Entrant& entrant, int rounds, std::vector<double>& samples) {
-  constexpr int kUnmeasured = 20;  // in which publishers find what has changed on the bus
-  Contender& contender = *entrant.contender;
-  contender.begin();
-  for (int i = 0; i < kUnmeasured; ++i) contender.round_trip();
-  measure(rounds, samples, [&] { contender.round_trip(); });
-  contender.end();
 }
 
 /// How much later the named contender's answers come than those of the bus without a tap.
@@ -270,32 +201,21 @@ void run(int rounds) {
   // Never destroyed: their listener threads run to the end.
   static const auto& tap = *new TapProcess;
   static auto& bus = *new BusExchange;
-  static auto& bare = *new BareContender;
+  static auto& bare = *new BareContender("bare");
   start_simulated_camera();
   static auto& entrants = *new std::vector<Entrant>{
-      {&bare, {}},
-      {&bus, {}},
-      {new TappedExchange("bus_tapped", bus, tap, TapProcess::kTake), {}},
-      {new TappedExchange("bus_stopped", bus, tap, TapProcess::kIgnore), {}},
-      {new CameraRequest("request_silent", nowhere()), {}},
-      {new CameraRequest("request_null", collecting(std::fopen("/dev/null", "w"))), {}},
-      {new CameraRequest("request_file", file), {}},
+      {&bare},
+      {&bus},
+      {new TappedExchange("bus_tapped", bus, tap, TapProcess::kTake)},
+      {new TappedExchange("bus_stopped", bus, tap, TapProcess::kIgnore)},
+      {new CameraRequest("request_silent", nowhere())},
+      {new CameraRequest("request_null", collecting(std::fopen("/dev/null", "w")))},
+      {new CameraRequest("request_file", file)},
   };
   udp_start_receiving_messages();
   await_subscriber(kRequestChannel);
   await_subscriber(kReplyChannel);
-  std::vector<double> warm_up;
-  for (const Entrant& entrant : entrants) {
-    entrant.contender->start();
-    run_entrant(entrant, kWarmUpRounds, warm_up);
-  }
-  take_turns(entrants, rounds,
-             [](Entrant& entrant, int part) { run_entrant(entrant, part, entrant.samples); });
-  std::printf("%d round trips of %zu bytes each, on one core\n", rounds, kPacketSize);
-  std::vector<Result> results;
-  for (Entrant& entrant : entrants) {
-    results.push_back({entrant.contender->name(), "us", std::move(entrant.samples)});
-  }
+  const std::vector<Result> results = round_trips(entrants, rounds);
   print_rows(stdout, results);
   print_taps(results);
 }

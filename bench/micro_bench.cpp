@@ -1,5 +1,6 @@
 // What the parts cost that one process shows by itself: the CRC by several methods, the service's hex
-// dump, a message of the trace log, the lines of a request.
+// dump and line, a message of the trace log; and beside each what is left when nothing has to be made:
+// text that is ready, the two system calls of a log, the two flags that switch it.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -100,6 +101,12 @@ class NullOutput {
   std::FILE* const _before;
 };
 
+/// Prints `text` as it is.
+void print_ready(benchmark::State& state, const std::string& text) {
+  const NullOutput null;
+  for (auto _ : state) std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
 void hex_dump(benchmark::State& state) {
   const NullOutput null;
   const std::array<u8, 264> bytes{};
@@ -109,32 +116,79 @@ void hex_dump(benchmark::State& state) {
 }
 BENCHMARK(hex_dump)->Arg(10)->Arg(264);
 
+void hex_dump_ready(benchmark::State& state) {
+  const auto bytes = static_cast<std::size_t>(state.range(0));
+  print_ready(state, std::string(5 * bytes + bytes / 8 + 1, '0'));
+}
+BENCHMARK(hex_dump_ready)->Arg(10)->Arg(264);
+
 void service_line(benchmark::State& state) {
   const NullOutput null;
   for (auto _ : state) udp_say_number(udp_here(), "camera_cmd = ", 4096);
 }
 BENCHMARK(service_line);
 
+void service_line_ready(benchmark::State& state) {
+  print_ready(state, std::string("[") + __FILE__ + ":service_line][142]: camera_cmd = 4096\n");
+}
+BENCHMARK(service_line_ready);
+
 void trace_log_off(benchmark::State& state) {
   for (auto _ : state) vlm_log_print(4, "LCM request %s failed with: %s", "GET_ISO", "VLM busy");
 }
 BENCHMARK(trace_log_off);
 
-/// In the memory file system, so that the figure is the log's and not the disk's.
+void trace_log_flags(benchmark::State& state) {
+  for (auto _ : state) benchmark::DoNotOptimize(g_log_fd != -1 || g_log_to_console);
+}
+BENCHMARK(trace_log_flags);
+
+/// Writes to a log in the memory file system while it lives, so that the figures are the log's and not
+/// the disk's.
+class LogInMemory {
+ public:
+  LogInMemory() {
+    const std::string path = "/dev/shm/vlm_micro_bench." + std::to_string(getpid());
+    _fd = open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_SYNC | O_CLOEXEC, 0600);
+    unlink(path.c_str());
+  }
+  ~LogInMemory() { close(_fd); }
+  LogInMemory(const LogInMemory&) = delete;
+  LogInMemory& operator=(const LogInMemory&) = delete;
+
+  int fd() const { return _fd; }
+
+  /// To be called for each message: empties the log now and then.
+  void count(benchmark::State& state) {
+    if (++_written % 100000 == 0 && ftruncate(_fd, 0) != 0) state.SkipWithError("ftruncate");
+  }
+
+ private:
+  int _fd = -1;
+  int _written = 0;
+};
+
 void trace_log(benchmark::State& state) {
-  const std::string path = "/dev/shm/vlm_micro_bench." + std::to_string(getpid());
-  const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_SYNC | O_CLOEXEC, 0600);
-  unlink(path.c_str());
-  g_log_fd = fd;
-  int written = 0;
+  LogInMemory log;
+  g_log_fd = log.fd();
   for (auto _ : state) {
     vlm_log_print(4, "LCM request %s failed with: %s", "GET_ISO", "VLM busy");
-    if (++written % 100000 == 0 && ftruncate(fd, 0) != 0) state.SkipWithError("ftruncate");
+    log.count(state);
   }
   g_log_fd = -1;
-  close(fd);
 }
 BENCHMARK(trace_log);
+
+void trace_log_calls(benchmark::State& state) {
+  LogInMemory log;
+  const std::string message = "LCM request GET_ISO failed with: VLM busy, 123456\n";
+  for (auto _ : state) {
+    if (write(log.fd(), message.data(), message.size()) < 0) state.SkipWithError("write");
+    fsync(log.fd());
+    log.count(state);
+  }
+}
+BENCHMARK(trace_log_calls);
 
 }  // namespace
 

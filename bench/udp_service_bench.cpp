@@ -3,6 +3,8 @@
 //
 //   echo_W_S      one thread receives a datagram, checks its CRC and hands it over, another makes the
 //                 answer with its CRC and sends it; signals and sends without holding the lock
+//   dumps_W_S     the same echo, which prints both datagrams to /dev/null as the service does, and no
+//                 more: the rest of what the service takes longer is its lines and its rules
 //   service_W_S   the service answers for the camera type, its messages going to /dev/null
 //
 // for W requests under way at a time, of S bytes each. An application sends W requests over the
@@ -37,7 +39,8 @@ constexpr u8 kCameraType = 11;
 /// the process.
 class EchoServer {
  public:
-  EchoServer() {
+  /// Prints the datagrams, or nothing.
+  explicit EchoServer(bool dumps) : _dumps(dumps) {
     std::thread([this] { receive(); }).detach();
     std::thread([this] { reply(); }).detach();
   }
@@ -57,6 +60,10 @@ class EchoServer {
     return bytes[msg.header.len + 6] == crc >> 8 && bytes[msg.header.len + 7] == (crc & 0xFF);
   }
 
+  void dump(const char* title, const camctrl_msg_t& msg, std::size_t size) const {
+    if (_dumps) udp_print_bytes(title, reinterpret_cast<const u8*>(&msg), size);
+  }
+
   bool take_over(const Waiting& waiting) {
     const std::lock_guard<std::mutex> guard(_mutex);
     if (_count == kPlaces) return false;
@@ -67,7 +74,8 @@ class EchoServer {
   void receive() {
     Waiting waiting{};
     for (;;) {
-      _socket.receive(&waiting.msg, sizeof waiting.msg, waiting.client);
+      const auto size = _socket.receive(&waiting.msg, sizeof waiting.msg, waiting.client);
+      dump("", waiting.msg, size);
       if (!is_right(waiting.msg)) give_up("a wrong request");
       if (take_over(waiting)) {
         _filled.notify_one();
@@ -79,6 +87,7 @@ class EchoServer {
 
   Waiting next() {
     std::unique_lock<std::mutex> lock(_mutex);
+    if (_count == 0) std::fflush(stdout);  // as the service does
     _filled.wait(lock, [this] { return _count > 0; });
     const Waiting waiting = _waiting.at(_first);
     _first = (_first + 1) % kPlaces;
@@ -94,10 +103,12 @@ class EchoServer {
       reply.payload.cmd = waiting.msg.payload.cmd;
       reply.payload.params[0] = kCameraType;
       vlm_udp_fill_crc(reply, 3);
+      dump("To send msg:\n", reply, kReplySize);
       _socket.send(&reply, kReplySize, waiting.client);
     }
   }
 
+  const bool _dumps;
   UdpSocket _socket;
   std::mutex _mutex;  // guards all members below
   std::condition_variable _filled;
@@ -152,9 +163,13 @@ class Application {
   camctrl_msg_t _request{};
 };
 
-void compare(std::FILE* out, Load load, int echo_port, int service_port, int rounds) {
+/// Each server's name and port.
+using Servers = std::vector<std::pair<const char*, int>>;
+
+void compare(std::FILE* out, Load load, const Servers& servers, int rounds) {
   const Application application(load);
-  Contender contenders[] = {{"echo", echo_port, {}}, {"service", service_port, {}}};
+  std::vector<Contender> contenders;
+  for (const auto& [name, port] : servers) contenders.push_back({name, port, {}});
   for (Contender& contender : contenders) {
     application.ask(contender, kWarmUpRounds);
     contender.samples.clear();
@@ -178,10 +193,14 @@ void compare(std::FILE* out, Load load, int echo_port, int service_port, int rou
 void run(int rounds) {
   pin_to_one_core();
   std::FILE* const out = divert_output("/dev/null");
-  static const auto& echo = *new EchoServer;
+  static const auto& echo = *new EchoServer(false);
+  static const auto& dumps = *new EchoServer(true);
   if (vlm_udp_master_k720_init(0) != 0) give_up("the service");
   for (const Load load : {Load{1, 10}, Load{1, 264}, Load{32, 10}, Load{32, 264}}) {
-    compare(out, load, echo.port(), vlm_udp_master_k720_port(), rounds);
+    compare(
+        out, load,
+        {{"echo", echo.port()}, {"dumps", dumps.port()}, {"service", vlm_udp_master_k720_port()}},
+        rounds);
   }
 }
 

@@ -4,11 +4,13 @@
 #include <sys/time.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <set>
+#include <thread>
 #include <utility>
 
 #include "format.h"
@@ -89,15 +91,31 @@ void Subscription::serve() {
   for (;;) {
     userlcm_packet_t packet;
     const ssize_t size = recv(_socket.get(), &packet, sizeof packet, MSG_TRUNC);
+    if (size < 0 && errno != EAGAIN) {
+      if (errno != EINTR) recover();
+      continue;
+    }
+    _failed = false;
     if (size >= 0) {
       deliver(packet, static_cast<std::size_t>(size));
-    } else if (errno == EAGAIN) {
-      if (!is_announced()) announce();
-    } else if (errno != EINTR) {
-      report("cannot receive on %s: %s", _name.c_str(), host::reason().c_str());
-      return;
+    } else if (!is_announced()) {
+      announce();
     }
   }
+}
+
+/// The call may be made again, with what waits in the socket; if it fails again, after a while and on
+/// another socket.
+void Subscription::recover() {
+  _receiving.about(
+      host::format("cannot receive on %s: %s", _channel.c_str(), host::reason().c_str()));
+  if (!std::exchange(_failed, true)) return;
+  std::this_thread::sleep_for(std::chrono::seconds(kInspection.tv_sec));
+  {
+    const std::lock_guard<std::mutex> guard(announced().mutex);
+    withdraw();
+  }
+  announce();
 }
 
 void Subscription::withdraw() { _directory->remove(_name); }

@@ -25,15 +25,16 @@ class Subscription {
   /// Makes the subscription known on the bus. False, with a message, when that fails.
   bool announce();
 
-  /// Runs the client's callback for each packet; returns only when nothing can be received any
-  /// more, with a message.
-  void serve();
+  /// Runs the client's callback for each packet, as long as the process lives. A failure to receive is
+  /// told once.
+  [[noreturn]] void serve();
 
   /// Takes the socket out of the directory.
   void withdraw();
 
  private:
   bool is_announced() const;
+  void recover();
   void deliver(userlcm_packet_t& packet, std::size_t size);
 
   const Receive_msg_t& _client;
@@ -42,6 +43,8 @@ class Subscription {
   std::string _name;  // of the socket in the directory
   UniqueFd _socket;
   Complaint _complaint;
+  Complaint _receiving;
+  bool _failed = false;  // the last time that it received
 };
 
 }  // namespace vlm::bus

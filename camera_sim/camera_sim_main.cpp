@@ -85,6 +85,10 @@ bool subscribe_all() {
 
 void print_line(const std::string& line) { std::puts(line.c_str()); }
 
+void print_complaint(const std::string& line) {
+  std::fprintf(stderr, "camera_sim: %s\n", line.c_str());
+}
+
 /// Runs the operator's lines; false when one of them ends the program.
 bool run(const std::vector<std::string>& lines) {
   for (const std::string& line : lines) {
@@ -102,12 +106,20 @@ void prompt() {
   std::fflush(stdout);
 }
 
+/// Whether a signal has told the program to end. Where there is always input, the wait for it lets no
+/// signal in.
+bool is_told_to_end(const sigset_t& waiting_mask) {
+  constexpr timespec kAtOnce{};
+  ppoll(nullptr, 0, &kAtOnce, &waiting_mask);
+  return g_end != 0;
+}
+
 /// Serves the operator until a signal, or the operator, ends the program.
 void serve_operator(const sigset_t& waiting_mask) {
   LineBuffer buffer;
   pollfd input{STDIN_FILENO, POLLIN, 0};
   prompt();
-  while (g_end == 0) {
+  while (!is_told_to_end(waiting_mask)) {
     if (ppoll(&input, 1, nullptr, &waiting_mask) <= 0) continue;
     char bytes[512];
     const ssize_t size = read(STDIN_FILENO, bytes, sizeof bytes);
@@ -115,6 +127,10 @@ void serve_operator(const sigset_t& waiting_mask) {
       const std::vector<std::string> lines = buffer.feed(bytes, static_cast<std::size_t>(size));
       if (!run(lines)) return;
       if (!lines.empty()) prompt();
+      if (buffer.is_endless()) {
+        print_complaint("standard input is a line without an end, and is not read any more");
+        input.fd = -1;
+      }
     } else if (size == 0 || (errno != EINTR && errno != EAGAIN)) {
       if (!run({buffer.rest()})) return;
       input.fd = -1;  // no more input: wait for a signal alone
@@ -123,10 +139,6 @@ void serve_operator(const sigset_t& waiting_mask) {
 }
 
 void print_text(const std::string& text) { std::fputs(text.c_str(), stdout); }
-
-void print_complaint(const std::string& line) {
-  std::fprintf(stderr, "camera_sim: %s\n", line.c_str());
-}
 
 /// Says what is wrong on standard error; returns `status`.
 int complain(const std::string& message, int status) {
@@ -150,26 +162,45 @@ CameraPeer::Outlets outlets_of(const SimOptions& options) {
   return outlets;
 }
 
+/// Runs a line of a script, which stands at `place`. Returns -1, or the exit status when it is no
+/// command, or "quit".
+int run_script_line(const std::string& line, const std::string& place) {
+  if (line[0] == '#') return -1;
+  const OperatorAnswer answer = g_peer->operate(line);
+  if (answer.wrong) {
+    return complain(place + ": " + answer.text.substr(0, answer.text.find('\n')), kUsageFault);
+  }
+  print_text(answer.text);
+  return answer.quit ? 0 : -1;
+}
+
 /// Runs the commands in the file `script`, if any; empty lines and those that begin with # are none.
 /// Returns -1, or the exit status when it cannot be run, or says "quit".
-int run_script(const std::string& script) {
+int run_script(const std::string& script, const sigset_t& waiting_mask) {
   if (script.empty()) return -1;
   std::ifstream file(script);
   if (!file) return complain(script + ": " + vlm::host::reason(), kFailure);
+  LineBuffer buffer;
   int number = 0;
-  for (std::string line; std::getline(file, line);) {
-    ++number;
-    if (line[0] == '#') continue;
-    const OperatorAnswer answer = g_peer->operate(line);
-    if (answer.wrong) {
-      return complain(script + ":" + std::to_string(number) + ": " +
-                          answer.text.substr(0, answer.text.find('\n')),
-                      kUsageFault);
+  while (file) {
+    if (is_told_to_end(waiting_mask)) return 0;
+    char bytes[512];
+    file.read(bytes, sizeof bytes);
+    auto lines = buffer.feed(bytes, static_cast<std::size_t>(file.gcount()));
+    if (!file) lines.push_back(buffer.rest());
+    for (const std::string& line : lines) {
+      const int status = run_script_line(line, script + ":" + std::to_string(++number));
+      if (status >= 0) return status;
     }
-    print_text(answer.text);
-    if (answer.quit) return 0;
+    if (buffer.is_endless()) return complain(script + ": a line without an end", kUsageFault);
   }
   return -1;
+}
+
+/// Ends the program a second from now, should it still be there: nobody may take its output.
+void end_soon() {
+  std::signal(SIGALRM, [](int) { _exit(0); });
+  alarm(1);
 }
 
 /// Serves until it is told to end; returns the exit status.
@@ -181,9 +212,10 @@ int simulate(const SimOptions& options) {
   const std::string objection =
       vlm::bus::serve_in_role("camera_sim", kRequestChannel, options.force, subscribe_all);
   if (!objection.empty()) return complain(objection, kFailure);
-  if (const int status = run_script(options.script); status >= 0) return status;
+  if (const int status = run_script(options.script, waiting_mask); status >= 0) return status;
   std::printf("camera_sim: ready, seed %llu\n", static_cast<unsigned long long>(seed));
   serve_operator(waiting_mask);
+  end_soon();
   g_peer->stop();
   return 0;
 }

@@ -226,9 +226,11 @@ std::vector<std::string> LineBuffer::feed(const char* bytes, std::size_t size) {
     if (bytes[i] == '\n') {
       lines.push_back(std::move(_line));
       _line.clear();
-    } else if (_line.size() <= kLongestLine) {
-      _line += bytes[i];
+      _size = 0;
+      continue;
     }
+    ++_size;
+    if (_line.size() <= kLongestLine) _line += bytes[i];
   }
   return lines;
 }

@@ -29,6 +29,8 @@ struct OperatorAnswer {
 
 /// A longer line is no command.
 constexpr std::size_t kLongestLine = 255;
+/// Nobody who types, and no script, is behind a line that has not ended by then.
+constexpr std::size_t kEndlessLine = 65536;
 
 /// Carries out one line; whatever is no command is answered with what is wrong.
 OperatorAnswer operate(const SimulatedBoard& board, const std::string& line);
@@ -41,9 +43,12 @@ class LineBuffer {
   std::vector<std::string> feed(const char* bytes, std::size_t size);
   /// What has come of the line that is not complete yet.
   const std::string& rest() const { return _line; }
+  /// Whether that line has no end.
+  bool is_endless() const { return _size > kEndlessLine; }
 
  private:
   std::string _line;
+  std::size_t _size = 0;  // of the line so far, with what was thrown away
 };
 
 }  // namespace vlm::sim

@@ -24,21 +24,6 @@ bool starts_with(std::string_view text, std::string_view start) {
 
 std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
-/// Digits of `base` alone, within 64 bits.
-std::optional<u64> parse_digits(std::string_view digits, unsigned base) {
-  if (digits.empty()) return std::nullopt;
-  u64 number = 0;
-  for (const char letter : digits) {
-    const char lower = static_cast<char>(letter | 0x20);
-    unsigned digit = base;
-    if (is_digit(letter)) digit = static_cast<unsigned>(letter - '0');
-    if ('a' <= lower && lower <= 'f') digit = static_cast<unsigned>(lower - 'a' + 10);
-    if (digit >= base || number > (UINT64_MAX - digit) / base) return std::nullopt;
-    number = number * base + digit;
-  }
-  return number;
-}
-
 /// Decimal, or hexadecimal behind 0x.
 std::optional<u64> parse_number(std::string_view written) {
   if (starts_with(written, "0x")) return parse_digits(written.substr(2), 16);
@@ -149,22 +134,6 @@ bool is_plain(std::string_view text) {
   });
 }
 
-std::string in_quotes(std::string_view text) {
-  std::string written = "\"";
-  for (const char letter : text) {
-    const bool control = static_cast<u8>(letter) < ' ' || letter == '\x7F';
-    char escape[5] = {};
-    std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned>(static_cast<u8>(letter)));
-    if (control) {
-      written += escape;
-    } else {
-      if (letter == '"' || letter == '\\') written += '\\';
-      written += letter;
-    }
-  }
-  return written + "\"";
-}
-
 /// What stands at the start of `rest` up to a comma outside quotes; both are taken from it, and
 /// `last` tells that there was no comma.
 std::string_view take_part(std::string_view& rest, bool& last) {
@@ -183,34 +152,6 @@ std::string_view take_part(std::string_view& rest, bool& last) {
   const std::string_view part = rest.substr(0, end);
   rest.remove_prefix(std::min(end + 1, rest.size()));
   return part;
-}
-
-/// The character behind a backslash at `place`, which moves to its last letter.
-std::optional<char> parse_escape(std::string_view written, std::size_t& place) {
-  if (place + 1 >= written.size()) return std::nullopt;
-  const char letter = written[++place];
-  if (letter == '"' || letter == '\\') return letter;
-  if (letter != 'x' || place + 2 >= written.size()) return std::nullopt;
-  const auto code = parse_digits(written.substr(place + 1, 2), 16);
-  place += 2;
-  if (!code) return std::nullopt;
-  return static_cast<char>(*code);
-}
-
-std::optional<std::string> unquoted(std::string_view written) {
-  if (written.empty() || written[0] != '"') return std::string(written);
-  std::string characters;
-  for (std::size_t i = 1; i < written.size(); ++i) {
-    if (written[i] == '"') {
-      if (i + 1 != written.size()) return std::nullopt;
-      return characters;
-    }
-    std::optional<char> letter = written[i];
-    if (written[i] == '\\') letter = parse_escape(written, i);
-    if (!letter) return std::nullopt;
-    characters += *letter;
-  }
-  return std::nullopt;
 }
 
 std::vector<std::string> field_names(const Field& group) {
@@ -403,7 +344,65 @@ std::string allowed_float(const Field& field) {
                               format_float(static_cast<float>(field.range.max)));
 }
 
+/// The character behind a backslash at `place`, which moves to its last letter.
+std::optional<char> parse_escape(std::string_view written, std::size_t& place) {
+  if (place + 1 >= written.size()) return std::nullopt;
+  const char letter = written[++place];
+  if (letter == '"' || letter == '\\') return letter;
+  if (letter != 'x' || place + 2 >= written.size()) return std::nullopt;
+  const auto code = parse_digits(written.substr(place + 1, 2), 16);
+  place += 2;
+  if (!code) return std::nullopt;
+  return static_cast<char>(*code);
+}
+
 }  // namespace
+
+std::optional<u64> parse_digits(std::string_view digits, unsigned base) {
+  if (digits.empty()) return std::nullopt;
+  u64 number = 0;
+  for (const char letter : digits) {
+    const char lower = static_cast<char>(letter | 0x20);
+    unsigned digit = base;
+    if (is_digit(letter)) digit = static_cast<unsigned>(letter - '0');
+    if ('a' <= lower && lower <= 'f') digit = static_cast<unsigned>(lower - 'a' + 10);
+    if (digit >= base || number > (UINT64_MAX - digit) / base) return std::nullopt;
+    number = number * base + digit;
+  }
+  return number;
+}
+
+std::string in_quotes(std::string_view text) {
+  std::string written = "\"";
+  for (const char letter : text) {
+    const bool control = static_cast<u8>(letter) < ' ' || letter == '\x7F';
+    char escape[5] = {};
+    std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned>(static_cast<u8>(letter)));
+    if (control) {
+      written += escape;
+    } else {
+      if (letter == '"' || letter == '\\') written += '\\';
+      written += letter;
+    }
+  }
+  return written + "\"";
+}
+
+std::optional<std::string> unquoted(std::string_view written) {
+  if (written.empty() || written[0] != '"') return std::string(written);
+  std::string characters;
+  for (std::size_t i = 1; i < written.size(); ++i) {
+    if (written[i] == '"') {
+      if (i + 1 != written.size()) return std::nullopt;
+      return characters;
+    }
+    std::optional<char> letter = written[i];
+    if (written[i] == '\\') letter = parse_escape(written, i);
+    if (!letter) return std::nullopt;
+    characters += *letter;
+  }
+  return std::nullopt;
+}
 
 std::optional<Value> parse(const Field& field, std::string_view written, std::string& error) {
   if (field.type == Type::kGroup) return parse_group(field, written, error);

@@ -27,6 +27,16 @@ std::string format_float(float number);
 /// "1/100"; 0 where both halves are.
 std::string format_ratio(const Ratio& ratio);
 
+/// The number that digits of `base`, 10 or 16, alone say. No value: other letters, or more than 64
+/// bits.
+std::optional<u64> parse_digits(std::string_view digits, unsigned base);
+
+/// In quotes, with \", \\ and \xNN for what would not survive a line.
+std::string in_quotes(std::string_view text);
+/// What in_quotes() wrote; what does not begin with a quote is as it stands. No value: the quotes do
+/// not end where it does.
+std::optional<std::string> unquoted(std::string_view written);
+
 }  // namespace vlm::catalogue
 
 #endif  // VLM_CATALOGUE_TEXT_H

@@ -474,7 +474,7 @@ Answer await(const std::function<void(CameraClient::Done)>& start,
   const auto arrival = std::make_shared<Arrival>();
   start([arrival](const Answer& answer) {
     const std::lock_guard<std::mutex> guard(arrival->mutex);
-    arrival->answer = answer;
+    arrival->answer.emplace(answer);  // not assigned: assignment of variants is much code
     arrival->changed.notify_all();
   });
   std::unique_lock<std::mutex> lock(arrival->mutex);

@@ -13,8 +13,12 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   # GCC's spelling of the strictest level; clang has but one.
   add_compile_options(-Wno-unknown-warning-option -Wcast-align)
 endif()
-# Messages name source files: by their paths in the repository, not on the machine that built them.
-add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+# Messages name source files: by their paths in the repository, not on the machine that built them. A
+# compiler cache may give the compiler the way from here instead.
+cmake_path(RELATIVE_PATH PROJECT_SOURCE_DIR BASE_DIRECTORY ${CMAKE_BINARY_DIR}
+  OUTPUT_VARIABLE from_build)
+add_compile_options(
+  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/= -fmacro-prefix-map=${from_build}/=)
 if(VLM_WERROR)
   add_compile_options(-Werror)
 endif()

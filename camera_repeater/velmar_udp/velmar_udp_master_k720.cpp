@@ -27,7 +27,7 @@ constexpr std::chrono::microseconds kPause{50};
 /// Says that a system call failed, and keeps its error number.
 int failed(const SourcePlace& place, const char* message) {
   const int error = errno;
-  udp_say(place, "%s", message);
+  udp_say_text(place, message);
   errno = error;
   return -1;
 }
@@ -36,7 +36,7 @@ int failed(const SourcePlace& place, const char* message) {
 void refuse(UdpMasterK720& service, const camctrl_msg_t& msg, vlm_err_t err,
             const SourcePlace& place, const char* line) {
   service.error_info_to_apps(msg, err);
-  udp_say(place, "%s", line);
+  udp_say_text(place, line);
 }
 
 /// The services of this process. They are never freed, and neither is this list, whose purpose is
@@ -166,9 +166,8 @@ void* UdpMasterK720::receive_commands_from_apps(void* arg) {
   const camctrl_msg_t& msg = service.received();
   for (bool handed_over = false;;) {
     // Behind a command the processing thread prints more, and shows all of it together.
-    if (!handed_over) show_output();
+    const std::size_t size = handed_over ? service.receive_message(0) : service.next_of_many();
     handed_over = false;
-    const std::size_t size = service.receive_message();
     if (size == 0) continue;
     udp_say_number(udp_here(), "Received msg:rev_len = ", static_cast<unsigned>(size));
     udp_print_bytes("", reinterpret_cast<const u8*>(&msg), size);
@@ -203,15 +202,24 @@ void* UdpMasterK720::process_commands_from_apps(void* arg) {
   }
 }
 
+/// Receives a datagram that is there already. Where there is none, the thread has to wait, and shows
+/// what it has printed: many that are refused are shown together.
+std::size_t UdpMasterK720::next_of_many() {
+  const std::size_t size = receive_message(MSG_DONTWAIT);
+  if (size > 0) return size;
+  show_output();
+  return receive_message(0);
+}
+
 /// Receives one datagram into the slot: a longer one than the record is cut, and behind a shorter
 /// one stands what the slot held before. Replies go to its sender, even when it is empty. Returns its
 /// size; 0 when there is nothing to act on.
-std::size_t UdpMasterK720::receive_message() {
+std::size_t UdpMasterK720::receive_message(int flags) {
   u8 bytes[sizeof m_camctr_msg];
   sockaddr_in sender{};
   socklen_t sender_size = sizeof sender;
   const ssize_t count =
-      recvfrom(m_udp_server_fd, bytes, sizeof bytes, 0, generic(sender), &sender_size);
+      recvfrom(m_udp_server_fd, bytes, sizeof bytes, flags, generic(sender), &sender_size);
   if (count < 0) return 0;
   if (m_restrictions.admits && !m_restrictions.admits(sender)) return 0;
   const auto size = static_cast<std::size_t>(count);

@@ -117,7 +117,8 @@ class UdpMasterK720 {
   /// silent, each costs the next one 3 s.
   static constexpr int kMostWaiting = 8;
 
-  std::size_t receive_message();
+  std::size_t next_of_many();
+  std::size_t receive_message(int flags);
   /// The slot, for the receiving thread: only it writes the slot, so it may read it without the lock.
   const camctrl_msg_t& received() const VLM_UNCHECKED { return m_camctr_msg; }
   int take_mutex();

@@ -18,6 +18,10 @@ void udp_say(const SourcePlace& place, const char* format, ...) {
   va_end(args);
 }
 
+void udp_say_text(const SourcePlace& place, const char* text) {
+  print_pieces({"[", place.file, ":", place.function, "][", Decimal(place.line), "]: ", text});
+}
+
 void udp_say_number(const SourcePlace& place, const char* text, unsigned number) {
   print_pieces({"[", place.file, ":", place.function, "][", Decimal(place.line), "]: ", text,
                 Decimal(number), "\n"});

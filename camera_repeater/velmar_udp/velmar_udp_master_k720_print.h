@@ -24,7 +24,9 @@ constexpr SourcePlace udp_here(const char* file = __builtin_FILE(),
 void udp_say(const SourcePlace& place, const char* format, ...)
     __attribute__((format(printf, 2, 3)));
 
-/// The same for `text`, a number and a newline: what every command prints goes this way.
+/// The same for a text as it is, and for `text`, a number and a newline: what every datagram prints
+/// goes these ways.
+void udp_say_text(const SourcePlace& place, const char* text);
 void udp_say_number(const SourcePlace& place, const char* text, unsigned number);
 
 /// Prints `title` and then each of `size` bytes as "0x%02x ", with a newline after every 8th and one

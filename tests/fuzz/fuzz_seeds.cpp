@@ -264,6 +264,42 @@ void recording(const std::string& directory) {
   }
 }
 
+void address(const std::string& directory) {
+  Seeds seeds(directory, "address");
+  const std::string sender{'\x01', '\x0A', '\x02', '\x07'};
+  for (const char* const networks : {"", "10.1.7.2\n", "10.1.0.0/16\n127.0.0.1\n", "0.0.0.0/0\n",
+                                     "10.1.0.1/16\n::1\nhost\n300.1.1.1\n"}) {
+    for (const char rate : {'\0', '\1', '\x50'}) {
+      std::string seed = networks + std::string("\n") + rate;
+      for (char tenths = 0; tenths < 20; ++tenths) seed += sender + tenths;
+      seeds.add(seed);
+    }
+  }
+}
+
+/// What vlmctl gets: over the bus, and from the service.
+void client(const std::string& directory) {
+  Seeds bus(directory, "client");
+  Seeds remote(directory, "remote_reply");
+  std::size_t number = 0;
+  for (const Operation& operation : operations()) {
+    const auto reply = text_of_record(operation.success_reply());
+    const auto message = camera_message(LCM_CONTROL_CAMERA, reply);
+    const auto answer = std::string("\4") + '\0' + '\x10' + reply.substr(2, 16);
+    bus.add('\0' + word_of(number) + answer + '\1' + word_of(number) + answer + "\5\x32\6");
+    bus.add('\2' + word_of(static_cast<std::size_t>(operation.code)) + '\0' +
+            step(3, packet(kRequestChannel, message)) + "\5\xFF\5\xFF");
+    ++number;
+  }
+  for (const int option : kOptions) {
+    const auto asked = word_of(static_cast<std::size_t>(option));
+    for (const std::size_t size : {0U, 1U, 2U, 9U, 20U}) {
+      remote.add('\1' + asked + text_of(camctrl_reply(option, 0, Bytes(size, 0x41))));
+    }
+    remote.add('\1' + asked + text_of(camctrl_error_reply(camctrl_request(option), 2)));
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -272,7 +308,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   for (auto* const write : {listener, datagram, client_reply, client_words, console, camera,
-                            time_log, trace_log, recording}) {
+                            time_log, trace_log, recording, address, client}) {
     write(argv[1]);
   }
   return 0;

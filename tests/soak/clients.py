@@ -17,7 +17,8 @@ PROMPT = "Please input cmd below:[cmd_type] [param0] [param1] ..."
 # What none of them may ever say.
 BROKEN = re.compile(r"already pending|CRITICAL|Sanitizer|terminate called|buffer overflow")
 
-# What an engine says of each reply that reaches it.
+# What an engine says of each reply that reaches it: a line of its own, or on the console the rest of one
+# that has no end yet, such as "zoom = 5.5".
 NAMELESS = "Unknown lcm cmd"  # a command without a name of its own
 HEARD = r"LCM request .* took: |not waiting on answer$"
 

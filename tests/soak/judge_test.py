@@ -2,11 +2,13 @@
 """The judge of the soak tests: what it has to notice."""
 import sys
 import unittest
+from collections import Counter
 
 import camera_log
 from clients import NOT_SENT, TIMEOUT, Outcome, Stuck, engine_outcome
 from commands import Command
 from lane import judge
+from soak import grown
 
 SET_METERING = Command(18, b"\x01", " 1", 19, b"\x01")
 GET_MODE = Command(1, option=4121, one_byte=True)
@@ -113,6 +115,14 @@ class TheEngine(unittest.TestCase):
                        "!!!!CRITICAL!!!! ..."]):
             with self.assertRaises(Stuck):
                 self.outcome(*lines)
+
+
+class TheDescriptors(unittest.TestCase):
+    def test_may_not_grow_by_one(self):
+        before = [("camera_sim", Counter({"socket:": 6})), ("vlm_test", Counter({"socket:": 2}))]
+        after = [("camera_sim", Counter({"socket:": 7})), ("vlm_test", Counter({"socket:": 1}))]
+        self.assertEqual(grown(before, before), [])
+        self.assertEqual(grown(before, after), ["descriptors of camera_sim grew by {'socket:': 1}"])
 
 
 if __name__ == "__main__":

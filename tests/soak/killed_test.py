@@ -4,9 +4,10 @@
 usage: killed_test.py BIN_DIRECTORY ROUNDS [--seed N]
 
 Each round asks through console or service, kills one of the three at some moment within 20 ms and starts
-it again: whoever lives on ends what it was asked, and all three work together as before. What the dead
-leave in the bus directory is removed. In the end the console is stopped until the camera finds that it
-takes no more; the service is answered all the while, and the console again when it goes on.
+it again, or kills a vlmctl that asks: whoever lives on ends what it was asked, and all three work
+together as before. What the dead leave in the bus directory is removed. In the end the console is stopped
+until the camera finds that it takes no more; the service is answered all the while, and the console
+again when it goes on.
 """
 import argparse
 import os
@@ -50,15 +51,15 @@ class Cast:
 
     def start(self, role):
         if role == "camera":
-            self.camera = self._run("camera_sim")
+            self.camera = self.run("camera_sim")
             await_line(self.camera, "camera_sim: ready")
         elif role == "console":
             self.console = Console(self._programs, self._environment)
         else:
-            self.service = Service(self._run("vlm_udp_service", "--port", "0", "--sdcard",
-                                             self._directory.name))
+            self.service = Service(self.run("vlm_udp_service", "--port", "0", "--sdcard",
+                                            self._directory.name))
 
-    def _run(self, name, *options):
+    def run(self, name, *options):
         return Program(os.path.join(self._programs, name), *options, environment=self._environment,
                        tally=HEARD)
 
@@ -90,9 +91,27 @@ class Cast:
 
 
 def play_round(cast, chance):
-    asker = chance.choice(["console", "service"])
-    victim = chance.choice(["camera", "console", "service"])
-    death = threading.Timer(chance.uniform(0, LONGEST_LIFE), cast.program(victim).process.kill)
+    victim = chance.choice(["camera", "console", "service", "vlmctl"])
+    life = chance.uniform(0, LONGEST_LIFE)
+    if victim == "vlmctl":
+        kill_vlmctl(cast, life)
+    else:
+        kill_one_of_three(cast, chance.choice(["console", "service"]), victim, life)
+    cast.work_together()
+
+
+def kill_vlmctl(cast, life):
+    program = cast.run("vlmctl", "send", str(COMMAND["service"].code))
+    death = threading.Timer(life, program.process.kill)
+    death.start()
+    death.join()
+    status = program.end()
+    if status not in (0, -signal.SIGKILL):
+        raise Stuck(f"vlmctl ended with {status}: {program.all_errors()}")
+
+
+def kill_one_of_three(cast, asker, victim, life):
+    death = threading.Timer(life, cast.program(victim).process.kill)
     if victim == asker:
         cast.tell(asker)
         death.start()
@@ -104,7 +123,6 @@ def play_round(cast, chance):
     death.join()
     cast.bury(victim)
     cast.start(victim)
-    cast.work_together()
 
 
 def stop_the_console(cast):

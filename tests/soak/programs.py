@@ -5,6 +5,7 @@ import select
 import subprocess
 import tempfile
 import time
+from collections import Counter
 
 START_LIMIT = 30  # seconds; far more than any of them takes
 
@@ -19,7 +20,7 @@ class Program:
 
     def __init__(self, path, *options, environment, tally="$^"):
         self.name = os.path.basename(path)
-        self.tally = 0  # lines so far that match the pattern `tally`
+        self.tally = 0  # lines so far in which the pattern `tally` is found
         self.errors = tempfile.TemporaryFile("w+")
         self.process = subprocess.Popen([path, *options], env=environment, stdin=subprocess.PIPE,
                                         stdout=subprocess.PIPE, stderr=self.errors)
@@ -44,7 +45,7 @@ class Program:
             for line in whole:
                 text = line.decode(errors="replace")
                 self.lines.append((now, text))
-                self.tally += bool(self._tallied.match(text))
+                self.tally += bool(self._tallied.search(text))
 
     def say(self, line):
         self.process.stdin.write(line.encode() + b"\n")
@@ -75,11 +76,19 @@ class Program:
         return self.process.returncode
 
     def usage(self):
-        """Its resident memory in KiB, its open descriptors, its threads."""
+        """Its resident memory in KiB, its open descriptors, its threads; raises Stuck when it has ended."""
+        if self.process.poll() is not None:
+            raise Stuck(f"{self.name} has ended with {self.process.returncode}: {self.all_errors()}")
         place = f"/proc/{self.process.pid}"
         with open(place + "/status", encoding="ascii") as status:
             numbers = dict(re.findall(r"^(VmRSS|Threads):\s*(\d+)", status.read(), re.M))
         return int(numbers["VmRSS"]), len(os.listdir(place + "/fd")), int(numbers["Threads"])
+
+    def descriptors(self):
+        """How many it has open of each kind, or file."""
+        place = f"/proc/{self.process.pid}/fd"
+        return Counter(re.sub(r"\[\d+\]", "", os.readlink(f"{place}/{each}"))
+                       for each in os.listdir(place))
 
 
 def wait(condition, seconds, *readable):

@@ -15,13 +15,12 @@ import threading
 import time
 
 from lane import Lane
+from programs import Stuck
 from soak_picture import draw
 
-# What a program's memory may grow by once it has served for a while.
+# What a program's memory may grow by once it has served for a while; its descriptors and its threads may
+# not.
 GROWTH_KIB = 512
-# Likewise its descriptors: whoever publishes keeps the connection to a client that has gone until it
-# publishes the next time.
-GROWTH_DESCRIPTORS = 2
 # That while ends with this share of the run.
 WARM = 0.2
 
@@ -34,18 +33,35 @@ def faults(percent):
         ("restart-every", "100" if percent else "0")]
 
 
-class Worker(threading.Thread):
-    """Keeps one lane busy until `ends`."""
+def grown(before, after):
+    """What programs have open that they had not; both are [(name, descriptors)]."""
+    return [f"descriptors of {name} grew by {dict(now - then)}"
+            for (name, then), (_, now) in zip(before, after) if now - then]
 
-    def __init__(self, lane, ends):
-        super().__init__()
+
+class Worker(threading.Thread):
+    """Keeps one lane busy for `seconds`; notes its open descriptors once it has served for a while."""
+
+    def __init__(self, lane, seconds):
+        super().__init__(daemon=True)
         self.lane = lane
-        self._ends = ends
+        self.descriptors = None
+        self._began = time.monotonic()
+        self._seconds = seconds
         self.start()
 
     def run(self):
-        while time.monotonic() < self._ends:
+        self._work_until(self._seconds * WARM)
+        self.descriptors = self.lane.descriptors_at_rest()
+        self._work_until(self._seconds)
+
+    def _work_until(self, seconds):
+        while time.monotonic() < self._began + seconds:
             self.lane.step()
+
+    def grown_descriptors(self):
+        """What the lane has open now and had not then."""
+        return grown(self.descriptors, self.lane.descriptors_at_rest())
 
 
 def sample(lanes, began):
@@ -79,8 +95,6 @@ def growth(samples, seconds):
     for before, after in zip(warm["usage"], samples[-1]["usage"]):
         if after[0] > before[0] + GROWTH_KIB:
             grown.append(f"memory of a program grew from {before[0]} to {after[0]} KiB")
-        if after[1] > before[1] + GROWTH_DESCRIPTORS:
-            grown.append(f"descriptors of a program grew from {before[1]} to {after[1]}")
         if after[2] > before[2]:
             grown.append(f"threads of a program grew from {before[2]} to {after[2]}")
     return grown
@@ -90,15 +104,26 @@ def run(options):
     camera_options = faults(options.faults)
     lanes = [Lane(options.programs, camera_options, options.seed + number, options.margin)
              for number in range(options.lanes)]
+    try:
+        return work(lanes, camera_options, options)
+    except Stuck:
+        for lane in lanes:
+            lane.end()
+        raise
+
+
+def work(lanes, camera_options, options):
     began = time.monotonic()
     seconds = options.minutes * 60
-    workers = [Worker(lane, began + seconds) for lane in lanes]
+    workers = [Worker(lane, seconds) for lane in lanes]
     samples = watch(lanes, began, seconds, options.every)
     for worker in workers:
         worker.join()
     trouble = growth(samples, seconds)
-    for lane in lanes:
+    for worker in workers:
+        lane = worker.lane
         lane.heal(camera_options)
+        trouble += worker.grown_descriptors()
         lane.end()
         trouble += lane.complaints
     latencies = sorted((when - began, took) for lane in lanes for when, took in lane.latencies)
@@ -118,7 +143,10 @@ def main():
     parser.add_argument("--picture", default="soak.svg")
     options = parser.parse_args()
     print(f"seed {options.seed}, {options.lanes} lanes, {options.faults:g} % of each fault")
-    last, trouble = run(options)
+    try:
+        last, trouble = run(options)
+    except Stuck as stuck:
+        sys.exit(f"FAILED: {stuck}")
     print(*trouble, sep="\n", end="\n" if trouble else "")
     verdict = "FAILED" if trouble else "passed"
     print(f"{verdict}: {last['requests']} requests, {last['faults']} faults, "

@@ -264,6 +264,25 @@ TEST_F(BusMonitorTest, EndsOnEachSignalWithItsRecordingWhole) {
   }
 }
 
+TEST_F(BusMonitorTest, EndsOnASignalWhileNobodyReadsThePipeItIsToRecordTo) {
+  Process monitor({"/bin/sh", "-c",
+                   "cd " + _folder.path() + " && mkfifo pipe && echo waits && exec " +
+                       program_in_shell("vlm_bus_monitor") + " -w pipe"},
+                  environment());
+  monitor.read_until("waits");
+  monitor.signal(SIGTERM);
+  EXPECT_EQ(monitor.wait(), 128 + SIGTERM);
+}
+
+TEST_F(BusMonitorTest, SaysThatItCannotRecordAnyMore) {
+  start_monitor("-q -w recording", "sh -c 'trap \"\" XFSZ; ulimit -f 16; exec \"$0\" \"$@\"'");
+  // Many blocks of 512 bytes more than it may write.
+  EXPECT_EQ(run({"bus_peer", "flood", "c", "sender", "1000"}).status, 0);
+  EXPECT_EQ(_monitor->read_all(), "vlm_bus_monitor: cannot write recording: File too large\n");
+  EXPECT_EQ(_monitor->wait(), 1);
+  EXPECT_FALSE(entries("recording").empty());
+}
+
 TEST_F(BusMonitorTest, SaysWhatItCannotRead) {
   const auto fails = [&](const std::string& name, int status, const std::string& why) {
     const Outcome outcome = run({"vlm_bus_monitor", "-r", _folder / name});

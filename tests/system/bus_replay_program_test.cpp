@@ -112,6 +112,32 @@ TEST_F(BusReplayTest, SendsNothingDestructiveAndNothingRedactedUnasked) {
             "left out 1 requests: 1 redacted\nequal: 2 equal, 0 different\n");
 }
 
+TEST_F(BusReplayTest, TellsWhatItLeftOutAlsoWhereNothingIsCompared) {
+  write_recording("recording", {request(0, 28), reply(1, 28)});
+  start_camera();
+  const Outcome outcome = play("console", {"--speed", "max"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors.substr(outcome.errors.find('\n') + 1),
+            "left out 1 requests: 1 destructive\n");
+}
+
+TEST_F(BusReplayTest, IsNotEqualWhenItIsEndedBeforeItsEnd) {
+  write_recording("recording", {request(0, 82), reply(1, 82, {0, 0, 128, 63}), request(60000, 82),
+                                reply(60001, 82, {0, 0, 128, 63})});
+  start_camera();
+  start_monitor();
+  const auto replay =
+      start({"vlm_bus_replay", _folder / "recording", "--as", "console", "--expect"});
+  _monitor->read_until("GET_ZOOM ok");
+  replay->signal(SIGTERM);
+  const std::string told = replay->read_all();
+  EXPECT_EQ(replay->wait(), 1);
+  EXPECT_NE(told.find("the replay: told to end before its end\ndiffers: "), std::string::npos)
+      << told;
+  const std::string seen = end_monitor();
+  EXPECT_EQ(seen.find("GET_ZOOM"), std::string::npos) << seen;
+}
+
 TEST_F(BusReplayTest, AnswersTheNthTimeWithTheNthAnswer) {
   write_recording("recording",
                   {request(0, 82), reply(1, 82, {0, 0, 128, 63}), request(2, 82),

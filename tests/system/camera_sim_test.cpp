@@ -1,6 +1,10 @@
 // The simulated camera as a program.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -26,6 +30,15 @@ class CameraSimProgram : public testing::Test {
     camera->read_until("camera_sim: ready");
     camera->read_until("\n");
     return camera;
+  }
+  /// In the directory of this test, with what a shell does to its input.
+  std::unique_ptr<Process> start_in_shell(const std::string& redirection,
+                                          const std::string& before = "") const {
+    const std::string command = "cd " + directory.path() + " && " + before + "exec " +
+                                program_in_shell("camera_sim") + " --seed 1 " + redirection +
+                                " 2>&1";
+    return std::make_unique<Process>(std::vector<std::string>{"/bin/sh", "-c", command},
+                                     std::vector<std::string>{"VLM_BUS_DIR=" + bus});
   }
   std::string refusal_because_of(const Process& camera) const {
     return "camera_sim: process " + std::to_string(camera.pid()) + " serves the bus " + bus +
@@ -120,6 +133,46 @@ TEST_F(CameraSimProgram, PromptsAtATerminalAlone) {
   EXPECT_EQ(piped->read_all(), "camera_sim: ready, seed 1\ncard removed\n");
 }
 
+TEST_F(CameraSimProgram, GivesUpALineWithoutAnEndAndServesOn) {
+  const auto camera = start_in_shell("</dev/zero");
+  EXPECT_EQ(camera->read_until("any more\n"),
+            "camera_sim: ready, seed 1\n"
+            "camera_sim: standard input is a line without an end, and is not read any more\n");
+  Process console({program("vlm_test"), "1"}, {"VLM_BUS_DIR=" + bus});
+  console.read_until("Recv GET_CAMERA_MODE Ack OK");
+  camera->signal(SIGTERM);
+  EXPECT_EQ(camera->wait(), 0);
+}
+
+TEST_F(CameraSimProgram, EndsOnASignalAlsoWhereItsInputNeverPauses) {
+  const auto camera = start_in_shell("<input", "mkfifo input; yes state >input & ");
+  camera->read_until("streaming");
+  camera->signal(SIGTERM);
+  camera->read_all();
+  EXPECT_EQ(camera->wait(), 0);
+}
+
+TEST_F(CameraSimProgram, EndsOnASignalAlsoWhereNobodyTakesItsOutput) {
+  constexpr int kRoom = 4096;
+  ASSERT_EQ(mkfifo((directory / "output").c_str(), 0600), 0);
+  const int output = open((directory / "output").c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(fcntl(output, F_SETPIPE_SZ, kRoom), kRoom);
+  const auto camera = start_in_shell("--verbose >output");
+  char ready[64];
+  ASSERT_GT(read(output, ready, sizeof ready), 0);
+  Process console({program("vlm_test")}, {"VLM_BUS_DIR=" + bus});
+  for (int i = 0; i < 200; ++i) console.write("1\n");  // 200 lines and more, of some 30 bytes
+  int waiting = 0;
+  for (int ms = 0; waiting < kRoom - 256 && ms < kPlentyMs; ++ms) {
+    usleep(1000);
+    ASSERT_EQ(ioctl(output, FIONREAD, &waiting), 0);
+  }
+  EXPECT_GE(waiting, kRoom - 256);
+  camera->signal(SIGTERM);
+  EXPECT_EQ(camera->wait(), 0);
+  close(output);
+}
+
 TEST_F(CameraSimProgram, KeepsPicturesInAFolder) {
   const auto camera = start_ready({"--media", directory / ""});
   Process console({program("vlm_test")}, {"VLM_BUS_DIR=" + bus});
@@ -144,6 +197,13 @@ TEST_F(CameraSimProgram, RefusesAScriptThatIsWrong) {
   EXPECT_EQ(camera->wait(), 2);
   EXPECT_EQ(camera->errors(),
             "camera_sim: " + script + ":2: unknown command \"eject\"; \"help\" lists them\n");
+  std::ofstream(script) << "state\n# " << std::string(500, 'x') << "\n" << std::string(500, 'x');
+  const auto long_line = start({"--script", script});
+  EXPECT_EQ(long_line->wait(), 2);
+  EXPECT_EQ(long_line->errors(), "camera_sim: " + script + ":3: the line is too long\n");
+  const auto endless = start({"--script", "/dev/zero"});
+  EXPECT_EQ(endless->wait(), 2);
+  EXPECT_EQ(endless->errors(), "camera_sim: /dev/zero: a line without an end\n");
   const auto without = start({"--script", script + "x"});
   EXPECT_EQ(without->wait(), 1);
   EXPECT_EQ(without->errors(), "camera_sim: " + script + "x: No such file or directory\n");

@@ -80,7 +80,7 @@ TEST_F(MonitorDocsTest, EveryCommandPrintsWhatIsSaid) {
   const auto start_camera = [](const std::string& options) {
     return "rm -f camera\n" + program_in_shell("camera_sim") + ' ' + options +
            " </dev/null >camera & camera=$!\n" +
-           "until grep -q ready camera; do sleep 0.01; done\n";
+           "until grep -qs ready camera; do sleep 0.01; done\n";
   };
   for (std::size_t i = 0; i < all.size(); ++i) {
     if (i == 0) script += start_camera("");

@@ -45,6 +45,22 @@ TEST_F(UdpServiceProgram, NamesItsSourcesByTheirPathsInTheRepository) {
             "[camera_repeater/velmar_udp/velmar_udp_master_k720.cpp:receive_commands_from_apps]");
 }
 
+TEST_F(UdpServiceProgram, ShowsWhatItRefusedBeforeItWaits) {
+  const CamctrlApp app(start_service());
+  Bytes wrong = camctrl_request(4121);
+  wrong.back() = static_cast<u8>(wrong.back() ^ 1);
+  constexpr int kRefused = 3;
+  constexpr int kProtocol = 27;
+  for (int i = 0; i < kRefused; ++i) app.send(wrong);
+  for (int i = 0; i < kRefused; ++i) {
+    EXPECT_EQ(app.receive(), camctrl_error_reply(wrong, kProtocol));
+    EXPECT_EQ(without_places(_service->read_until("(CRC error)\n")),
+              "@receive_commands_from_apps: Received msg:rev_len = 10\n" + byte_dump(wrong) +
+                  "@check_msg_from_apps: CRC data error!\n"
+                  "@receive_commands_from_apps: VLM_ERR_PROTOCOL(CRC error)\n");
+  }
+}
+
 TEST_F(UdpServiceProgram, AnswersForACameraThatDoesNot) {
   const int port = start_service();
   EXPECT_EQ(CamctrlApp(port).ask(camctrl_request(4121)), camctrl_reply(4121, 26));
@@ -110,6 +126,23 @@ TEST_F(UdpServiceProgram, RunsTheTimeLogWhenAskedTo) {
   EXPECT_EQ(lines.substr(0, 5), "0001-");
 }
 
+#ifdef NO_THREADS
+TEST_F(UdpServiceProgram, SaysWhichThreadCannotBeMade) {
+  const std::string why = ": Resource temporarily unavailable\n";
+  const std::string last = "vlm_udp_service: no thread for the time log" + why;
+  std::vector<std::string> told;
+  for (int made = 0; told.empty() || told.back() != last; ++made) {
+    ASSERT_LT(made, 20);
+    Process service({program("vlm_udp_service"), "--port", "0", "--log-time"},
+                    {"VLM_BUS_DIR=" + _directory / "bus", "LD_PRELOAD=" NO_THREADS,
+                     "NO_THREADS_AFTER=" + std::to_string(made)});
+    EXPECT_EQ(service.wait(), 1) << made;
+    told.push_back(service.errors());
+  }
+  EXPECT_EQ(told.front(), "vlm_udp_service: no thread for the output" + why);
+}
+#endif
+
 TEST_F(UdpServiceProgram, IsRefusedAPortInUse) {
   const UdpSocket other;
   const std::string port = std::to_string(other.port());
@@ -144,6 +177,8 @@ TEST_F(UdpServiceProgram, RefusesAWrongCommandLine) {
       {{"--rate", "0"}, "no rate of 1 to 1000000: 0"},
       {{"--rate", "1000001"}, "no rate of 1 to 1000000: 1000001"},
       {{"--sdcard"}, "a value is missing: --sdcard"},
+      {{"--sdcard", std::string(28, 'c'), "--log-time"},
+       "the time log takes no card path of more than 27 characters"},
       {{"--fast"}, "not an option: --fast"},
       {{"-p"}, "not an option: -p"},
       {{"9528"}, "not an option: 9528"},

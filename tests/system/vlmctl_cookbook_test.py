@@ -3,12 +3,14 @@
 
 usage: vlmctl_cookbook_test.py PROGRAMS COOKBOOK
 """
+import json
 import os
 import pathlib
 import re
 import subprocess
 import sys
 import tempfile
+import xml.etree.ElementTree
 
 PROGRAMS = pathlib.Path(sys.argv[1]).resolve()
 TEXT = pathlib.Path(sys.argv[2]).read_text()
@@ -29,6 +31,17 @@ def start(arguments, bus, ready):
         if ready in line:
             return process, line
     sys.exit(f"{arguments[0]} does not serve")
+
+
+def check_files(directory):
+    """What the lines wrote is what their readers take."""
+    for line in (directory / "log.txt").read_text().splitlines():
+        assert re.fullmatch(r"\S+Z (lens\.zoom|camera\.status) = .+", line), line
+    for line in (directory / "log.json").read_text().splitlines():
+        assert json.loads(line)["name"] == "exposure", line
+    assert (directory / "settings.txt").read_text().startswith("# vlm-settings 1\n")
+    suite = xml.etree.ElementTree.parse(directory / "result.xml").getroot()
+    assert (suite.get("tests"), suite.get("failures")) == ("4", "0"), suite.attrib
 
 
 def main():
@@ -55,6 +68,7 @@ def main():
                 allowed = STATUSES["diff"] if " diff " in line else {0}
                 assert done.returncode in allowed, (line, done)
                 assert not done.stderr or "--wait" in line, (line, done)
+            check_files(pathlib.Path(directory))
         finally:
             for process in reversed(processes):
                 process.terminate()

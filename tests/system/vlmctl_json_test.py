@@ -17,6 +17,13 @@ PROGRAMS = pathlib.Path(sys.argv[1]).resolve()
 PAGE = pathlib.Path(sys.argv[2]).read_text()
 STOP_RECORDING = 5
 NAMES_OF_FIELDS = {"value", "raw"}  # of groups: objects of their fields
+TIME = re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z")
+NUMBER = (int, float, type(None))  # none: the camera told no number
+TYPES = {"event": str, "status": str, "storage": int, "count": int, "file": str, "index": int,
+         "result": int, "roll": NUMBER, "pitch": NUMBER, "yaw": NUMBER, "latitude": NUMBER,
+         "longitude": NUMBER, "altitude": NUMBER, "time": str}
+# What the operator of the camera types, each for another event.
+NOTIFICATIONS = ("notify 5 42", "notify 6", "notify 7", "notify 8")
 
 
 def documented(command):
@@ -36,6 +43,39 @@ def keys_of(value):
     if isinstance(value, list):
         for part in value:
             yield from keys_of(part)
+
+
+def documented_events():
+    """{event: its keys} as the page's row has them: `picture` with `file`, `index` ...; ..."""
+    (row,) = re.findall(r"^\| `events` \| `.*?`: (.*) \|$", PAGE, re.M)
+    events = {}
+    for part in row.split(". ")[0].split(";"):
+        event, *keys = re.findall(r"`([^`]*)`", part)
+        events[event] = {"event", *keys, "time"}
+    return events
+
+
+def check_events(camera, environment):
+    """Every event with exactly its keys, each of its type."""
+    expected = documented_events()
+    vlmctl = subprocess.Popen([PROGRAMS / "vlmctl", "--json", "events", "--count", "12"], text=True,
+                              env=environment, stdout=subprocess.PIPE)
+    # When it begins to hear cannot be seen: they come again until it has heard enough.
+    while vlmctl.poll() is None:
+        camera.stdin.write("".join(line + "\n" for line in NOTIFICATIONS))
+        camera.stdin.flush()
+        try:
+            vlmctl.wait(0.1)
+        except subprocess.TimeoutExpired:
+            pass
+    events = [json.loads(line) for line in vlmctl.stdout]
+    assert vlmctl.returncode == 0 and len(events) == 12, (vlmctl.returncode, events)
+    assert {event["event"] for event in events} == set(expected), events
+    for event in events:
+        assert set(event) == expected[event["event"]], event
+        for key, value in event.items():
+            assert isinstance(value, TYPES[key]), (key, event)
+        assert TIME.fullmatch(event["time"]), event
 
 
 def main():
@@ -80,6 +120,11 @@ def main():
             check(value, 0, "send", "1")
             check(documented("send"), 0, "send", str(STOP_RECORDING))
             check(documented("ping"), 0, "ping", "--count", "3", "--interval", "1ms")
+            check_events(camera, environment)
+            check(error, 2, "get", "--nothing")
+            check(error, 2, "nothing")
+            check(error, 2)
+            check(error, 5, "get", b"\xff\x01")
             check(error, 5, "get", "nothing")
             check(error, 1, "set", "white_balance.custom=50")
         finally:

@@ -95,6 +95,18 @@ TEST_F(VlmctlProgram, Status7WithoutABusOrACamera) {
   EXPECT_EQ(run({"--camera", directory / "file", "get", "camera.mode"}), 7);
 }
 
+TEST_F(VlmctlProgram, Status7WhereAThreadCannotBeMade) {
+  start_camera();
+  for (int made = 0; made < 2; ++made) {
+    Process vlmctl(
+        {program("vlmctl"), "get", "camera.mode"},
+        {environment[0], "LD_PRELOAD=" NO_THREADS, "NO_THREADS_AFTER=" + std::to_string(made)});
+    EXPECT_EQ(vlmctl.wait(), 7);
+    EXPECT_EQ(vlmctl.errors(),
+              "vlmctl: a thread cannot be made: Resource temporarily unavailable\n");
+  }
+}
+
 TEST_F(VlmctlProgram, Status8WhenItReadsBackDifferently) {
   // The lens of a live camera takes its time.
   start_camera({"--live"});
@@ -115,6 +127,14 @@ TEST_F(VlmctlProgram, Status9WhenTheOutputCannotBeWritten) {
   Process help({"/bin/sh", "-c", program_in_shell("vlmctl") + "--help >/dev/full"});
   EXPECT_EQ(help.wait(), 9);
   EXPECT_EQ(help.errors(), "vlmctl: standard output: No space left on device\n");
+}
+
+TEST_F(VlmctlProgram, Status9WhenTheOutputIsClosed) {
+  start_camera();
+  Process closed({"/bin/sh", "-c", program_in_shell("vlmctl") + "get camera.mode >&-"},
+                 environment);
+  EXPECT_EQ(closed.wait(), 9);
+  EXPECT_EQ(closed.errors(), "vlmctl: standard output: Bad file descriptor\n");
 }
 
 TEST_F(VlmctlProgram, Status10WhenSettingsDiffer) {
@@ -173,6 +193,85 @@ TEST_F(VlmctlProgram, TellsTheStatesOfAnUpgrade) {
   EXPECT_NE(err.find("camera.upgrade: VLM err is upgrading quorin camera\n"), std::string::npos);
   EXPECT_EQ(run({"get", "camera.version.patch"}), 0);
   EXPECT_EQ(out, "camera.version.patch = 1\n");
+}
+
+TEST_F(VlmctlProgram, TakesNoAnswerToAnotherCommandForItsOwn) {
+  start_camera({"--mute", "1"});
+  directory.write("others", "repeat 1000000\nget lens.zoom\nend\n");
+  const auto others = start({"batch", directory / "others"});
+  others->read_until("lens.zoom = 1 x\n");  // whose answers go to everybody on the bus
+  EXPECT_EQ(run({"--timeout", "300ms", "get", "camera.mode"}), 3);
+  EXPECT_EQ(out, "");
+  EXPECT_EQ(run({"get", "image.osd"}), 0);
+  EXPECT_EQ(out, "image.osd = off\n");
+}
+
+TEST_F(VlmctlProgram, TwoAtOnceEachGetTheirOwn) {
+  start_camera();
+  directory.write("zoom", "repeat 100\nset lens.zoom=2 --verify\nset lens.zoom=3 --verify\nend\n");
+  directory.write("osd",
+                  "repeat 100\nset image.osd=on --verify\nset image.osd=off --verify\nend\n");
+  const auto zoom = start({"batch", directory / "zoom"});
+  const auto osd = start({"batch", directory / "osd"});
+  zoom->read_all();
+  osd->read_all();
+  EXPECT_EQ(zoom->wait(), 0) << zoom->errors();
+  EXPECT_EQ(osd->wait(), 0) << osd->errors();
+}
+
+// The camera dies in the middle of something. What is said of it comes with the output.
+
+class VlmctlAndADyingCamera : public VlmctlProgram {
+ protected:
+  /// Starts what would go on for long, and kills the camera once it has printed `sign`.
+  std::unique_ptr<Process> start_and_kill(const std::string& words, const std::string& sign) {
+    auto process = std::make_unique<Process>(
+        Words{"/bin/sh", "-c", "exec " + program_in_shell("vlmctl") + words + " 2>&1"},
+        environment);
+    process->read_until(sign);
+    camera->kill_and_wait();
+    return process;
+  }
+};
+
+TEST_F(VlmctlAndADyingCamera, ARestoreStopsAtItsLineAndIsFinishedLater) {
+  start_camera();
+  ASSERT_EQ(run({"save", directory / "all"}), 0);
+  camera->write("latency 150ms\n");
+  const auto restore = start_and_kill("restore " + (directory / "all"), "(unchanged)\n");
+  const std::string said = restore->read_all();
+  EXPECT_EQ(said.substr(said.size() - std::min<std::size_t>(said.size(), 12)), ": no answer\n");
+  EXPECT_EQ(restore->wait(), 9);  // some are restored
+  start_camera();
+  EXPECT_EQ(run({"set", "image.osd=on"}), 0);
+  EXPECT_EQ(run({"restore", directory / "all"}), 0) << err;
+  EXPECT_EQ(run({"diff", directory / "all"}), 0);
+}
+
+TEST_F(VlmctlAndADyingCamera, ABatchEndsWithTheFailedStep) {
+  start_camera();
+  directory.write("script", "repeat 1000000\nget lens.zoom\nend\n");
+  const auto batch =
+      start_and_kill("--timeout 1s batch " + (directory / "script"), "lens.zoom = 1 x\n");
+  batch->read_until("vlmctl: lens.zoom: no answer\nvlmctl: line 2 ended with 3: get lens.zoom\n");
+  EXPECT_EQ(batch->wait(), 3);
+}
+
+TEST_F(VlmctlAndADyingCamera, AWatchSaysSoAndGoesOnWithTheNextCamera) {
+  start_camera();
+  const auto watch =
+      start_and_kill("--timeout 1s watch lens.zoom --every 1ms", "lens.zoom = 1 x\n");
+  watch->read_until("vlmctl: lens.zoom: no answer\n");
+  start_camera();
+  watch->read_until("lens.zoom = 1 x\n");
+}
+
+TEST_F(VlmctlAndADyingCamera, AnUpgradeIsWaitedForNoLongerThanAllowed) {
+  start_camera();
+  const auto upgrade =
+      start_and_kill("--timeout 1s run camera.upgrade --wait --for 2s", "is upgrading");
+  upgrade->read_until("vlmctl: camera.upgrade: still no answer\n");
+  EXPECT_EQ(upgrade->wait(), 11);
 }
 
 // What changes on a terminal; its standard error is the terminal, too.
@@ -287,6 +386,31 @@ TEST_F(VlmctlShell, CompletesAtATerminalAndKeepsTheHistory) {
   const std::string history = directory.read("state/vlmctl/history");
   EXPECT_NE(history.find("get"), std::string::npos);
   EXPECT_EQ(history.find("hunter"), std::string::npos);
+}
+
+TEST_F(VlmctlShell, AsksTheCameraNothingForACompletion) {
+  start_camera({"--verbose"});
+  const auto shell = start_shell(Process::kPty);
+  shell->read_until("vlmctl> ");
+  shell->write("get lens.zoom\n");
+  shell->read_until("lens.zoom = 1 x");
+  shell->write("set exposure.mode=\t");
+  shell->read_until("exposure.mode=manual");
+  shell->write("\x03get image.o\t\n");
+  shell->read_until("image.osd = off");
+  shell->write("exit\n");
+  EXPECT_EQ(shell->wait(), 0);
+  camera->write("quit\n");
+  int requests = 0;
+  while (const auto line = camera->line()) requests += line->rfind("-> ", 0) == 0 ? 1 : 0;
+  EXPECT_EQ(requests, 2);
+}
+
+TEST_F(VlmctlShell, RefusesALineWithoutAnEnd) {
+  const auto shell = start_shell(Process::kPipe);
+  shell->write(std::string(70'000, 'x'));
+  EXPECT_EQ(shell->wait(), 2);
+  EXPECT_EQ(shell->errors(), "vlmctl: a line is too long\n");
 }
 
 TEST_F(VlmctlShell, CtrlCEndsTheCommandAndNotTheShell) {

@@ -1,6 +1,7 @@
 // What a replay compares, and how it tells what it found.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "replay_compare.h"
 #include "replay_options.h"
 #include "replay_result.h"
+#include "temporary_directory.h"
 
 using namespace vlm::monitor;
 
@@ -131,7 +133,22 @@ TEST(ReplayOptionsTest, AreChecked) {
   EXPECT_EQ(replay_fault({"f", "--as", "console", "--loop"}), "--loop is the camera's");
   EXPECT_EQ(replay_fault({"f", "--as", "camera", "--destructive"}),
             "--destructive is the console's");
+  EXPECT_EQ(replay_fault({"f", "--as", "console", "--expect", "--junit", "f"}),
+            "the recording cannot be written");
   EXPECT_EQ(replay_fault({"f", "--nonsense"}), "unknown option --nonsense");
+}
+
+TEST(ReplayOptionsTest, PaceWhatWasRecorded) {
+  constexpr std::int64_t kSecond = 1'000'000'000;
+  ReplayOptions options;
+  EXPECT_EQ(options.paced(5 * kSecond).count(), 5 * kSecond);
+  options.speed = 2.5;
+  EXPECT_EQ(options.paced(5 * kSecond).count(), 2 * kSecond);
+  options.speed = 0;
+  EXPECT_EQ(options.paced(5 * kSecond).count(), 0);
+  options.speed = 0.001;
+  EXPECT_EQ(options.paced(std::int64_t{1} << 61).count(), kSecond * kSecond);
+  EXPECT_EQ(options.paced(-(std::int64_t{1} << 61)).count(), 0);
 }
 
 std::string monitor_fault(const std::vector<std::string>& arguments) {
@@ -150,6 +167,13 @@ TEST(MonitorOptionsTest, AreChecked) {
   EXPECT_EQ(monitor_fault({"-w", "f", "--keep", "3"}), "--keep needs --rotate");
   EXPECT_EQ(monitor_fault({"--svg", "f"}), "--svg and --csv need -r");
   EXPECT_EQ(monitor_fault({"-r", "f", "-w", "f"}), "the file that is read cannot be written");
+  TemporaryDirectory folder;
+  folder.write("f");
+  std::filesystem::create_symlink("f", folder / "link");
+  for (const char* const option : {"-w", "--svg", "--csv"}) {
+    EXPECT_EQ(monitor_fault({"-r", folder / "f", option, folder / "link"}),
+              "the file that is read cannot be written");
+  }
   EXPECT_EQ(monitor_fault({"--filter", "colour=red"}), "no filter: colour=red");
   EXPECT_EQ(monitor_fault({"-w", "f", "--rotate", "0"}), "bad value for --rotate: 0");
   EXPECT_EQ(monitor_fault({"-w", "f", "--rotate", "5T"}), "bad value for --rotate: 5T");

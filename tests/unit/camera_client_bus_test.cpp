@@ -103,13 +103,20 @@ class ClientOnBus : public testing::Test {
 
   /// Answers as the script says, by way of the subscription, as the bus does.
   void deliver_to_subscription() {
+    Receive_msg_t* const own = subscription();
+    ScriptedBus::instance().deliver_to(
+        [own](const udp_ctrl_cam_t& reply) { deliver(camera_packet(reply), *own); });
+  }
+
+  static void deliver(userlcm_packet_t packet, Receive_msg_t& subscription) {
+    subscription.f(&packet, sizeof packet, subscription.channel, subscription.func);
+  }
+
+  /// The transport's own.
+  static Receive_msg_t* subscription() {
     transport();
-    ScriptedBus& bus = ScriptedBus::instance();
-    Receive_msg_t* const subscription = bus.wait_for_subscription();
-    bus.deliver_to([subscription](const udp_ctrl_cam_t& reply) {
-      userlcm_packet_t packet = camera_packet(reply);
-      subscription->f(&packet, sizeof packet, subscription->channel, subscription->func);
-    });
+    static Receive_msg_t* const first = ScriptedBus::instance().wait_for_subscription();
+    return first;
   }
 
   /// For good, as its subscription is.
@@ -195,6 +202,21 @@ TEST_F(ClientOnBus, ServesManyThreads) {
   EXPECT_EQ(done_ones, kThreads * kRequests);
   EXPECT_EQ(client.counts().answers, static_cast<unsigned>(kThreads * kRequests));
   EXPECT_EQ(client.counts().unasked, 0U);
+}
+
+TEST_F(ClientOnBus, HandsNothingToWhomListenedToATransportThatHasGone) {
+  ScriptedBus& bus = ScriptedBus::instance();
+  Receive_msg_t* const other = subscription();
+  int heard = 0;
+  {
+    BusTransport transport;
+    transport.listen([&](const void*, std::size_t) { ++heard; });
+    while (bus.wait_for_subscription() == other) std::this_thread::yield();
+    deliver(camera_packet({}), *bus.wait_for_subscription());
+  }
+  EXPECT_EQ(heard, 1);
+  deliver(camera_packet({}), *bus.wait_for_subscription());
+  EXPECT_EQ(heard, 1);
 }
 
 TEST_F(ClientOnBus, TimesOutBySteadyTime) {

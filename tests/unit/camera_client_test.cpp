@@ -72,6 +72,7 @@ class FakeScheduler : public Scheduler {
     return _last;
   }
   void cancel(Id id) override {
+    if (cancels_late) return;
     for (auto each = _actions.begin(); each != _actions.end(); ++each) {
       if (each->first.second == id) {
         _actions.erase(each);
@@ -92,6 +93,8 @@ class FakeScheduler : public Scheduler {
     _now = end;
   }
   std::size_t pending() const { return _actions.size(); }
+
+  bool cancels_late = false;  // the action runs already
 
  private:
   TimePoint _now{};
@@ -265,6 +268,15 @@ TEST_F(Client, GivesUpOnTheStatusAfterHalfASecond) {
   EXPECT_FALSE(has_ended("status"));
   clock.pass(1ms);
   EXPECT_EQ(outcome("status"), Outcome::kNoAnswer);
+}
+
+TEST_F(Client, IsNotEndedAgainByATimeOutThatTheAnswerOvertook) {
+  clock.cancels_late = true;
+  get("exposure.mode", "mode");
+  camera.answer(UDP_CTRL_CAM_GET_AE_MODE, {1});
+  EXPECT_EQ(outcome("mode"), Outcome::kDone);
+  clock.pass(3s);  // keep() notices a second end
+  EXPECT_EQ(outcome("mode"), Outcome::kDone);
 }
 
 TEST_F(Client, IsBusyForWhomWaitedThreeSecondsForTheirTurn) {

@@ -47,6 +47,29 @@ TEST_F(RecordingFileTest, IsForItsOwnerAlone) {
   EXPECT_EQ(status.st_mode & 07777, 0600U);
 }
 
+TEST_F(RecordingFileTest, LeavesADeviceAsItIs) {
+  struct stat before {};
+  struct stat after {};
+  ASSERT_EQ(stat("/dev/null", &before), 0);
+  ASSERT_TRUE(_file.open("/dev/null", {}, _error)) << _error;
+  EXPECT_FALSE(_file.open("/dev/null", {1, 3}, _error));
+  EXPECT_EQ(_error, "cannot rotate /dev/null: it is no file");
+  ASSERT_EQ(stat("/dev/null", &after), 0);
+  EXPECT_EQ(after.st_mode, before.st_mode);
+}
+
+TEST_F(RecordingFileTest, IsOneMonitorsAlone) {
+  ASSERT_TRUE(_file.open(_path, {}, _error)) << _error;
+  _file.add(request(1, 82));
+  ASSERT_TRUE(_file.flush(_error));
+  RecordingFile other;
+  EXPECT_FALSE(other.open(_path, {}, _error));
+  EXPECT_EQ(_error, "cannot write " + _path + ": another monitor records to it");
+  EXPECT_EQ(times("file"), std::vector<long>({1}));
+  _file = RecordingFile();
+  EXPECT_TRUE(other.open(_path, {}, _error));
+}
+
 TEST_F(RecordingFileTest, HoldsAfterEachFlushWhatWasAdded) {
   ASSERT_TRUE(_file.open(_path, {}, _error)) << _error;
   EXPECT_EQ(times("file"), std::vector<long>());
@@ -71,7 +94,6 @@ TEST_F(RecordingFileTest, RotatesAndKeepsSoManyFiles) {
 TEST_F(RecordingFileTest, SaysWhyItCannotBeWritten) {
   EXPECT_FALSE(_file.open(_folder / "missing/file", {}, _error));
   EXPECT_EQ(_error, "cannot write " + _folder.path() + "/missing/file: No such file or directory");
-  ASSERT_TRUE(_file.open("/dev/null", {}, _error));
   RecordingFile full;
   EXPECT_FALSE(full.open("/dev/full", {}, _error));
   EXPECT_EQ(_error, "cannot write /dev/full: No space left on device");

@@ -243,4 +243,13 @@ TEST_F(Lines, ThatAreTooLongKeepNoMoreThanTellsThat) {
   EXPECT_EQ(feed(std::string(kLongestLine, 'y') + "\n").at(0).size(), kLongestLine);
 }
 
+TEST_F(Lines, HaveNoEndWhereItHasNotComeByThen) {
+  feed("one\n" + std::string(kEndlessLine, 'x'));
+  EXPECT_FALSE(buffer.is_endless());
+  feed("x");
+  EXPECT_TRUE(buffer.is_endless());
+  feed("\n");
+  EXPECT_FALSE(buffer.is_endless());
+}
+
 }  // namespace

@@ -1,5 +1,15 @@
 // What the sub-commands of vlmctl send, say and end with.
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+#include "command_contract.h"
 #include "commands.h"
 #include "script.h"
 #include "temporary_directory.h"
@@ -8,6 +18,8 @@
 namespace {
 
 using vlm::client::Outcome;
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
 
 // get
 
@@ -117,6 +129,25 @@ TEST_F(Vlmctl, NeverSendsAgainWhatWasRefused) {
   camera.fails(1, Outcome::kRefused, VLM_ERR_FAILED);
   EXPECT_EQ(run("--retries 5 get camera.mode"), 1);
   EXPECT_EQ(camera.requests.size(), 1U);
+}
+
+TEST_F(Vlmctl, GivesABusyCameraMoreAndMoreTime) {
+  for (int i = 0; i < 4; ++i) camera.fails(1, Outcome::kBusy, VLM_ERR_BUSY);
+  std::vector<Clock::time_point> times;
+  camera.on_request = [&](const std::string&) { times.push_back(Clock::now()); };
+  EXPECT_EQ(run("--retries 4 get camera.mode"), 0);
+  ASSERT_EQ(times.size(), 5U);
+  EXPECT_GE(times[1] - times[0], 20ms);
+  EXPECT_GE(times[2] - times[1], 40ms);
+  EXPECT_GE(times[3] - times[2], 80ms);
+  EXPECT_GE(times[4] - times[3], 160ms);
+}
+
+TEST_F(Vlmctl, TellsEachRequestWhenAskedTo) {
+  camera.fails(1, Outcome::kNoAnswer);
+  EXPECT_EQ(run("-v --retries 1 get camera.mode"), 0);
+  EXPECT_EQ(out, "camera.mode = video\n");
+  EXPECT_EQ(err, "vlmctl: get camera.mode: no answer\nvlmctl: get camera.mode: done, 0.000 ms\n");
 }
 
 // set
@@ -247,7 +278,19 @@ TEST_F(Vlmctl, SendsAnyCodeOfTheTable) {
   EXPECT_EQ(run("send two"), 2);
 }
 
-// wait, watch, ping
+TEST_F(Vlmctl, SendsEveryCodeOfTheTableAndNoOther) {
+  for (int code = 0; code <= 1000; ++code) {
+    const auto& table = command_contract();
+    const bool listed = std::any_of(table.begin(), table.end(),
+                                    [code](const auto& row) { return row.code == code; });
+    const std::string number = std::to_string(code);
+    EXPECT_EQ(run("send " + number), listed ? 0 : 5) << code;
+    EXPECT_EQ(camera.requests, listed ? Requests{"send " + number} : Requests{});
+    EXPECT_EQ(out.empty(), !listed) << code;
+  }
+}
+
+// wait, watch, ping, events
 
 TEST_F(Vlmctl, WaitsUntilAValueIsThere) {
   camera.fails(1, Outcome::kNoAnswer);
@@ -259,6 +302,42 @@ TEST_F(Vlmctl, WaitsUntilAValueIsThere) {
 TEST_F(Vlmctl, EndsWith11WhenItDoesNotCome) {
   EXPECT_EQ(run("wait camera.mode=photo --for 1ms"), 11);
   EXPECT_EQ(err, "vlmctl: camera.mode: the time is over, it is video\n");
+}
+
+TEST_F(Vlmctl, DoesNotCallAnInterruptionTheEndOfTheTime) {
+  const vlm::ctl::InterruptionHandler handler;
+  camera.on_request = [](const std::string&) { std::raise(SIGINT); };
+  EXPECT_EQ(run("wait camera.mode=photo --for 1h"), 11);
+  EXPECT_EQ(err, "vlmctl: camera.mode: interrupted, it is video\n");
+}
+
+TEST_F(Vlmctl, KeepsEventsThatNobodyReadsWithinBounds) {
+  msg_from_rep_t message{};
+  message.msg_type = LCM_UPDATE_CAMERA_MODE;
+  camera.on_request = [&](const std::string&) {
+    for (int i = 0; i < 10'003; ++i) camera.notified(message);
+  };
+  EXPECT_EQ(run("events --count 10000"), 0);
+  EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 10'000);
+  EXPECT_EQ(out.rfind("1970-01-01T00:00:00.000Z mode-changed\n", 0), 0U);
+  EXPECT_EQ(err, "vlmctl: nobody read in time, events lost: 3\n");
+}
+
+TEST_F(Vlmctl, EndsInTimeAlsoWhenEventsNeverEnd) {
+  msg_from_rep_t message{};
+  message.msg_type = LCM_UPDATE_CAMERA_MODE;
+  std::atomic<bool> ended{false};
+  std::thread flood;
+  camera.on_request = [&](const std::string&) {
+    flood = std::thread([&, notify = camera.notified] {
+      while (!ended) notify(message);
+    });
+  };
+  camera.on_deaf = [&] {
+    ended = true;
+    flood.join();
+  };
+  EXPECT_EQ(run("events --for 50ms"), 0);
 }
 
 TEST_F(Vlmctl, WatchesWithTimeStamps) {
@@ -299,6 +378,40 @@ TEST_F(VlmctlFiles, SavesWhatCanBeReadBackAndNamesTheRest) {
   EXPECT_EQ(out, "");
 }
 
+TEST_F(VlmctlFiles, SavesThroughLinksAndIntoPipes) {
+  ASSERT_EQ(symlink(file("all").c_str(), file("link").c_str()), 0);
+  EXPECT_EQ(run("save " + file("link")), 0) << err;
+  EXPECT_EQ(run("diff " + file("all")), 0);
+  struct stat there {};
+  EXPECT_EQ(lstat(file("link").c_str(), &there), 0);
+  EXPECT_TRUE(S_ISLNK(there.st_mode));
+
+  ASSERT_EQ(mkfifo(file("pipe").c_str(), 0600), 0);
+  const int pipe = open(file("pipe").c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK);
+  EXPECT_EQ(run("save " + file("pipe")), 0) << err;
+  std::string text(64U << 10, '\0');
+  const ssize_t size = read(pipe, text.data(), text.size());
+  close(pipe);
+  ASSERT_GT(size, 0);
+  text.resize(static_cast<std::size_t>(size));
+  EXPECT_EQ(text, directory.read("all"));
+}
+
+TEST_F(VlmctlFiles, SavesBesideTheFilesOfOthersAndLeavesNothing) {
+  directory.write("all.part", "another's");
+  EXPECT_EQ(run("save " + file("all")), 0);
+  EXPECT_EQ(directory.read("all.part"), "another's");
+  const std::filesystem::directory_iterator files(directory.path());
+  EXPECT_EQ(std::distance(begin(files), end(files)), 2);
+}
+
+TEST_F(VlmctlFiles, EndsWith9WhenAFileCannotBeWritten) {
+  EXPECT_EQ(run("save " + file("nowhere/all")), 9);
+  EXPECT_EQ(err, "vlmctl: " + file("nowhere/all") + ": No such file or directory\n");
+  EXPECT_EQ(run("save " + directory.path()), 9);
+  EXPECT_EQ(err, "vlmctl: " + directory.path() + ": Is a directory\n");
+}
+
 TEST_F(VlmctlFiles, RestoresWhatDiffersAndReportsEachLine) {
   write("camera.country = DE\nlens.zoom = 1\n");
   EXPECT_EQ(run("restore " + file("file")), 0);
@@ -336,6 +449,27 @@ TEST_F(VlmctlFiles, StopsAtALineWithoutAnAnswerUnlessToldToGoOn) {
   camera.fails(70, Outcome::kNoAnswer);
   EXPECT_EQ(run("restore --keep-going " + file("file")), 9);
   EXPECT_EQ(out, "lens.zoom = 2 x (was 1 x)\n");
+}
+
+// Ctrl-C at each request of a line that borrows a mode.
+TEST_F(VlmctlFiles, EndsARestoreBetweenTwoLinesWhenInterrupted) {
+  write("white_balance.custom = 40\ncamera.country = DE\n");
+  const Requests line{"get 57", "get 13", "set 14 64", "set 58 28", "set 14"};
+  for (const std::string& request : line) {
+    camera = {};
+    camera.on_request = [&request](const std::string& now) {
+      if (now == request) std::raise(SIGINT);
+    };
+    EXPECT_EQ(run("restore " + file("file")), 9) << request;
+    EXPECT_EQ(camera.requests, line) << request;
+    EXPECT_EQ(out.rfind("white_balance.custom = 40 ", 0), 0U) << out;
+    EXPECT_EQ(err, "vlmctl: camera.country: interrupted, not restored\n");
+    camera.on_request = [](const std::string&) {};
+    EXPECT_EQ(run("diff " + file("file")), 10);
+    EXPECT_EQ(out, "camera.country: DE | US\n");
+    EXPECT_EQ(run("restore " + file("file")), 0);
+    EXPECT_EQ(run("diff " + file("file")), 0);
+  }
 }
 
 TEST_F(VlmctlFiles, WritesNothingInADryRun) {
@@ -474,6 +608,13 @@ std::string without_times(std::string text) {
   return text;
 }
 
+TEST_F(VlmctlBatch, IsTakenAtItsWord) {
+  consents = false;
+  EXPECT_EQ(batch("run camera.reboot\n"), 0);
+  EXPECT_EQ(camera.requests, (Requests{"run 45"}));
+  EXPECT_TRUE(questions.empty());
+}
+
 TEST_F(VlmctlBatch, ReportsStepsAsTap) {
   EXPECT_EQ(batch("expect lens.zoom=1\nexpect lens.zoom=2\n", "--tap --keep-going"), 9);
   EXPECT_EQ(without_times(out),
@@ -490,6 +631,13 @@ TEST_F(VlmctlBatch, ReportsStepsAsJUnit) {
   EXPECT_NE(xml.find("tests=\"3\" failures=\"1\""), std::string::npos) << xml;
   EXPECT_NE(xml.find("name=\"set &quot;camera.country=&lt;&amp;&quot;\""), std::string::npos);
   EXPECT_NE(xml.find("<failure type=\"8\" message=\"lens.zoom: it is 1 x\"/>"), std::string::npos);
+}
+
+TEST_F(VlmctlBatch, WritesXmlWhateverTheStepsAreCalled) {
+  EXPECT_EQ(batch("expect camera.country=\xff\x01\xc3\xa4\n", "--junit " + file("result.xml")), 8);
+  EXPECT_NE(directory.read("result.xml")
+                .find("name=\"expect camera.country=\xEF\xBF\xBD\xEF\xBF\xBD\xc3\xa4\""),
+            std::string::npos);
 }
 
 // usage
@@ -529,9 +677,27 @@ TEST_F(Vlmctl, EndsWith2WhenTheCommandLineIsWrong) {
   EXPECT_EQ(err, "vlmctl: unknown command gte, did you mean get?\n");
 }
 
+TEST_F(Vlmctl, TellsWithJsonAlsoAsAnObjectWhatIsWrongWithTheCommandLine) {
+  for (const char* const line :
+       {"--json", "--json gte", "gte --json", "get --json", "get --al --json", "--jsom --json get",
+        "--timeout 3 --json get lens.zoom", "batch --every --json",
+        "--retries 1 --json --retries"}) {
+    EXPECT_EQ(run(line), 2) << line;
+    EXPECT_EQ(out.rfind(R"({"error":{"status":2,"message":")", 0), 0U) << line << out;
+    EXPECT_EQ(err, "") << line;
+  }
+  EXPECT_EQ(run("get -- --json"), 5);
+  EXPECT_EQ(err, "vlmctl: --json: no such name\n");
+}
+
 TEST_F(Vlmctl, HelpListsEveryCommandAndEachHasItsOwn) {
   EXPECT_EQ(run("--help"), 0);
   const std::string help = out;
+  std::string exits = help.substr(help.find("Exit status:"));
+  std::replace(exits.begin(), exits.end(), '\n', ' ');
+  for (int status = 0; status <= 11; ++status) {
+    EXPECT_NE(exits.find(" " + std::to_string(status) + " "), std::string::npos) << status;
+  }
   for (const auto& command : vlm::ctl::commands()) {
     EXPECT_NE(help.find("\n  " + std::string(command.name) + " "), std::string::npos);
     EXPECT_EQ(run(std::string(command.name) + " --help"), 0);

@@ -4,11 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "catalogue_text.h"
+#include "interruption.h"
 #include "program.h"
 
 /// A camera that keeps what is set as bytes, by code.
@@ -20,6 +22,14 @@ class PlayedCamera {
   std::map<int, std::vector<vlm::client::Answer>> outcomes;
   /// By the code that reads them.
   std::map<int, vlm::catalogue::Payload> payloads;
+
+  /// Is told each request when it has come.
+  std::function<void(const std::string& request)> on_request = [](const std::string&) {};
+  /// Where its messages go that nobody asked for.
+  vlm::client::CameraClient::Notified notified;
+
+  /// Is told that nobody listens any more.
+  std::function<void()> on_deaf = [] {};
 
   /// Whether it says that it has set what it has not.
   bool forgets = false;
@@ -77,7 +87,11 @@ class PlayedLink : public vlm::ctl::CameraLink {
     return end_of("run", row.codes.run, payload);
   }
   Answer send(u16 code, const Payload& payload) override { return end_of("send", code, payload); }
-  void on_notification(vlm::client::CameraClient::Notified) override {}
+  void on_notification(vlm::client::CameraClient::Notified notified) override {
+    _camera.notified = std::move(notified);
+    if (_camera.notified) return _camera.on_request("listen");
+    _camera.on_deaf();
+  }
 
  private:
   void store_reply(const Row& row, const Payload& request) {
@@ -96,6 +110,7 @@ class PlayedLink : public vlm::ctl::CameraLink {
       line += digits;
     }
     _camera.requests.push_back(line);
+    _camera.on_request(line);
     Answer answer;
     answer.outcome = vlm::client::Outcome::kDone;
     auto& next = _camera.outcomes[code];
@@ -126,6 +141,7 @@ class Vlmctl : public testing::Test {
     out.clear();
     err.clear();
     camera.requests.clear();
+    vlm::ctl::clear_interruption();
     vlm::ctl::Console console([this](const std::string& text) { out += text; },
                               [this](const std::string& text) { err += text; },
                               [] { return std::chrono::system_clock::time_point(); });

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "options.h"
+#include "recording_input.h"
 
 namespace vlm::monitor {
 
@@ -59,13 +60,20 @@ std::vector<host::Option> table(MonitorOptions& o) {
   };
 }
 
+bool overwrites_what_it_reads(const MonitorOptions& options) {
+  for (const std::string& file : {options.write_file, options.svg_file, options.csv_file}) {
+    if (!file.empty() && is_same_file(file, options.read_file)) return true;
+  }
+  return false;
+}
+
 bool check(const MonitorOptions& options, std::string& error) {
   const bool draws = !options.svg_file.empty() || !options.csv_file.empty();
   if (options.help || options.version) return true;
   if (options.rotates && options.write_file.empty()) error = "--rotate needs -w";
   if (options.keeps && !options.rotates) error = "--keep needs --rotate";
   if (draws && options.read_file.empty()) error = "--svg and --csv need -r";
-  if (!options.read_file.empty() && options.read_file == options.write_file) {
+  if (!options.read_file.empty() && overwrites_what_it_reads(options)) {
     error = "the file that is read cannot be written";
   }
   return error.empty();

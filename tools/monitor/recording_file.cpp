@@ -1,6 +1,7 @@
 #include "recording_file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,14 +29,34 @@ bool RecordingFile::fail(const std::string& what, std::string& error) const {
 }
 
 bool RecordingFile::create(std::string& error) {
-  _file = bus::UniqueFd(::open(_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY,
-                               S_IRUSR | S_IWUSR));
+  _file = bus::UniqueFd();  // and with it the lock on a file of the same name
+  _file = bus::UniqueFd(
+      ::open(_path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY, S_IRUSR | S_IWUSR));
   if (!_file) return fail("write", error);
-  fchmod(_file.get(), S_IRUSR | S_IWUSR);  // of a file that was there before
+  if (!claim(error)) return false;
   _size = 0;
   _unwritten.clear();
   _writer.begin(kProgram, _unwritten);
   return flush(error);
+}
+
+/// Makes the file ours alone, and empty. A pipe or a device stays as it is.
+bool RecordingFile::claim(std::string& error) {
+  struct stat status {};
+  if (fstat(_file.get(), &status) != 0) return fail("write", error);
+  if (!S_ISREG(status.st_mode)) {
+    if (_rotation.size != 0) error = "cannot rotate " + _path + ": it is no file";
+    return _rotation.size == 0;
+  }
+  // Some file systems have neither locks nor modes.
+  if (flock(_file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    error = "cannot write " + _path + ": another monitor records to it";
+    return false;
+  }
+  if (fchmod(_file.get(), S_IRUSR | S_IWUSR) != 0 && status.st_uid != geteuid()) {
+    return fail("write", error);
+  }
+  return ftruncate(_file.get(), 0) == 0 || fail("write", error);
 }
 
 void RecordingFile::add(const Entry& entry) { _writer.add(entry, _unwritten); }

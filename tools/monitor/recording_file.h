@@ -16,7 +16,7 @@ struct Rotation {
   unsigned keep = 10;      // files in all: FILE, FILE.1 the one before, FILE.2 ...
 };
 
-/// Others cannot read it: mode 0600.
+/// Others cannot read it: mode 0600. One process at a time records to it.
 class RecordingFile {
  public:
   /// Creates the file, or empties it. False when that fails: `error` says why.
@@ -30,6 +30,7 @@ class RecordingFile {
 
  private:
   bool create(std::string& error);
+  bool claim(std::string& error);
   bool rotate(std::string& error);
   bool fail(const std::string& what, std::string& error) const;
 

@@ -18,4 +18,11 @@ bool open_recording(const std::string& path, std::ifstream& file, std::string& e
   return static_cast<bool>(file);
 }
 
+bool is_same_file(const std::string& one, const std::string& other) {
+  struct stat first {};
+  struct stat second {};
+  return one == other || (stat(one.c_str(), &first) == 0 && stat(other.c_str(), &second) == 0 &&
+                          first.st_dev == second.st_dev && first.st_ino == second.st_ino);
+}
+
 }  // namespace vlm::monitor

@@ -101,10 +101,7 @@ void ReplayCamera::answer(const Entry& request) {
   const Exchange& exchange = exchanges->all[exchanges->next++];
   _result.equal(exchange.number, exchange.name);
   for (const Exchange::Output& output : exchange.outputs) {
-    const double after_ns =
-        _options.speed == 0 ? 0 : static_cast<double>(output.after_ns) / _options.speed;
-    _due.emplace(now + std::chrono::nanoseconds(static_cast<std::int64_t>(after_ns)),
-                 output.packet);
+    _due.emplace(now + _options.paced(output.after_ns), output.packet);
   }
 }
 

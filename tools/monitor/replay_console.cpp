@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "payload_values.h"
 #include "replay_compare.h"
@@ -19,6 +20,12 @@ std::chrono::nanoseconds limit_of(Kind kind, int code) {
   return std::chrono::nanoseconds(answer_limit_ns(kind, code));
 }
 
+/// Kind and code of the answer.
+std::pair<Kind, int> answer_to(const Decoded& request) {
+  return request.kind == Kind::kRequest ? std::pair(Kind::kReply, request.code)
+                                        : std::pair(Kind::kSideReply, request.code + 1);
+}
+
 bool is_answer(Kind kind) { return kind == Kind::kReply || kind == Kind::kSideReply; }
 
 }  // namespace
@@ -31,20 +38,19 @@ void ReplayConsole::play(const std::vector<Observation>& packets) {
   const std::int64_t first_ns = packets.empty() ? 0 : packets.front().since_ns;
   for (const Observation& packet : packets) {
     if (_inbox.has_ended()) break;
-    const double behind_s = static_cast<double>(packet.since_ns - first_ns) / 1e9;
+    const std::int64_t behind_ns = packet.since_ns - first_ns;
     if (is_request(packet)) {
-      const double wait_s = _options.speed == 0 ? 0 : behind_s / _options.speed;
-      send(packet, start + std::chrono::duration_cast<Clock::duration>(
-                               std::chrono::duration<double>(wait_s)));
+      send(packet, start + _options.paced(behind_ns));
     } else if (is_answer(packet.decoded.kind) && packet.finding.request != 0) {
       await(packet);
     } else if (packet.decoded.kind == Kind::kNotification) {
       await_notification(packet);
     }
-    _recorded_s = behind_s;
+    _recorded_s = static_cast<double>(behind_ns) / 1e9;
   }
   _played_s = std::chrono::duration<double>(Clock::now() - start).count();
   take_rest();
+  if (_inbox.has_ended()) _result.differs(0, "the replay", "told to end before its end");
 }
 
 const char* ReplayConsole::reason_to_leave_out(const Observation& request) const {
@@ -64,6 +70,7 @@ void ReplayConsole::send(const Observation& request, Clock::time_point due) {
   while (Clock::now() < due && !_inbox.has_ended()) {
     if (const auto stray = _inbox.next(due)) take_stray(*stray);
   }
+  if (_inbox.has_ended()) return;
   _sent[request.number] = Clock::now();
   _last_sent_ns = request.since_ns;
   if (_unanswered.count(request.number) != 0) {
@@ -118,7 +125,8 @@ void ReplayConsole::take_stray(const Entry& packet) {
   const Decoded decoded = decode(packet);
   if (decoded.kind == Kind::kNotification) ++_notifications[decoded.code];
   if (!is_answer(decoded.kind)) return;
-  if (auto open = _open.find(decoded.code); open != _open.end() && open->second > 0) {
+  if (auto open = _open.find({decoded.kind, decoded.code});
+      open != _open.end() && open->second > 0) {
     --open->second;
     return;
   }
@@ -136,8 +144,7 @@ void ReplayConsole::note_unanswered(const std::vector<Observation>& packets) {
     if (left_ns > answer_limit_ns(packet.decoded.kind, packet.decoded.code)) {
       _unanswered.insert(packet.number);
     } else {
-      ++_open[packet.decoded.kind == Kind::kRequest ? packet.decoded.code
-                                                    : packet.decoded.code + 1];
+      ++_open[answer_to(packet.decoded)];
     }
   }
 }

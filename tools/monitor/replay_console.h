@@ -5,6 +5,7 @@
 #include <chrono>
 #include <map>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "bus_inbox.h"
@@ -42,7 +43,8 @@ class ReplayConsole {
   ReplayResult _result;
   std::map<std::uint64_t, Clock::time_point> _sent;  // requests, by number
   std::set<std::uint64_t> _unanswered;               // requests that had no answer in the recording
-  std::map<int, int> _open;  // by code: answers that may have come behind the recording's end
+  // By kind and code: answers that may have come behind the recording's end.
+  std::map<std::pair<Kind, int>, int> _open;
   Clock::time_point _last_limit{};    // when the time of the last unanswered request runs out
   std::map<int, int> _notifications;  // by type: how many have come and are not waited for yet
   std::int64_t _last_sent_ns = 0;     // when the request before was, in the recording

@@ -1,10 +1,12 @@
 #include "replay_options.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
 #include "options.h"
 #include "payload_values.h"
+#include "recording_input.h"
 
 namespace vlm::monitor {
 
@@ -70,11 +72,21 @@ bool check(const ReplayOptions& options, std::string& error) {
   if (!options.expect && (options.tap || !options.junit_file.empty() || !options.masked.empty())) {
     error = "--mask, --tap and --junit need --expect";
   }
+  if (!options.junit_file.empty() && is_same_file(options.junit_file, options.file)) {
+    error = "the recording cannot be written";
+  }
   if (options.section.from_s > options.section.to_s) error = "--from lies behind --to";
   return error.empty();
 }
 
 }  // namespace
+
+std::chrono::nanoseconds ReplayOptions::paced(std::int64_t recorded_ns) const {
+  constexpr double kMostNs = 1e18;
+  if (speed == 0) return {};
+  const double ns = std::clamp(static_cast<double>(recorded_ns) / speed, 0.0, kMostNs);
+  return std::chrono::nanoseconds(static_cast<std::int64_t>(ns));
+}
 
 bool parse_replay_options(const std::vector<std::string>& arguments, ReplayOptions& options,
                           std::string& error) {

@@ -2,6 +2,8 @@
 #ifndef MONITOR_REPLAY_OPTIONS_H
 #define MONITOR_REPLAY_OPTIONS_H
 
+#include <chrono>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -24,6 +26,9 @@ struct ReplayOptions {
   bool destructive = false;
   bool help = false;
   bool version = false;
+
+  /// How long a recorded time takes at the speed; at most some thirty years, whatever the file says.
+  std::chrono::nanoseconds paced(std::int64_t recorded_ns) const;
 };
 
 /// False on a usage fault: `error` says which.

@@ -25,6 +25,8 @@ class ReplayResult {
 
   bool has_difference() const;
 
+  /// A line that counts what was left out, if anything was.
+  std::string left_out_line() const;
   /// A line for each difference, one that counts what was left out, and the verdict.
   std::string text() const;
   /// Test Anything Protocol, version 13.
@@ -34,7 +36,6 @@ class ReplayResult {
 
  private:
   std::size_t count(Check::Outcome outcome) const;
-  std::string left_out_line() const;
 
   std::vector<Check> _checks;
 };

@@ -209,8 +209,9 @@ int main(int argc, char** argv) {
   if (options.version) return vlm::host::show(kName, "vlm_bus_monitor " VLM_VERSION "\n");
   Outputs outputs(options);
   if (options.read_file.empty()) {
-    const sigset_t waiting = hold_end_signals();
+    // Before the signals are held: a pipe is opened when somebody reads it.
     if (!outputs.open(error)) return complain(error, kFailure);
+    const sigset_t waiting = hold_end_signals();
     return watch_bus(outputs, waiting);
   }
   if (!outputs.open(error)) return complain(error, kFailure);

@@ -82,8 +82,9 @@ int play_console(const ReplayOptions& options, const std::vector<Observation>& p
   std::fprintf(stderr, "vlm_bus_replay: %.3f s of the recording played in %.3f s, speed %.2f\n",
                console.recorded_s(), console.played_s(),
                console.played_s() > 0 ? console.recorded_s() / console.played_s() : 0);
-  if (!options.expect) return loaded == Loaded::kDamaged ? kDamaged : kEqual;
-  return tell(options, console.result(), loaded);
+  if (options.expect) return tell(options, console.result(), loaded);
+  std::fputs(console.result().left_out_line().c_str(), stderr);
+  return loaded == Loaded::kDamaged ? kDamaged : kEqual;
 }
 
 int play_camera(const ReplayOptions& options, const std::vector<Observation>& packets,

@@ -1,9 +1,9 @@
 #include "arguments.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 
+#include "catalogue_text.h"
 #include "duration.h"
 #include "exit_status.h"
 
@@ -16,10 +16,8 @@ constexpr std::size_t kLineWidth = 96;
 
 [[noreturn]] void refuse(const std::string& message) { fail(kUsage, "", message); }
 
-const Option& find_option(const Options& options, const std::string& name) {
-  const auto* const found = std::find_if(options.begin(), options.end(),
-                                         [&](const Option& option) { return name == option.name; });
-  if (found != options.end()) return *found;
+const Option& known_option(const Options& options, const std::string& name) {
+  if (const Option* const found = find_option(options, name)) return *found;
   std::vector<std::string> names;
   for (const Option& option : options) names.emplace_back(option.name);
   const std::string like = catalogue::nearest(name, names);
@@ -29,6 +27,13 @@ const Option& find_option(const Options& options, const std::string& name) {
 bool is_option(const std::string& word) { return word.size() > 1 && word[0] == '-'; }
 
 }  // namespace
+
+const Option* find_option(const Options& options, const std::string& name) {
+  for (const Option& option : options) {
+    if (name == option.name) return &option;
+  }
+  return nullptr;
+}
 
 const Arguments::Given* Arguments::find(const char* option) const {
   const auto found = std::find_if(_given.rbegin(), _given.rend(), [&](const Given& each) {
@@ -54,15 +59,13 @@ std::optional<std::chrono::milliseconds> Arguments::duration(const char* option)
 std::optional<unsigned> Arguments::number(const char* option, unsigned least) const {
   const auto written = text(option);
   if (!written) return std::nullopt;
-  unsigned number = 0;
-  const char* const end = written->data() + written->size();
-  const auto [rest, fault] = std::from_chars(written->data(), end, number);
-  const bool valid = fault == std::errc{} && rest == end && least <= number && number <= kMost;
+  const auto number = catalogue::parse_digits(*written, 10);
+  const bool valid = number && least <= *number && *number <= kMost;
   if (!valid) {
     refuse(std::string(option) + " takes a whole number from " + std::to_string(least) +
            " on, not '" + *written + "'");
   }
-  return number;
+  return static_cast<unsigned>(*number);
 }
 
 Arguments parse_arguments(const Options& options, const Words& line, std::size_t& place,
@@ -81,7 +84,7 @@ Arguments parse_arguments(const Options& options, const Words& line, std::size_t
     if (ended) continue;
     const auto equals = word.find('=');
     const std::string name = word.substr(0, equals);
-    const Option& option = find_option(options, name);
+    const Option& option = known_option(options, name);
     const bool has_value = equals != std::string::npos;
     if (option.value == nullptr && has_value) refuse(name + " takes no value");
     std::string value;
@@ -93,6 +96,13 @@ Arguments parse_arguments(const Options& options, const Words& line, std::size_t
     arguments._given.push_back({&option, value});
   }
   return arguments;
+}
+
+bool asks_for_json(const Words& line, std::size_t place) {
+  for (; place < line.size() && line[place] != "--"; ++place) {
+    if (line[place] == "--json") return true;
+  }
+  return false;
 }
 
 std::string help_row(const std::string& name, const std::string& help, std::size_t width) {

@@ -1,4 +1,6 @@
-// The words of a command line, taken apart by a table of options.
+// The words of a command line, taken apart by a table of options. Unlike those of host/options.h the
+// tables are constants: help and completion read those of all sub-commands, and the board has little
+// room.
 #ifndef VLMCTL_ARGUMENTS_H
 #define VLMCTL_ARGUMENTS_H
 
@@ -19,6 +21,9 @@ struct Option {
 
 using Options = catalogue::List<Option>;
 using Words = std::vector<std::string>;
+
+/// The option of that name; null: there is none.
+const Option* find_option(const Options& options, const std::string& name);
 
 /// What stands on a command line. Where a value is not what it should be, Failure is thrown.
 class Arguments {
@@ -50,6 +55,10 @@ class Arguments {
 /// `leading` to the first word that is no option. "--" ends the options. Throws Failure.
 Arguments parse_arguments(const Options& options, const Words& line, std::size_t& place,
                           bool leading);
+
+/// Whether --json stands in it, from `place` on: known before the line is read, so that its faults are
+/// objects, too.
+bool asks_for_json(const Words& line, std::size_t place);
 
 /// A table of options, for a help.
 std::string options_help(const Options& options);

@@ -88,13 +88,29 @@ class StepRunner {
   Session& _session;
 };
 
+/// While it lives, nothing is asked: who wrote the script has answered.
+class TakenAtItsWord {
+ public:
+  explicit TakenAtItsWord(Console& console) : _console(console), _asks(console.asks) {
+    console.asks = false;
+  }
+  ~TakenAtItsWord() { _console.asks = _asks; }
+  TakenAtItsWord(const TakenAtItsWord&) = delete;
+  TakenAtItsWord& operator=(const TakenAtItsWord&) = delete;
+
+ private:
+  Console& _console;
+  const bool _asks;
+};
+
 class Batch {
  public:
-  Batch(Session& session, bool keep_going, bool tap)
+  Batch(Session& session, bool keep_going, bool tap, bool keeps_results)
       : _session(session),
         _runner(session),
         _keep_going(keep_going),
         _tap(tap),
+        _keeps_results(keeps_results),
         _progress(session.console()) {}
 
   void run(const std::vector<Step>& steps) {
@@ -106,9 +122,10 @@ class Batch {
   }
 
   void finish() {
-    if (_tap) _session.console().line("1.." + std::to_string(_results.size()));
+    if (_tap) _session.console().line("1.." + std::to_string(_steps));
   }
 
+  /// None where nobody wants them: repeats have no end to speak of.
   const std::vector<StepResult>& results() const { return _results; }
 
   /// Of the failed step that stopped it; where it went on, that part of it failed.
@@ -123,11 +140,13 @@ class Batch {
     console.forget_failure();
     const auto start = Clock::now();
     const int status = status_of(step);
-    _results.push_back({step.text, status, console.last_failure(), Clock::now() - start});
-    if (_tap) console.line(tap_lines(_results.size(), _results.back()));
+    StepResult result{step.text, status, console.last_failure(), Clock::now() - start};
+    ++_steps;
+    if (_tap) console.line(tap_lines(_steps, result));
+    if (_keeps_results) _results.push_back(std::move(result));
     if (status != kDone) fail(step, status);
     if (interrupted()) _stopped = true;
-    _progress.show_steps(_results.size(), _failures);
+    _progress.show_steps(_steps, _failures);
   }
 
   int status_of(const Step& step) {
@@ -151,7 +170,9 @@ class Batch {
   StepRunner _runner;
   const bool _keep_going;
   const bool _tap;
+  const bool _keeps_results;
   bool _stopped = false;
+  std::size_t _steps = 0;
   std::size_t _failures = 0;
   int _last_status = kDone;
   std::vector<StepResult> _results;
@@ -219,7 +240,8 @@ int run_batch(Session& session, const Arguments& arguments) {
   const auto junit = arguments.text("--junit");
   const auto steps = parse_script(read_lines(path));
   if (arguments.has("--check")) return Check(session).run(steps);
-  Batch batch(session, arguments.has("--keep-going"), arguments.has("--tap"));
+  const TakenAtItsWord script(session.console());
+  Batch batch(session, arguments.has("--keep-going"), arguments.has("--tap"), junit.has_value());
   batch.run(steps);
   batch.finish();
   if (junit) write_file(*junit, junit_text(path, batch.results()));

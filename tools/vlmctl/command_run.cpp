@@ -38,8 +38,11 @@ void check_parameters(const Row& row, const catalogue::Members& parameters) {
 }
 
 void confirm(const Session& session, const Row& row) {
-  if (session.console().confirm(std::string(row.name()) + ": " + row.value.help + ". Go on?"))
+  const Console& console = session.console();
+  if (!console.asks ||
+      console.confirm(std::string(row.name()) + ": " + row.value.help + ". Go on?")) {
     return;
+  }
   fail(kUsage, row.name(), "not confirmed, nothing was sent");
 }
 

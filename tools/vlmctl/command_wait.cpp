@@ -42,8 +42,10 @@ int run_wait(Session& session, const Arguments& arguments) {
     }
     if (is_final(read)) throw Failure(std::get<Failure>(read));
     next = std::max(next + kPollInterval, Clock::now());
-    if (next > deadline || !pause_until(next)) {
-      fail(kRanOut, item.name(), "the time is over, " + now_text(item, read));
+    const bool over = next > deadline;
+    if (over || !pause_until(next)) {
+      const std::string why = over ? "the time is over, " : "interrupted, ";
+      fail(kRanOut, item.name(), why + now_text(item, read));
     }
   }
 }

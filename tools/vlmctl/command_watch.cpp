@@ -39,7 +39,7 @@ class Watch {
   void show(const Item& item, const Value& value, std::optional<Value>& last) {
     const bool same = last && is_same(*item.field, value, *last);
     if (_changes && same) return;
-    last = value;
+    last.emplace(value);
     const Console& console = _session.console();
     if (console.json) return console.value(item, value);
     console.line(console.time() + " " + item.name() + " = " + shown(*item.field, value));

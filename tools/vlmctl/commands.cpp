@@ -1,7 +1,5 @@
 #include "commands.h"
 
-#include <algorithm>
-
 namespace vlm::ctl {
 
 namespace {
@@ -92,11 +90,8 @@ constexpr Command kCommands[] = {
      kCommon, run_send},
 };
 
-const Command& find_command(const std::string& name) {
-  const auto* const found =
-      std::find_if(std::begin(kCommands), std::end(kCommands),
-                   [&](const Command& command) { return name == command.name; });
-  if (found != std::end(kCommands)) return *found;
+const Command& known_command(const std::string& name) {
+  if (const Command* const found = find_command(name)) return *found;
   std::vector<std::string> names;
   for (const Command& command : kCommands) names.emplace_back(command.name);
   const std::string like = catalogue::nearest(name, names);
@@ -113,10 +108,10 @@ std::string command_help(const Command& command) {
 }
 
 int run_or_throw(Session& session, const Words& line) {
-  const Command& command = find_command(line.at(0));
+  if (asks_for_json(line, 1)) session.console().json = true;
+  const Command& command = known_command(line.at(0));
   std::size_t place = 1;
   const Arguments arguments = parse_arguments(command.options, line, place, false);
-  if (arguments.has("--json")) session.console().json = true;
   if (arguments.has("--help")) {
     session.console().line(command_help(command));
     return kDone;
@@ -127,6 +122,13 @@ int run_or_throw(Session& session, const Words& line) {
 }  // namespace
 
 catalogue::List<Command> commands() { return kCommands; }
+
+const Command* find_command(const std::string& name) {
+  for (const Command& command : kCommands) {
+    if (name == command.name) return &command;
+  }
+  return nullptr;
+}
 
 int run_command(Session& session, const Words& line) {
   Console& console = session.console();

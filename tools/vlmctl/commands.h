@@ -19,6 +19,9 @@ struct Command {
 /// In the order in which the help shows them.
 catalogue::List<Command> commands();
 
+/// The sub-command of that name; null: there is none.
+const Command* find_command(const std::string& name);
+
 /// Runs the sub-command `line[0]`, reports why it failed, and returns the exit status.
 int run_command(Session& session, const Words& line);
 

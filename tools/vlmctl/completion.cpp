@@ -31,12 +31,6 @@ class Candidates {
   std::vector<std::string> _found;
 };
 
-const Option* find_option(const Options& options, const std::string& word) {
-  const auto* const found = std::find_if(options.begin(), options.end(),
-                                         [&](const Option& option) { return word == option.name; });
-  return found != options.end() ? found : nullptr;
-}
-
 /// Whether the word is the value of the option before it.
 bool is_value(const Options& options, const Words& words, std::size_t place) {
   if (place == 0) return false;
@@ -134,10 +128,8 @@ std::vector<std::string> completions(const Words& words, const Options& program_
     if (begins_with(words.back(), "-")) offer_options(program_options, candidates);
     return candidates.take();
   }
-  const auto all = commands();
-  const auto* const command = std::find_if(
-      all.begin(), all.end(), [&](const Command& each) { return words[place] == each.name; });
-  if (command == all.end() || is_value(command->options, words, last)) return {};
+  const Command* const command = find_command(words[place]);
+  if (command == nullptr || is_value(command->options, words, last)) return {};
   if (begins_with(words.back(), "-")) {
     offer_options(command->options, candidates);
   } else {

@@ -31,6 +31,8 @@ class Console {
 
   /// Asks a question that is answered with yes or no; true where nobody is there to ask.
   std::function<bool(const std::string&)> confirm = [](const std::string&) { return true; };
+  /// Whether questions are asked; a script has answered them.
+  bool asks = true;
 
   /// Shows a line that goes on to change, below all others; null: nobody watches.
   void (*live)(const std::string& text) = nullptr;

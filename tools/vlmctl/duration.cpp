@@ -1,7 +1,9 @@
 #include "duration.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cstdint>
+
+#include "catalogue_text.h"
 
 namespace vlm::ctl {
 
@@ -9,24 +11,22 @@ namespace {
 
 struct Unit {
   std::string_view name;
-  std::int64_t ms;
+  std::uint64_t ms;
 };
 
 constexpr Unit kUnits[] = {{"ms", 1}, {"s", 1000}, {"m", 60'000}, {"h", 3'600'000}};
-constexpr std::int64_t kLongestMs = 3'600'000'000;
+constexpr std::uint64_t kLongestMs = 3'600'000'000;
 
 }  // namespace
 
 std::optional<std::chrono::milliseconds> parse_duration(std::string_view written) {
-  std::int64_t number = 0;
-  const char* const end = written.data() + written.size();
-  const auto [rest, fault] = std::from_chars(written.data(), end, number);
-  if (fault != std::errc{} || number < 0 || number > kLongestMs) return std::nullopt;
-  const std::string_view name(rest, static_cast<std::size_t>(end - rest));
+  const std::size_t size = std::min(written.find_first_not_of("0123456789"), written.size());
+  const auto number = catalogue::parse_digits(written.substr(0, size), 10);
+  if (!number) return std::nullopt;
   for (const Unit& unit : kUnits) {
-    if (name != unit.name) continue;
-    if (number > kLongestMs / unit.ms) return std::nullopt;
-    return std::chrono::milliseconds(number * unit.ms);
+    if (written.substr(size) != unit.name) continue;
+    if (*number > kLongestMs / unit.ms) return std::nullopt;
+    return std::chrono::milliseconds(*number * unit.ms);
   }
   return std::nullopt;
 }

@@ -9,11 +9,14 @@
 #include <cstdlib>
 #include <utility>
 
+#include "exit_status.h"
+
 namespace vlm::ctl {
 
 namespace {
 
 constexpr int kHistorySize = 1000;
+constexpr std::size_t kLongestLine = 64U << 10;  // of a pipe
 
 /// As the terminal's driver edits it.
 class PlainEditor : public LineEditor {
@@ -33,6 +36,7 @@ class PlainEditor : public LineEditor {
         std::fputs("\n", stdout);
         return "";
       }
+      if (line.size() == kLongestLine) fail(kUsage, "", "a line is too long");
       line += static_cast<char>(letter);
     }
     if (line.empty()) return std::nullopt;

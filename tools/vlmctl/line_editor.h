@@ -21,6 +21,7 @@ class LineEditor {
   virtual ~LineEditor() = default;
 
   /// A line without its end; an empty one where Ctrl-C has given it up. None: the input has ended.
+  /// Throws Failure: no line is that long.
   virtual std::optional<std::string> read() = 0;
   virtual Terminal::Editor kind() const = 0;
   /// Keeps a line for the arrow keys and for the next time.

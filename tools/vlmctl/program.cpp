@@ -29,7 +29,8 @@ constexpr char kEnd[] =
     "\nExit status: 0 done, 1 the camera refused, 2 usage, 3 no answer, 4 busy, 5 unknown name or\n"
     "value not allowed, 6 cannot be read or written, 7 no bus or no camera, 8 read back "
     "differently,\n"
-    "9 part of several failed, 10 diff found differences, 11 what was waited for did not come.\n";
+    "9 part of several failed, or output was lost, 10 diff found differences, 11 what was waited\n"
+    "for did not come.\n";
 
 std::string program_help() {
   std::string text =
@@ -67,8 +68,8 @@ int run_or_throw(const Words& line, Console& console, const Session::Open& open,
     return kDone;
   }
   std::size_t place = 0;
+  console.json = asks_for_json(line, 0);
   const Arguments arguments = parse_arguments(kProgramOptions, line, place, true);
-  console.json = arguments.has("--json");
   if (arguments.has("--help") || arguments.has("--version")) {
     console.line(arguments.has("--help") ? program_help() : "vlmctl " + version);
     return kDone;

@@ -1,7 +1,6 @@
 #include "script.h"
 
-#include <charconv>
-
+#include "catalogue_text.h"
 #include "exit_status.h"
 
 namespace vlm::ctl {
@@ -16,13 +15,10 @@ constexpr std::size_t kDeepest = 16;
 }
 
 unsigned parse_times(std::size_t line, const Words& words) {
-  unsigned times = 0;
-  const std::string written = words.size() == 2 ? words[1] : "";
-  const char* const end = written.data() + written.size();
-  const auto [rest, fault] = std::from_chars(written.data(), end, times);
-  const bool valid = fault == std::errc{} && rest == end && times >= 1 && times <= kMostRepeats;
+  const auto times = words.size() == 2 ? catalogue::parse_digits(words[1], 10) : std::nullopt;
+  const bool valid = times && *times >= 1 && *times <= kMostRepeats;
   if (!valid) refuse(line, "repeat takes a number from 1 to 1000000");
-  return times;
+  return static_cast<unsigned>(*times);
 }
 
 class Parser {

@@ -1,6 +1,5 @@
 #include "settings_file.h"
 
-#include <charconv>
 #include <optional>
 
 #include "catalogue_text.h"
@@ -19,45 +18,6 @@ bool is_plain(const std::string& text) {
          (text.empty() || (text.front() != '"' && text.front() != ' ' && text.back() != ' '));
 }
 
-std::string quoted(const std::string& text) {
-  std::string written = "\"";
-  for (const char letter : text) {
-    if (letter == '"' || letter == '\\') written += '\\';
-    written += printable(std::string(1, letter));
-  }
-  return written + '"';
-}
-
-/// The letter behind a backslash at `place`, which moves to its end.
-std::optional<char> escaped_letter(const std::string& written, std::size_t& place) {
-  if (++place >= written.size()) return std::nullopt;
-  const char letter = written[place];
-  if (letter == '"' || letter == '\\') return letter;
-  unsigned code = 0;
-  if (letter != 'x' || place + 2 >= written.size()) return std::nullopt;
-  const char* const digits = written.data() + place + 1;
-  const auto [rest, fault] = std::from_chars(digits, digits + 2, code, 16);
-  place += 2;
-  if (fault != std::errc{} || rest != digits + 2) return std::nullopt;
-  return static_cast<char>(code);
-}
-
-std::optional<std::string> unquoted(const std::string& written) {
-  if (written.empty() || written[0] != '"') return written;
-  std::string text;
-  for (std::size_t i = 1; i < written.size(); ++i) {
-    if (written[i] == '"') {
-      if (i + 1 != written.size()) return std::nullopt;
-      return text;
-    }
-    std::optional<char> letter = written[i];
-    if (written[i] == '\\') letter = escaped_letter(written, i);
-    if (!letter) return std::nullopt;
-    text += *letter;
-  }
-  return std::nullopt;
-}
-
 std::string trimmed(const std::string& text) {
   const auto first = text.find_first_not_of(" \t");
   if (first == std::string::npos) return "";
@@ -71,7 +31,7 @@ Assignment parse_line(const std::string& line) {
   const std::string value = trimmed(line.substr(equals + 1));
   const catalogue::Item item = find_item(name);
   if (item.field->type != catalogue::Type::kText) return {item, parse_value(item, value)};
-  const auto text = unquoted(value);
+  const auto text = catalogue::unquoted(value);
   if (!text) fail(kNotAllowed, name, "the quotes do not end where the line does");
   return {item, parse_value(item, *text)};
 }
@@ -81,7 +41,7 @@ Assignment parse_line(const std::string& line) {
 std::string settings_line(const catalogue::Item& item, const Value& value) {
   const std::string written = catalogue::format(*item.field, value);
   const bool quotes = item.field->type == catalogue::Type::kText && !is_plain(written);
-  return item.name() + " = " + (quotes ? quoted(written) : written);
+  return item.name() + " = " + (quotes ? catalogue::in_quotes(written) : written);
 }
 
 std::vector<Assignment> read_settings_file(const std::string& path) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "latency.h"
+#include "utf8.h"
 
 namespace vlm::ctl {
 
@@ -15,16 +16,16 @@ std::string seconds(std::chrono::nanoseconds time) {
   return text;
 }
 
-/// In an attribute; what XML cannot hold becomes a question mark.
+/// In an attribute; what XML cannot hold becomes U+FFFD.
 std::string escaped(const std::string& text) {
   std::string xml;
-  for (const char letter : text) {
+  for (const char letter : host::printable(text)) {
     switch (letter) {
       case '&': xml += "&amp;"; break;
       case '<': xml += "&lt;"; break;
       case '>': xml += "&gt;"; break;
       case '"': xml += "&quot;"; break;
-      default: xml += static_cast<unsigned char>(letter) < ' ' ? '?' : letter;
+      default: xml += letter;
     }
   }
   return xml;

@@ -1,6 +1,6 @@
 #include "text_file.h"
 
-#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -28,6 +28,18 @@ std::string read_text(std::FILE* file, const std::string& path) {
   }
   if (std::ferror(file) != 0) fail(kUsage, path, reason());
   return text;
+}
+
+/// False: it was not written whole; errno is set. What can be brought to the disk is there then.
+bool write_text(const std::string& path, const char* mode, const std::string& text) {
+  std::FILE* const file = std::fopen(path.c_str(), mode);
+  if (file == nullptr) return false;
+  const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size() &&
+                       std::fflush(file) == 0 && (fsync(fileno(file)) == 0 || errno == EINVAL);
+  const int error = errno;
+  const bool closed = std::fclose(file) == 0;
+  if (!written) errno = error;
+  return written && closed;
 }
 
 std::string read_path(const std::string& path) {
@@ -60,16 +72,18 @@ std::vector<std::string> read_lines(const std::string& path) {
 }
 
 void write_file(const std::string& path, const std::string& text) {
-  // Written beside it and then renamed, so that no reader sees half of it.
-  const std::string part = path + ".part";
-  std::FILE* const file = std::fopen(part.c_str(), "we");
-  if (file == nullptr) fail(kPartly, path, reason());
-  const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size() &&
-                       std::fflush(file) == 0 && fsync(fileno(file)) == 0;
-  const std::string why = reason();
-  const bool closed = std::fclose(file) == 0;
-  if (written && closed && std::rename(part.c_str(), path.c_str()) == 0) return;
-  const std::string fault = written ? reason() : why;
+  struct stat there {};
+  if (lstat(path.c_str(), &there) == 0 && !S_ISREG(there.st_mode)) {
+    // A device, a pipe or a link stays what it is.
+    if (!write_text(path, "we", text)) fail(kPartly, path, reason());
+    return;
+  }
+  // Written beside it and then renamed, so that no reader sees half of it; under a name of its own,
+  // so that two who write it do not mix.
+  const std::string part = path + '.' + std::to_string(getpid());
+  std::remove(part.c_str());
+  if (write_text(part, "wxe", text) && std::rename(part.c_str(), path.c_str()) == 0) return;
+  const std::string fault = reason();
   std::remove(part.c_str());
   fail(kPartly, path, fault);
 }

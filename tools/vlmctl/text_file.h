@@ -10,7 +10,8 @@ namespace vlm::ctl {
 /// The lines of the file at `path`, "-" for standard input. Throws Failure.
 std::vector<std::string> read_lines(const std::string& path);
 
-/// Puts `text` in place of the file at `path`, whole or not at all. Throws Failure.
+/// Puts `text` in place of the file at `path`, whole or not at all; what is no plain file is written
+/// to, and stays what it is. Throws Failure.
 void write_file(const std::string& path, const std::string& text);
 
 }  // namespace vlm::ctl

@@ -1,4 +1,5 @@
 // vlmctl: the camera's settings by name, for people and for programs.
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -79,9 +80,18 @@ int with_output(int status) {
   return status == kDone ? kPartly : status;
 }
 
+/// No socket is to get the number of a stream that was closed. For reading alone: so what is written
+/// to it is known to be lost.
+void fill_closed_streams() {
+  for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(fd, F_GETFD) == -1 && open("/dev/null", O_RDONLY) == -1) return;
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  fill_closed_streams();
   if (is_about_site(argc, argv)) return run_on_site(argc, argv);
   try {
     Console console([](const std::string& text) { write_to(stdout, text); },
@@ -94,5 +104,8 @@ int main(int argc, char** argv) {
   } catch (const std::bad_alloc&) {
     std::fputs("vlmctl: out of memory\n", stderr);
     return kPartly;
+  } catch (const std::system_error& fault) {
+    std::fprintf(stderr, "vlmctl: a thread cannot be made: %s\n", fault.what());
+    return kNoCamera;
   }
 }
