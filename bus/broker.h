@@ -63,7 +63,7 @@ class BrokerConnection {
   /// Never waits. False when the message was not handed to the broker.
   virtual bool publish(const BrokerMessage& message, int qos) = 0;
   /// Returns the ticket of the acknowledgement, -1 when not connected.
-  virtual int subscribe(const std::string& topic, bool no_local) = 0;
+  virtual int subscribe(const std::string& topic, bool no_local, int qos) = 0;
   /// Acknowledged behind everything that is on its way from the broker.
   virtual int mark() = 0;
   /// Sets the time of on_due(), in place of the one before.

@@ -114,7 +114,7 @@ void Bridge::on_connected() {
   _stage = Stage::kAsking;
   _other.clear();
   _stalled = false;
-  _connection->subscribe(_topics.presence, false);
+  _connection->subscribe(_topics.presence, false, 1);
   _ticket = _connection->mark();
 }
 
@@ -238,7 +238,7 @@ void Bridge::claim(Doings& doings) {
 void Bridge::begin_to_serve(Doings& doings) {
   _stage = Stage::kServing;
   for (const std::string& topic : {_topics.request, _topics.service_request, _topics.rtsp}) {
-    _connection->subscribe(topic, true);
+    _connection->subscribe(topic, true, 1);
   }
   doings.lines.push_back("serves " + text_of(_plan.address));
   doings.serving = true;

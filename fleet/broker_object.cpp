@@ -4,6 +4,8 @@
 #include "mosquitto_loop.h"
 #include "remote_bus.h"
 #include "remote_transport.h"
+#include "site_part.h"
+#include "site_run.h"
 
 namespace vlm::fleet {
 
@@ -26,6 +28,10 @@ client::Transport* reach(const std::string& text, std::chrono::milliseconds limi
   return std::make_unique<BrokerTransport>(std::move(camera)).release();
 }
 
+int run_site(int count, char** words) {
+  return run_site_order(parse_site_order({words, words + count}));
+}
+
 }  // namespace
 
 }  // namespace vlm::fleet
@@ -35,6 +41,7 @@ extern "C" {
 extern const vlm::bus::BrokerPart vlm_broker_part;
 extern const vlm::bus::RemoteBus vlm_remote_bus;
 extern const vlm::client::RemotePart vlm_remote_transport;
+extern const vlm::client::SitePart vlm_site_part;
 }
 #pragma GCC visibility pop
 
@@ -42,3 +49,4 @@ const vlm::bus::BrokerPart vlm_broker_part{vlm::fleet::make_mosquitto_loop};
 const vlm::bus::RemoteBus vlm_remote_bus{vlm::fleet::publish_remotely, vlm::fleet::serve_remotely,
                                          vlm::fleet::remote_has_subscriber};
 const vlm::client::RemotePart vlm_remote_transport{vlm::fleet::reach};
+const vlm::client::SitePart vlm_site_part{vlm::fleet::run_site};

@@ -130,6 +130,7 @@ std::string MosquittoLink::prepare() {
   mosquitto_int_option(_handle.get(), MOSQ_OPT_TCP_NODELAY, 1);
   mosquitto_connect_v5_callback_set(_handle.get(), on_connect);
   mosquitto_message_v5_callback_set(_handle.get(), on_message);
+  mosquitto_publish_callback_set(_handle.get(), on_publish);
   mosquitto_subscribe_v5_callback_set(_handle.get(), on_subscribe);
   mosquitto_unsubscribe_v5_callback_set(_handle.get(), on_unsubscribe);
   mosquitto_disconnect_v5_callback_set(_handle.get(), on_disconnect);
@@ -237,9 +238,26 @@ void MosquittoLink::keep() {
   serve(true);
 }
 
-void MosquittoLink::disconnect() {
+/// Lets the broker acknowledge what it has to keep; false when it does not in time. A socket that is
+/// closed with something unread in it resets the connection, and what the broker had not read yet would
+/// be lost.
+bool MosquittoLink::finish() {
+  for (int tries = 0; tries < kMostGoodbyes; ++tries) {
+    if (_unacknowledged.empty()) return true;
+    const bool writes = mosquitto_want_write(_handle.get());
+    const auto wanted = static_cast<short>(writes ? POLLIN | POLLOUT : POLLIN);
+    pollfd socket{mosquitto_socket(_handle.get()), wanted, 0};
+    poll(&socket, 1, kGoodbyeMs);
+    if (mosquitto_loop_write(_handle.get(), 1) != MOSQ_ERR_SUCCESS) return true;
+    if (mosquitto_loop_read(_handle.get(), 1) != MOSQ_ERR_SUCCESS) return true;
+  }
+  return _unacknowledged.empty();
+}
+
+bool MosquittoLink::disconnect(bool patient) {
   const std::lock_guard<std::mutex> guard(_mutex);
-  if (_state == State::kDown) return;
+  if (_state == State::kDown) return true;
+  const bool finished = patient && finish();
   mosquitto_disconnect_v5(_handle.get(), MQTT_RC_NORMAL_DISCONNECTION, nullptr);
   for (int tries = 0; tries < kMostGoodbyes && mosquitto_want_write(_handle.get()); ++tries) {
     pollfd socket{mosquitto_socket(_handle.get()), POLLOUT, 0};
@@ -247,6 +265,7 @@ void MosquittoLink::disconnect() {
     if (mosquitto_loop_write(_handle.get(), 1) != MOSQ_ERR_SUCCESS) break;
   }
   _state = State::kDown;
+  return finished;
 }
 
 void MosquittoLink::tell(const std::vector<Event>& events) {
@@ -265,6 +284,7 @@ void MosquittoLink::lose(const std::string& why) {
     _state = State::kDown;
     _events.clear();
     _unsent = 0;
+    _unacknowledged.clear();
     // Refused, it may still be open.
     if (mosquitto_socket(_handle.get()) >= 0) mosquitto_disconnect(_handle.get());
   }
@@ -286,19 +306,21 @@ bool MosquittoLink::publish(const bus::BrokerMessage& message, int qos) {
   put_properties(message, properties);
   const std::lock_guard<std::mutex> guard(_mutex);
   if (_state != State::kUp || _unsent == kMostUnsent) return false;
+  int ticket = 0;
   const int fault = mosquitto_publish_v5(
-      _handle.get(), nullptr, message.topic.c_str(), static_cast<int>(message.payload.size()),
+      _handle.get(), &ticket, message.topic.c_str(), static_cast<int>(message.payload.size()),
       message.payload.data(), qos, message.retained, properties.get());
   if (mosquitto_want_write(_handle.get())) ++_unsent;
+  if (fault == MOSQ_ERR_SUCCESS && qos > 0) _unacknowledged.insert(ticket);
   return fault == MOSQ_ERR_SUCCESS;
 }
 
-int MosquittoLink::subscribe(const std::string& topic, bool no_local) {
+int MosquittoLink::subscribe(const std::string& topic, bool no_local, int qos) {
   const std::lock_guard<std::mutex> guard(_mutex);
   int ticket = -1;
   const int options = no_local ? MQTT_SUB_OPT_NO_LOCAL : 0;
   if (_state != State::kUp) return ticket;
-  mosquitto_subscribe_v5(_handle.get(), &ticket, topic.c_str(), 1, options, nullptr);
+  mosquitto_subscribe_v5(_handle.get(), &ticket, topic.c_str(), qos, options, nullptr);
   return ticket;
 }
 
@@ -333,6 +355,10 @@ void MosquittoLink::on_message(mosquitto*, void* self, const mosquitto_message* 
   event.message.retained = message->retain;
   read_properties(properties, event.message);
   static_cast<MosquittoLink*>(self)->_events.push_back(std::move(event));
+}
+
+void MosquittoLink::on_publish(mosquitto*, void* self, int ticket) {
+  static_cast<MosquittoLink*>(self)->_unacknowledged.erase(ticket);
 }
 
 void MosquittoLink::on_subscribe(mosquitto*, void* self, int ticket, int count, const int* granted,

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -41,8 +42,9 @@ class MosquittoLink {
   void serve(bool readable);
   /// Keeps the connection alive.
   void keep();
-  /// Says goodbye to the broker.
-  void disconnect();
+  /// Says goodbye to the broker; a `patient` one first waits, for half a second, until the broker has
+  /// what it is to keep. False when it was not, or that time was over.
+  bool disconnect(bool patient);
   bus::BrokerListener& listener() const { return _listener; }
   State state() const { return _state; }
   /// -1 while there is none.
@@ -52,7 +54,7 @@ class MosquittoLink {
   // Any thread.
 
   bool publish(const bus::BrokerMessage& message, int qos);
-  int subscribe(const std::string& topic, bool no_local);
+  int subscribe(const std::string& topic, bool no_local, int qos);
   int mark();
 
   // The loop's own notes about it.
@@ -76,6 +78,7 @@ class MosquittoLink {
   static void on_connect(mosquitto*, void* self, int code, int flags, const mosquitto_property*);
   static void on_message(mosquitto*, void* self, const mosquitto_message* message,
                          const mosquitto_property* properties);
+  static void on_publish(mosquitto*, void* self, int ticket);
   static void on_subscribe(mosquitto*, void* self, int ticket, int count, const int* granted,
                            const mosquitto_property*);
   static void on_unsubscribe(mosquitto*, void* self, int ticket, const mosquitto_property*);
@@ -85,6 +88,7 @@ class MosquittoLink {
   int set_will();
   void tell(const std::vector<Event>& events);
   void lose(const std::string& why);
+  bool finish();
   int connect_now();
 
   const bus::BrokerPlan _plan;
@@ -93,8 +97,9 @@ class MosquittoLink {
   std::unique_ptr<mosquitto, Destroy> _handle;
   std::atomic<State> _state{State::kDown};  // read without it, too
   std::vector<Event> _events;
-  std::string _refusal;     // why the broker ended the connection
-  std::size_t _unsent = 0;  // messages handed over since the socket was full
+  std::string _refusal;           // why the broker ended the connection
+  std::size_t _unsent = 0;        // messages handed over since the socket was full
+  std::set<int> _unacknowledged;  // messages that the broker has to acknowledge
 };
 
 }  // namespace vlm::fleet

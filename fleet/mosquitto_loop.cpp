@@ -56,8 +56,8 @@ class MosquittoLoop::Connection : public bus::BrokerConnection {
     write_rest();
     return published;
   }
-  int subscribe(const std::string& topic, bool no_local) override {
-    const int ticket = _link->subscribe(topic, no_local);
+  int subscribe(const std::string& topic, bool no_local, int qos) override {
+    const int ticket = _link->subscribe(topic, no_local, qos);
     write_rest();
     return ticket;
   }
@@ -177,7 +177,7 @@ void MosquittoLoop::take_orders() {
   for (const auto& link : leaving) {
     const int descriptor = link->descriptor();
     if (descriptor >= 0) epoll_ctl(_epoll.get(), EPOLL_CTL_DEL, descriptor, nullptr);
-    link->disconnect();
+    _patient = link->disconnect(_patient);
     _links.remove(link);
   }
   const std::lock_guard<std::mutex> guard(_mutex);

@@ -53,6 +53,7 @@ class MosquittoLoop : public bus::BrokerLoop {
   std::mt19937 _random{std::random_device()()};
   Links _links;  // of the loop's thread alone, and all below up to the mutex
   TimePoint _keep_at{};
+  bool _patient = true;  // with a broker, until it has once not answered a goodbye in time
   std::chrono::nanoseconds _last_pass{0};
 
   std::mutex _mutex;  // guards all members below but the thread

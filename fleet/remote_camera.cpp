@@ -70,9 +70,9 @@ BrokerCamera::BrokerCamera(const bus::BrokerAddress& address)
 /// The answers' topic comes last: once it is acknowledged, the retained presence has come.
 void BrokerCamera::on_connected() {
   const std::lock_guard<std::mutex> guard(_mutex);
-  _tickets = {_connection->subscribe(_topics.presence, false),
-              _connection->subscribe(_topics.event, false)};
-  _last_ticket = _connection->subscribe(_reply_topic, false);
+  _tickets = {_connection->subscribe(_topics.presence, false, 1),
+              _connection->subscribe(_topics.event, false, 1)};
+  _last_ticket = _connection->subscribe(_reply_topic, false, 1);
   _tickets.push_back(_last_ticket);
   _presence.clear();
 }

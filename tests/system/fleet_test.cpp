@@ -64,7 +64,7 @@ class TestClient : private vlm::bus::BrokerListener {
  private:
   void on_connected() override {
     const std::lock_guard<std::mutex> guard(_mutex);
-    for (const std::string& topic : _topics) _last = _connection->subscribe(topic, false);
+    for (const std::string& topic : _topics) _last = _connection->subscribe(topic, false, 1);
   }
   void on_lost(const std::string&) override {}
   void on_message(const BrokerMessage& message) override {
@@ -108,6 +108,11 @@ class Fleet : public testing::Test {
   std::string address() const { return broker.address("cam"); }
   std::unique_ptr<Process> start_bridge() const {
     return start({"vlm_bus_bridge", "--broker", address()}, local());
+  }
+  std::unique_ptr<Process> start_bridge_of(const std::string& name) const {
+    auto started = start({"vlm_bus_bridge", "--broker", broker.address(name)}, local());
+    started->read_until("serves ");
+    return started;
   }
   std::unique_ptr<Process> start_console() const {
     return start({"vlm_test"}, {"VLM_BUS=" + address()});
@@ -284,6 +289,82 @@ TEST_F(Fleet, TellsWhichPackageIsMissing) {
   Process console({directory / "vlm_test", "6"}, {"VLM_BUS=" + address()});
   EXPECT_NE(console.read_all().find("failed with:"), std::string::npos);
   EXPECT_EQ(console.errors().rfind("vlm_bus: " + told, 0), 0U) << console.errors();
+}
+
+/// What vlmctl does with all cameras of a site.
+class Site : public Fleet {
+ protected:
+  void SetUp() override {
+    fleet = start({"camera_sim", "--fleet", "11", "--camera-prefix", "lab-"},
+                  {"VLM_BUS=" + broker.address("")});
+    fleet->read_until("camera_sim: ready");
+  }
+  /// Ends with the exit status `status`.
+  void run(std::vector<std::string> words, int status) {
+    words.insert(words.begin(), "vlmctl");
+    const auto vlmctl = start(words, {"VLM_BUS=" + broker.address("")});
+    vlmctl->close_input();
+    out = vlmctl->read_all();
+    EXPECT_EQ(vlmctl->wait(), status) << vlmctl->errors();
+    err = vlmctl->errors();
+  }
+
+  std::unique_ptr<Process> fleet;
+  std::string out;
+  std::string err;
+};
+
+TEST_F(Site, ListsItsCamerasInTheOrderOfTheirNumbers) {
+  std::string all;
+  std::string as_json;
+  for (int i = 1; i <= 11; ++i) {
+    std::string name = "lab-" + std::to_string(i);
+    as_json += R"({"camera":")" + name + R"(","presence":"online"})" + '\n';
+    name.resize(34, ' ');
+    all += name + "  online\n";
+  }
+  run({"--site", broker.address(""), "list", "--cameras"}, 0);
+  EXPECT_EQ(out, all);
+  run({"--site", "test", "--json", "list", "--cameras"}, 0);
+  EXPECT_EQ(out, as_json);
+}
+
+TEST_F(Site, RunsACommandOnAllItsCameras) {
+  std::string all;
+  for (int i = 1; i <= 11; ++i) all += "lab-" + std::to_string(i) + ": lens.zoom = 1 x\n";
+  run({"--site", "test", "--all-cameras", "get", "lens.zoom"}, 0);
+  EXPECT_EQ(out, all);
+  EXPECT_EQ(err, "vlmctl: 11 cameras: 11 done, 0 failed\n");
+}
+
+TEST_F(Site, TellsOfEachCameraThatFailed) {
+  bridge = start_bridge_of("lab-20");
+  bridge->signal(SIGTERM);
+  bridge->wait();
+  run({"--site", "test", "--all-cameras", "get", "lens.zoom"}, 9);
+  EXPECT_EQ(occurrences(out, ": lens.zoom = 1 x\n"), 11);
+  EXPECT_EQ(err, "vlmctl: lab-20: no camera lab-20 on " + broker.address("lab-20") +
+                     "\nvlmctl: 12 cameras: 11 done, 1 failed\n");
+  run({"--site", "test", "--all-cameras", "--json", "get", "lens.zoom"}, 9);
+  EXPECT_EQ(occurrences(out, R"({"camera":"lab-)"), 12);
+  EXPECT_EQ(occurrences(out, R"(,"status":0,"results":[{)"), 11);
+  EXPECT_NE(out.find(R"({"camera":"lab-20","status":7,"results":[)"), std::string::npos) << out;
+}
+
+TEST_F(Site, TellsWhatIsWrongWithTheCommandLine) {
+  run({"--site", "a b", "list", "--cameras"}, 2);
+  EXPECT_EQ(
+      err,
+      "vlmctl: --site takes mqtts://HOST/SITE, or SITE where VLM_BUS names the broker, not 'a "
+      "b'\n");
+  run({"--site"}, 2);
+  run({"--site", "test", "--all-cameras"}, 2);
+  EXPECT_EQ(err, "vlmctl: no command given, vlmctl --help lists them\n");
+  run({"--site", "test", "get", "lens.zoom"}, 2);
+  EXPECT_EQ(err, "vlmctl: --site is for list --cameras, or with --all-cameras for a command\n");
+  run({"--site", "elsewhere", "list", "--cameras"}, 7);
+  EXPECT_EQ(err, "vlmctl: no camera on mqtt://127.0.0.1:" + std::to_string(broker.port()) +
+                     "/elsewhere\n");
 }
 
 /// The state of a process: 'T' when it is stopped.

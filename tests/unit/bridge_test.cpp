@@ -29,7 +29,7 @@ class FakeBroker : public vlm::bus::BrokerLoop {
       _broker.qos.push_back(quality);
       return true;
     }
-    int subscribe(const std::string& topic, bool no_local) override {
+    int subscribe(const std::string& topic, bool no_local, int) override {
       _broker.subscribed.push_back(topic + (no_local ? " no-local" : ""));
       return ++_broker.ticket;
     }

@@ -35,6 +35,7 @@ constexpr char kEnd[] =
 std::string program_help() {
   std::string text =
       "Usage: vlmctl [OPTION]... COMMAND [ARGUMENT]...\n"
+      "       vlmctl --site SITE [--all-cameras] COMMAND [ARGUMENT]...\n"
       "Reads and writes the camera's settings by name.\n\n";
   text += options_help(kProgramOptions) + '\n';
   for (const Command& command : commands()) {

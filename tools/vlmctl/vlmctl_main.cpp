@@ -5,15 +5,19 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <new>
 #include <optional>
 #include <system_error>
 
+#include "broker_object.h"
 #include "camera_search.h"
+#include "format.h"
 #include "interruption.h"
 #include "open_camera.h"
 #include "program.h"
 #include "progress.h"
+#include "site_part.h"
 
 namespace {
 
@@ -52,6 +56,22 @@ bool confirm(const std::string& question) {
   return answer && !answer->empty() && ((*answer)[0] == 'y' || (*answer)[0] == 'Y');
 }
 
+/// `vlmctl --site SITE ...` is for many cameras, each of which a vlmctl of its own asks.
+bool is_about_site(int argc, char** argv) {
+  return argc > 1 && std::strcmp(argv[1], "--site") == 0;
+}
+
+int run_on_site(int argc, char** argv) {
+  constexpr int kBehind = 2;  // the program's name and --site
+  const void* const part = vlm::bus::from_broker_object("vlm_site_part");
+  if (part != nullptr) {
+    return static_cast<const vlm::client::SitePart*>(part)->run(argc - kBehind, argv + kBehind);
+  }
+  const auto fault = vlm::host::format(vlm::bus::kNoBrokerObject, vlm::bus::broker_object_fault());
+  std::fprintf(stderr, "vlmctl: %s\n", fault.c_str());
+  return kNoCamera;
+}
+
 /// `status`, unless the results did not reach their reader.
 int with_output(int status) {
   if (g_output_error == 0) return status;
@@ -72,6 +92,7 @@ void fill_closed_streams() {
 
 int main(int argc, char** argv) {
   fill_closed_streams();
+  if (is_about_site(argc, argv)) return run_on_site(argc, argv);
   try {
     Console console([](const std::string& text) { write_to(stdout, text); },
                     [](const std::string& text) { write_to(stderr, text); },
