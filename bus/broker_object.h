@@ -13,7 +13,7 @@ const void* from_broker_object(const char* symbol);
 const char* broker_object_fault();
 
 /// What to tell then, with the fault in it.
-constexpr char kNoBrokerObject[] = "cannot reach a broker, which needs the package vlm-fleet: %s";
+constexpr char kNoBrokerObject[] = "brokers need the package vlm-fleet: %s";
 
 }  // namespace vlm::bus
 

@@ -110,10 +110,9 @@ bool is_channel_name(std::string_view channel) {
 }
 
 std::string BusDirectory::configured_path() {
-  for (const char* variable : {"VLM_BUS", "VLM_BUS_DIR"}) {
-    const char* const bus = std::getenv(variable);
-    if (bus && *bus) return without_trailing_slashes(path_in(bus));
-  }
+  const char* bus = std::getenv("VLM_BUS");
+  if (!bus || !*bus) bus = std::getenv("VLM_BUS_DIR");
+  if (bus && *bus) return without_trailing_slashes(path_in(bus));
   if (const char* run = std::getenv("XDG_RUNTIME_DIR"); run && *run) {
     return host::format("%s/vlm_bus", run);
   }

@@ -10,11 +10,9 @@ namespace vlm::bus {
 
 namespace {
 
-constexpr char kBeginning[] = "mqtt";  // of the addresses of brokers
-
 const RemoteBus* bus_of_environment() noexcept {
   const char* const address = std::getenv("VLM_BUS");
-  if (!address || std::strncmp(address, kBeginning, sizeof kBeginning - 1) != 0) return nullptr;
+  if (!address || std::strncmp(address, "mqtt", 4) != 0) return nullptr;  // as brokers' begin
   const void* const offered = from_broker_object("vlm_remote_bus");
   if (!offered) report(kNoBrokerObject, broker_object_fault());
   return static_cast<const RemoteBus*>(offered);

@@ -99,7 +99,7 @@ prints() {
 # Programs of vlm find what vlm-fleet brings. An emulator has no libmosquitto.
 brokers_are_reached() {
   if [ -n "$emulator" ]; then
-    expected='needs the package vlm-fleet: libmosquitto.so.1'
+    expected='brokers need the package vlm-fleet: libmosquitto.so.1'
   else
     expected='cannot reach mqtt://127.0.0.1:1/lab/cam: Connection refused'
   fi
