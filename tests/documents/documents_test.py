@@ -144,7 +144,8 @@ class Sessions(unittest.TestCase):
 
     @staticmethod
     def without_numbers(text):
-        return re.sub(r"\.\d+\.(\d+)$", r".PID.\1", text, flags=re.M)
+        # Which thread of a program subscribes first is its own affair.
+        return re.sub(r"\.\d+\.\d+$", ".PID.N", text, flags=re.M)
 
     def test_bus(self):
         self.expect_session(ROOT / "docs/bus.md")
