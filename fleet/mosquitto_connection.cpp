@@ -204,27 +204,18 @@ int MosquittoLink::connect_now() {
                                    kKeepAliveS, nullptr, properties.get());
 }
 
-void MosquittoLink::serve(bool readable) {
+void MosquittoLink::exchange(bool readable) {
+  const std::lock_guard<std::mutex> guard(_mutex);
   int fault = MOSQ_ERR_SUCCESS;
-  std::string refusal;
-  std::vector<Event> events;
-  {
-    const std::lock_guard<std::mutex> guard(_mutex);
-    if (mosquitto_want_write(_handle.get())) fault = mosquitto_loop_write(_handle.get(), 1);
-    // One packet a call; what TLS has decrypted already makes no descriptor readable.
-    for (int idle = 0; readable && idle < 2 && fault == MOSQ_ERR_SUCCESS;) {
-      const std::size_t before = _events.size();
-      fault = mosquitto_loop_read(_handle.get(), 1);
-      idle = _events.size() == before ? idle + 1 : 0;
-    }
-    if (!mosquitto_want_write(_handle.get())) _unsent = 0;
-    refusal = _refusal;
-    events.swap(_events);
+  if (mosquitto_want_write(_handle.get())) fault = mosquitto_loop_write(_handle.get(), 1);
+  // One packet a call; what TLS has decrypted already makes no descriptor readable.
+  for (int idle = 0; readable && idle < 2 && fault == MOSQ_ERR_SUCCESS;) {
+    const std::size_t before = _events.size();
+    fault = mosquitto_loop_read(_handle.get(), 1);
+    idle = _events.size() == before ? idle + 1 : 0;
   }
-  tell(events);
-  if (!refusal.empty() || fault != MOSQ_ERR_SUCCESS) {
-    lose(!refusal.empty() ? refusal : text_of_error(fault));
-  }
+  if (!mosquitto_want_write(_handle.get())) _unsent = 0;
+  if (fault != MOSQ_ERR_SUCCESS && _refusal.empty()) _refusal = text_of_error(fault);
 }
 
 void MosquittoLink::keep() {
@@ -235,7 +226,26 @@ void MosquittoLink::keep() {
     fault = mosquitto_loop_misc(_handle.get());
   }
   if (fault != MOSQ_ERR_SUCCESS) return lose(text_of_error(fault));
-  serve(true);
+  exchange(true);
+}
+
+void MosquittoLink::tell() {
+  std::string refusal;
+  std::vector<Event> events;
+  {
+    const std::lock_guard<std::mutex> guard(_mutex);
+    if (_state == State::kDown) return;
+    refusal.swap(_refusal);
+    events.swap(_events);
+  }
+  for (const Event& event : events) {
+    switch (event.kind) {
+      case Event::kConnected: _listener.on_connected(); break;
+      case Event::kMessage: _listener.on_message(event.message); break;
+      case Event::kAcknowledged: _listener.on_acknowledged(event.ticket, event.granted); break;
+    }
+  }
+  if (!refusal.empty()) lose(refusal);
 }
 
 /// Lets the broker acknowledge what it has to keep; false when it does not in time. A socket that is
@@ -266,16 +276,6 @@ bool MosquittoLink::disconnect(bool patient) {
   }
   _state = State::kDown;
   return finished;
-}
-
-void MosquittoLink::tell(const std::vector<Event>& events) {
-  for (const Event& event : events) {
-    switch (event.kind) {
-      case Event::kConnected: _listener.on_connected(); break;
-      case Event::kMessage: _listener.on_message(event.message); break;
-      case Event::kAcknowledged: _listener.on_acknowledged(event.ticket, event.granted); break;
-    }
-  }
 }
 
 void MosquittoLink::lose(const std::string& why) {

@@ -38,10 +38,12 @@ class MosquittoLink {
 
   /// Connects; false with on_lost() when that fails. Waits for the network's answer.
   bool connect();
-  /// Reads and writes what can be, and tells the listener.
-  void serve(bool readable);
-  /// Keeps the connection alive.
+  /// Reads and writes what can be.
+  void exchange(bool readable);
+  /// Keeps the connection alive, and reads what has come meanwhile.
   void keep();
+  /// Tells the listener what has been read.
+  void tell();
   /// Says goodbye to the broker; a `patient` one first waits, for half a second, until the broker has
   /// what it is to keep. False when it was not, or that time was over.
   bool disconnect(bool patient);
@@ -86,7 +88,6 @@ class MosquittoLink {
 
   std::string set_identity();
   int set_will();
-  void tell(const std::vector<Event>& events);
   void lose(const std::string& why);
   bool finish();
   int connect_now();
@@ -97,7 +98,7 @@ class MosquittoLink {
   std::unique_ptr<mosquitto, Destroy> _handle;
   std::atomic<State> _state{State::kDown};  // read without it, too
   std::vector<Event> _events;
-  std::string _refusal;           // why the broker ended the connection
+  std::string _refusal;           // why the connection has ended
   std::size_t _unsent = 0;        // messages handed over since the socket was full
   std::set<int> _unacknowledged;  // messages that the broker has to acknowledge
 };

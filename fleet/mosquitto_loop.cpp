@@ -154,8 +154,8 @@ void MosquittoLoop::run() {
         continue;
       }
       if (link->state() == MosquittoLink::State::kDown) continue;
-      link->serve((events[i].events & ~static_cast<unsigned>(EPOLLOUT)) != 0);
-      watch(*link);
+      link->exchange((events[i].events & ~static_cast<unsigned>(EPOLLOUT)) != 0);
+      hand_on(*link);
     }
     const auto now = Clock::now();
     watch_all_writers();
@@ -216,6 +216,13 @@ void MosquittoLoop::see_stall() {
   for (const auto& link : _links) link->listener().on_stall(gap);
 }
 
+/// What has been read may have gathered while the program stood, at whatever place it did.
+void MosquittoLoop::hand_on(MosquittoLink& link) {
+  see_stall();
+  link.tell();
+  watch(link);
+}
+
 void MosquittoLoop::watch_all_writers() {
   std::vector<MosquittoLink*> writers;
   {
@@ -263,7 +270,7 @@ void MosquittoLoop::keep_all(TimePoint now) {
   _keep_at = now + kKeepEvery;
   for (const auto& link : _links) {
     link->keep();
-    watch(*link);
+    hand_on(*link);
   }
 }
 
