@@ -86,6 +86,7 @@ class BridgeTest : public testing::Test {
       local.emplace_back(channel, std::string(reinterpret_cast<const char*>(packet), 64 + length));
       return 0;
     };
+    outlets.settled = [this] { ++settled; };
     outlets.over = [this](const std::string& why) { over = why; };
     outlets.tell = [this](const std::string& line) { lines.push_back(line); };
     outlets.now = [this] { return now; };
@@ -156,6 +157,7 @@ class BridgeTest : public testing::Test {
   std::chrono::steady_clock::time_point now =
       std::chrono::steady_clock::time_point(milliseconds(1));
   std::vector<std::pair<std::string, std::string>> local;
+  int settled = 0;
   std::string over;
   std::vector<std::string> lines;
   int correlation = 0;
@@ -367,6 +369,27 @@ TEST_F(BridgeTest, ShowsThatTheCameraIsSilentAndThatItIsBack) {
   EXPECT_EQ(asked(), Codes{31});
   from_camera(reply_packet(31));
   EXPECT_EQ(broker.published.back().payload, "online");
+}
+
+TEST_F(BridgeTest, TellsOnceThatItsPresenceIsThatOfItsCamera) {
+  connect();
+  acknowledge();
+  come_back();
+  EXPECT_EQ(settled, 0) << "it serves, and has not heard of its camera yet";
+  from_camera(reply_packet(31));
+  EXPECT_EQ(settled, 1);
+  EXPECT_EQ(broker.published.back().payload, "online");
+  request("req", kAnna, request_packet(1));
+  due(3000);
+  EXPECT_EQ(settled, 1);
+}
+
+TEST_F(BridgeTest, TellsThatItsCameraDoesNotAnswerOnceTheTimeForThatIsOver) {
+  connect();
+  acknowledge();
+  come_back();
+  due(3000);
+  EXPECT_EQ(settled, 1);
 }
 
 TEST_F(BridgeTest, RefusesWhatGatheredWhileItStoodStill) {
