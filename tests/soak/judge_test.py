@@ -6,9 +6,11 @@ from collections import Counter
 from unittest.mock import Mock
 
 import camera_log
+import fleet_outage_test
 from clients import NOT_SENT, TIMEOUT, Outcome, Stuck, engine_outcome
 from commands import Command
 from fleet_load import compare, foreign_lines, judge_bridge
+from fleet_outage_test import DONE, SILENT, UNSENT
 from lane import judge
 from soak import grown
 
@@ -158,6 +160,38 @@ class TheLoad(unittest.TestCase):
         self.assertEqual(judge_bridge(told, 7, 4), ["the bridge: stray 5, not 4"])
         self.assertEqual(judge_bridge(told.replace("refused 0", "refused 2"), 7, 5),
                          ["the bridge: refused 2, not 0"])
+
+
+class TheOutage(unittest.TestCase):
+    """Of the broker."""
+    def judged(self, outcomes, done):
+        return len(fleet_outage_test.judge(Counter(outcomes), Counter(done)))
+
+    def test_lets_what_was_not_answered_be_executed_once_or_never(self):
+        code = fleet_outage_test.BEFORE.code
+        for done in (2, 3):
+            self.assertEqual(self.judged({("a", code, DONE): 2, ("a", code, SILENT): 1},
+                                         {("a", code): done}), 0)
+
+    def test_notices_what_was_executed_twice_or_only_answered(self):
+        code = fleet_outage_test.AFTER.command.code
+        for done in (1, 4):
+            self.assertEqual(self.judged({("a", code, DONE): 2, ("a", code, SILENT): 1},
+                                         {("a", code): done, ("b", 31): 1}), 1)
+        self.assertEqual(self.judged({("a", code, UNSENT): 1}, {("a", code): 1}), 1)
+        self.assertEqual(self.judged({}, {("a", code): 1}), 1)
+
+    def test_notices_what_was_executed_though_the_broker_was_away(self):
+        code = fleet_outage_test.AWAY.command.code
+        self.assertEqual(self.judged({("a", code, SILENT): 1}, {}), 0)
+        self.assertEqual(self.judged({("a", code, SILENT): 1}, {("a", code): 1}), 1)
+
+    def test_counts_what_each_camera_of_a_fleet_executed(self):
+        lines = ["lab-1 -> 9 GET_EV", "lab-2 -> 9 GET_EV", "lab-1 <- 9 GET_EV [0 OK]",
+                 "camera_sim: ready, 2 cameras, seed 1", "lab-2 <- 9 GET_EV [0 OK]", "lab-2 -> 9 GET_EV"]
+        counts, unanswered = fleet_outage_test.executed(list(enumerate(lines)))
+        self.assertEqual(counts, Counter({("lab-1", 9): 1, ("lab-2", 9): 2}))
+        self.assertEqual(unanswered, ["lab-2: 2 requests, 1 replies"])
 
 
 class TheDescriptors(unittest.TestCase):
