@@ -31,7 +31,7 @@ LOOK_EVERY = 0.1  # seconds
 REST = 0.3  # seconds that vlmctl rests between runs that find no camera, or few
 LATENCY = "20ms..80ms"  # of the cameras: some are always busy
 CONSOLES = 6
-LEAST = 3  # requests of each who asks, at each time
+LEAST = 2  # requests of each who asks, at each time
 
 # How vlmctl ends.
 DONE, SILENT, UNSENT = 0, 3, 7

@@ -25,6 +25,8 @@ namespace {
 
 using vlm::bus::BrokerMessage;
 
+using Clock = std::chrono::steady_clock;
+
 constexpr std::chrono::milliseconds kPlenty{kPlentyMs};
 
 /// A client of the broker that the test plays.
@@ -45,23 +47,33 @@ class TestClient : private vlm::bus::BrokerListener {
 
   bool publish(const BrokerMessage& message) { return _connection->publish(message, 0); }
 
-  /// The next message on `topic`.
-  BrokerMessage next(const std::string& topic) {
+  BrokerMessage next(const std::string& topic) { return next_arrival(topic).message; }
+  /// When it came.
+  Clock::time_point wait_for(const std::string& topic, const std::string& payload) {
+    for (;;) {
+      const Arrival arrival = next_arrival(topic);
+      if (arrival.message.payload == payload) return arrival.time;
+    }
+  }
+
+ private:
+  struct Arrival {
+    Clock::time_point time;
+    BrokerMessage message;
+  };
+
+  Arrival next_arrival(const std::string& topic) {
     std::unique_lock<std::mutex> lock(_mutex);
-    const auto is_it = [&](const BrokerMessage& message) { return message.topic == topic; };
+    const auto is_it = [&](const Arrival& arrival) { return arrival.message.topic == topic; };
     const auto found = [&] { return std::find_if(_messages.begin(), _messages.end(), is_it); };
     if (!_changed.wait_for(lock, kPlenty, [&] { return found() != _messages.end(); })) {
       throw std::runtime_error("nothing more came on " + topic);
     }
-    BrokerMessage message = *found();
+    Arrival arrival = *found();
     _messages.erase(found());
-    return message;
-  }
-  void wait_for(const std::string& topic, const std::string& payload) {
-    while (next(topic).payload != payload) continue;
+    return arrival;
   }
 
- private:
   void on_connected() override {
     const std::lock_guard<std::mutex> guard(_mutex);
     for (const std::string& topic : _topics) _last = _connection->subscribe(topic, false, 1);
@@ -69,7 +81,7 @@ class TestClient : private vlm::bus::BrokerListener {
   void on_lost(const std::string&) override {}
   void on_message(const BrokerMessage& message) override {
     const std::lock_guard<std::mutex> guard(_mutex);
-    _messages.push_back(message);
+    _messages.push_back({Clock::now(), message});
     _changed.notify_all();
   }
   void on_acknowledged(int ticket, bool) override {
@@ -83,7 +95,7 @@ class TestClient : private vlm::bus::BrokerListener {
   const std::vector<std::string> _topics;
   std::mutex _mutex;
   std::condition_variable _changed;
-  std::deque<BrokerMessage> _messages;
+  std::deque<Arrival> _messages;
   int _last = -1;
   bool _ready = false;
   std::unique_ptr<vlm::bus::BrokerLoop> _loop;
@@ -198,11 +210,20 @@ TEST_F(Fleet, ComesBackWithItsBrokerAndSendsNothingTwice) {
 TEST_F(Fleet, ShowsABridgeThatWasKilledAsOfflineAndLetsTheNextOneIn) {
   TestClient client(address(), {kPresence});
   client.wait_for(kPresence, "online");
+  const auto killed = Clock::now();
   bridge->signal(SIGKILL);
   const auto next = start_bridge();  // finds the retained "online" of the dead one
-  client.wait_for(kPresence, "offline");
+  EXPECT_LE(client.wait_for(kPresence, "offline") - killed, std::chrono::seconds(6));
   next->read_until("serves ");
   client.wait_for(kPresence, "online");
+}
+
+TEST_F(Fleet, ShowsABridgeThatStandsStillAsOffline) {
+  TestClient client(address(), {kPresence});
+  client.wait_for(kPresence, "online");
+  const auto stopped = Clock::now();
+  bridge->signal(SIGSTOP);
+  EXPECT_LE(client.wait_for(kPresence, "offline") - stopped, std::chrono::seconds(20));
 }
 
 TEST_F(Fleet, ShowsABridgeThatWasEndedAsOfflineAtOnce) {
