@@ -9,7 +9,8 @@ PATH = "/usr/sbin/mosquitto"
 TRIES = 20  # another process may take a port first
 START_LIMIT = 30  # seconds; far more than it takes
 
-LOGGED = "log_dest stderr\nlog_type information\nlog_type error\n"
+# It stays the user that it is; only root is asked.
+REST = "set_tcp_nodelay true\nuser root\nlog_dest stderr\nlog_type information\nlog_type error\n"
 
 
 def free_port(host):
@@ -36,8 +37,7 @@ class Broker:
 
     def _starts(self):
         with open(self._configuration, "w", encoding="ascii") as file:
-            file.write(f"listener {self.port} {self.host}\nallow_anonymous true\n"
-                       f"set_tcp_nodelay true\n{LOGGED}")
+            file.write(f"listener {self.port} {self.host}\nallow_anonymous true\n{REST}")
         words = [*self._prefix, PATH, "-c", self._configuration]
         self._program = Program(words[0], *words[1:], environment=os.environ)
         # Its standard output would be buffered.

@@ -56,10 +56,11 @@ def engine_outcome(lines):
 
 
 class Console:
-    """`vlm_test` at its prompt."""
+    """`vlm_test` at its prompt; behind the words `prefix`, such as those that put it into another
+    network."""
 
-    def __init__(self, programs, environment):
-        self.program = Program(os.path.join(programs, "vlm_test"), environment=environment,
+    def __init__(self, programs, environment, prefix=()):
+        self.program = Program(*prefix, os.path.join(programs, "vlm_test"), environment=environment,
                                tally=HEARD)
         await_line(self.program, re.escape(PROMPT))
 
