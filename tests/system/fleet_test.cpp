@@ -8,7 +8,6 @@
 #include <csignal>
 #include <deque>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <mutex>
 #include <sstream>
@@ -24,7 +23,6 @@
 namespace {
 
 using vlm::bus::BrokerMessage;
-
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kPlenty{kPlentyMs};
@@ -388,19 +386,8 @@ TEST_F(Site, TellsWhatIsWrongWithTheCommandLine) {
                      "/elsewhere\n");
 }
 
-/// The state of a process: 'T' when it is stopped.
-char state_of(pid_t pid) {
-  std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-  std::string text;
-  std::getline(stat, text);
-  return text[text.rfind(')') + 2];
-}
-
-TEST_F(Fleet, DoesNothingLateThatGatheredWhileTheBridgeStood) {
-  TestClient client(address(), {kPresence, kReply});
-  client.wait_for(kPresence, "online");
-  bridge->signal(SIGSTOP);
-  while (state_of(bridge->pid()) != 'T') continue;
+/// For a picture.
+BrokerMessage photo_request() {
   udp_ctrl_cam_t record{};
   record.cmd_type = UDP_CTRL_CAM_TAKE_PHOTO;
   const auto packet = vlm::bus::camera_packet_from(kReplyChannel, record);
@@ -410,15 +397,38 @@ TEST_F(Fleet, DoesNothingLateThatGatheredWhileTheBridgeStood) {
   request.response_topic = kReply;
   request.correlation = "1";
   request.expiry_s = 3;
-  ASSERT_TRUE(client.publish(request));
-  // The length of the standstill is what is tested: more than the second that goes unnoticed.
-  std::this_thread::sleep_for(std::chrono::seconds(2));
-  bridge->signal(SIGCONT);
+  return request;
+}
+
+void expect_refused_as_too_old(TestClient& client) {
   const BrokerMessage reply = client.next(kReply);
   EXPECT_EQ(reply.property("refused"), "too old");
   EXPECT_EQ(vlm::bus::read_record<udp_ctrl_cam_t>(reply.payload.data(), reply.payload.size(), 65)
                 .err_code,
             VLM_ERR_IS_TIMEOUT);
+}
+
+TEST_F(Fleet, DoesNothingLateThatGatheredWhileTheBridgeStood) {
+  TestClient client(address(), {kPresence, kReply});
+  client.wait_for(kPresence, "online");
+  bridge->stop();
+  ASSERT_TRUE(client.publish(photo_request()));
+  // The length of the standstill is what is tested: more than the second that goes unnoticed.
+  std::this_thread::sleep_for(std::chrono::seconds(2));
+  bridge->resume();
+  expect_refused_as_too_old(client);
+  EXPECT_EQ(occurrences(end_camera(), "TAKE_PHOTO"), 0);
+}
+
+TEST_F(Fleet, DoesNothingLateThatGatheredWhileTheBrokerStood) {
+  TestClient client(address(), {kPresence, kReply});
+  client.wait_for(kPresence, "online");
+  broker.stop();
+  ASSERT_TRUE(client.publish(photo_request()));
+  // Likewise: more than the 3 s for which a request is worth doing.
+  std::this_thread::sleep_for(std::chrono::milliseconds(3500));
+  broker.resume();
+  expect_refused_as_too_old(client);
   EXPECT_EQ(occurrences(end_camera(), "TAKE_PHOTO"), 0);
 }
 
