@@ -169,7 +169,7 @@ TEST_F(BridgeTest, LeavesAWillThatTheCameraIsOffline) {
   EXPECT_EQ(broker.plan.will->topic, kCamera + "presence");
   EXPECT_EQ(broker.plan.will->payload, "offline");
   EXPECT_TRUE(broker.plan.will->retained);
-  EXPECT_EQ(broker.plan.will_delay, std::chrono::seconds(5));
+  EXPECT_EQ(broker.plan.will_delay, std::chrono::seconds(3));
 }
 
 TEST_F(BridgeTest, ServesOnceItHasSeenItsOwnPresence) {
