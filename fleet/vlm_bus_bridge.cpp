@@ -60,7 +60,7 @@ std::vector<host::Option> table(Request& request) {
       {"--read-only", nullptr, "likewise all that do more than read",
        host::sets(request.rules.read_only)},
   };
-  for (host::Option& option : bus::broker_file_options()) options.push_back(std::move(option));
+  bus::add_broker_file_options(options);
   options.push_back({"--help", nullptr, "show this text", host::sets(request.help)});
   options.push_back({"--version", nullptr, "show the version", host::sets(request.version)});
   return options;
