@@ -78,7 +78,7 @@ std::vector<int> Tap::descriptors() const {
 /// A packet is copied before it is delivered, so whatever answers a packet from before `now` has a
 /// later time; and the copy of a packet that led to one from before `now` is in its pipe by now.
 /// Later ones stay for the next call.
-void Tap::take(std::vector<TapCopy>& copies) {
+bool Tap::take(std::vector<TapCopy>& copies) {
   const auto before = static_cast<std::ptrdiff_t>(copies.size());
   const std::uint64_t now = steady_ns();
   accept_publishers();
@@ -89,6 +89,8 @@ void Tap::take(std::vector<TapCopy>& copies) {
   std::stable_sort(
       copies.begin() + before, copies.end(),
       [](const TapCopy& left, const TapCopy& right) { return left.time_ns < right.time_ns; });
+  return std::any_of(_publishers.begin(), _publishers.end(),
+                     [](const Publisher& publisher) { return publisher.holds_later; });
 }
 
 void Tap::accept_publishers() {
@@ -154,6 +156,7 @@ bool Tap::read_more(Publisher& publisher) {
 bool Tap::take_records(Publisher& publisher, std::uint64_t now, std::vector<TapCopy>& copies) {
   auto& begin = publisher.begin;
   const auto& unread = publisher.unread;
+  publisher.holds_later = false;
   while (unread.size() - begin >= sizeof(TapRecord)) {
     TapRecord record{};
     std::memcpy(&record, unread.data() + begin, sizeof record);
@@ -164,7 +167,8 @@ bool Tap::take_records(Publisher& publisher, std::uint64_t now, std::vector<TapC
     }
     const std::size_t size = sizeof record + record.channel_size + record.packet_size;
     if (unread.size() - begin < size) return true;
-    if (record.time_ns > now) return false;
+    publisher.holds_later = record.time_ns > now;
+    if (publisher.holds_later) return false;
     take_record(publisher, record, unread.data() + begin + sizeof record, copies);
     begin += size;
   }

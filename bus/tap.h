@@ -36,10 +36,11 @@ class Tap {
   Tap& operator=(Tap&&) = delete;
 
   /// Appends what was published before the call to `copies`, by time: a packet that answers another
-  /// one stands behind it. What the publishers lost is among it, to the packet.
-  void take(std::vector<TapCopy>& copies);
+  /// one stands behind it. What the publishers lost is among it, to the packet. True when something
+  /// later is at hand already, of which no descriptor tells any more: it is for the next call.
+  bool take(std::vector<TapCopy>& copies);
 
-  /// Descriptors that become readable when there is something to take.
+  /// Descriptors that become readable when there is something new to take.
   std::vector<int> descriptors() const;
 
   /// Sets the tap up again when its socket, or the whole directory, has gone. False when that
@@ -53,6 +54,7 @@ class Tap {
     UniqueFd tally;
     std::vector<unsigned char> unread;  // of the pipe, from `begin` on
     std::size_t begin = 0;
+    bool holds_later = false;    // than the last take
     std::uint64_t expected = 0;  // sequence of the next record
     bool ended = false;
   };

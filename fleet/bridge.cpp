@@ -24,7 +24,7 @@ constexpr seconds kWillLimit{7};
 /// A claim comes back at once, unless the broker's access list keeps it.
 constexpr seconds kClaimLimit{5};
 constexpr seconds kAskAgain{2};
-constexpr std::size_t kMostEchoes = 16;
+constexpr std::size_t kMostEchoes = 4096;
 constexpr char kBridgeProperty[] = "bridge";
 
 bool is_from(const char* packet, const char* channel) {
@@ -343,17 +343,14 @@ void Bridge::stray(const std::string& packet, Doings& doings) {
   doings.remote.emplace_back(std::move(message), 0);
 }
 
-void Bridge::overheard(const void* bytes, std::size_t length) {
+void Bridge::overheard(const void* bytes, std::size_t length,
+                       const RequestDesk::Published& published) {
   const std::string packet(static_cast<const char*>(bytes), length);
   const auto record = record_in(packet);
   if (!record || !is_from(packet.data(), kReplyChannel)) return;
   const std::lock_guard<std::mutex> guard(_mutex);
-  const auto echo = std::find(_echoes.begin(), _echoes.end(), packet);
-  if (echo != _echoes.end()) {
-    _echoes.erase(echo);
-    return;
-  }
-  _desk.overheard(record->cmd_type, patience_of(record->cmd_type), _outlets.now());
+  if (is_echo(packet, published)) return;
+  _desk.overheard(record->cmd_type, patience_of(record->cmd_type), published, _outlets.now());
 }
 
 // --- What is done with requests ---
@@ -383,10 +380,25 @@ void Bridge::carry_out(RequestDesk::Steps steps, bool rtsp, Doings& doings) {
   }
 }
 
-/// What we publish is overheard, too, maybe after its answer. Bounded: on some buses it is not.
+/// What we publish is overheard, too, maybe after its answer. Bounded: on some buses it is not, and a
+/// tap may lose it.
 void Bridge::note_echo(const std::string& packet) {
-  if (_echoes.size() == kMostEchoes) _echoes.pop_front();
-  _echoes.push_back(packet);
+  const TimePoint now = _outlets.now();
+  while (!_echoes.empty() &&
+         (_echoes.size() == kMostEchoes || _echoes.front().sent + RequestDesk::kListen <= now)) {
+    _echoes.pop_front();
+  }
+  _echoes.push_back({std::hash<std::string>()(packet), now});
+}
+
+bool Bridge::is_echo(const std::string& packet, const RequestDesk::Published& published) {
+  const std::size_t hash = std::hash<std::string>()(packet);
+  const auto echo = std::find_if(_echoes.begin(), _echoes.end(), [&](const Echo& each) {
+    return each.hash == hash && each.sent <= published.latest;
+  });
+  if (echo == _echoes.end()) return false;
+  _echoes.erase(echo);
+  return true;
 }
 
 void Bridge::answer(const RequestDesk::Request& request, const std::string& packet,

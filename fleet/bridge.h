@@ -80,7 +80,7 @@ class Bridge : private bus::BrokerListener {
   /// What came on kRtspReplyChannel.
   void from_rtsp(const void* packet, std::size_t length);
   /// What some program has published on kRequestChannel, this one included.
-  void overheard(const void* packet, std::size_t length);
+  void overheard(const void* packet, std::size_t length, const RequestDesk::Published& published);
 
   BridgeCounts counts() const;
   bool serving() const;
@@ -89,6 +89,12 @@ class Bridge : private bus::BrokerListener {
   enum class Stage { kAway, kAsking, kWaiting, kClaiming, kServing, kOver };
   /// The bridge's own questions, by which it knows the camera.
   enum class Question { kVersion, kThermal, kNone };
+
+  /// A request of ours that has not been overheard yet.
+  struct Echo {
+    std::size_t hash;  // of the packet
+    TimePoint sent;
+  };
 
   /// Collected under the lock, carried out without it.
   struct Doings;
@@ -115,6 +121,7 @@ class Bridge : private bus::BrokerListener {
   void answer(const RequestDesk::Request& request, const std::string& packet, const char* channel,
               Doings& doings);
   void note_echo(const std::string& packet);
+  bool is_echo(const std::string& packet, const RequestDesk::Published& published);
   void stray(const std::string& packet, Doings& doings);
   void do_all(Doings& doings);
   void set_timer(Doings& doings);
@@ -137,7 +144,7 @@ class Bridge : private bus::BrokerListener {
   RequestGate _gate;
   RequestDesk _desk;
   RequestDesk _rtsp_desk;
-  std::deque<std::string> _echoes;  // our own requests that have not been overheard yet
+  std::deque<Echo> _echoes;
   Question _question = Question::kVersion;
   std::optional<TimePoint> _ask_at;  // the next question
   std::string _camera_version;

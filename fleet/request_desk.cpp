@@ -7,9 +7,8 @@ namespace vlm::fleet {
 
 namespace {
 
-/// Requests and answers of other programs come on two threads: an answer may be seen first.
-constexpr RequestDesk::Milliseconds kEarly{100};
 constexpr std::size_t kMostForeign = 64;
+constexpr std::size_t kMostUnasked = 4096;
 
 template <typename Map>
 void erase_past(Map& map, RequestDesk::TimePoint now) {
@@ -45,18 +44,26 @@ RequestDesk::Steps RequestDesk::answered(u16 answer, TimePoint now, bool& asked)
     if (other != _foreign.end()) {
       _foreign.erase(other);
     } else {
-      _unasked[answer] = now + kEarly;
+      if (_unasked.size() == kMostUnasked) _unasked.pop_front();
+      _unasked.push_back({answer, now});
     }
   }
   send_next(now, steps);
   return steps;
 }
 
-void RequestDesk::overheard(u16 answer, Milliseconds patience, TimePoint now) {
-  erase_past(_unasked, now);
-  if (_unasked.erase(answer) != 0) return;  // it has been answered already
+void RequestDesk::overheard(u16 answer, Milliseconds patience, const Published& published,
+                            TimePoint now) {
+  forget_unasked(now);
+  const auto answered = std::find_if(_unasked.begin(), _unasked.end(), [&](const Unasked& each) {
+    return each.answer == answer && each.came >= published.earliest;
+  });
+  if (answered != _unasked.end()) {
+    _unasked.erase(answered);
+    return;
+  }
   if (_foreign.size() == kMostForeign) _foreign.erase(_foreign.begin());
-  _foreign.push_back({answer, now + std::min(patience, kListen)});
+  _foreign.push_back({answer, published.latest + std::min(patience, kListen)});
 }
 
 RequestDesk::Steps RequestDesk::pass(TimePoint now) {
@@ -88,7 +95,7 @@ std::optional<RequestDesk::TimePoint> RequestDesk::due(TimePoint now) const {
 void RequestDesk::send_next(TimePoint now, Steps& steps) {
   drop_expired(now, steps);
   erase_past(_owed, now);
-  erase_past(_unasked, now);
+  forget_unasked(now);
   _foreign.erase(std::remove_if(_foreign.begin(), _foreign.end(),
                                 [&](const Foreign& each) { return each.until <= now; }),
                  _foreign.end());
@@ -98,6 +105,10 @@ void RequestDesk::send_next(TimePoint now, Steps& steps) {
   _in_flight_until = now + next->patience;
   _in_flight = next;
   steps.push_back({Step::kAsk, std::move(*next)});
+}
+
+void RequestDesk::forget_unasked(TimePoint now) {
+  while (!_unasked.empty() && _unasked.front().came + kListen <= now) _unasked.pop_front();
 }
 
 void RequestDesk::drop_expired(TimePoint now, Steps& steps) {

@@ -27,7 +27,8 @@ class RequestDesk {
   using Milliseconds = std::chrono::milliseconds;
 
   static constexpr std::size_t kMostWaiting = 32;
-  /// How long the answer to another program's request is waited for.
+  /// How long the answer to another program's request is waited for; and how much later than an
+  /// answer its request is still recognised.
   static constexpr Milliseconds kListen{3000};
   /// How long an answer that did not come in time keeps others like it waiting.
   static constexpr Milliseconds kOwed{1000};
@@ -40,6 +41,12 @@ class RequestDesk {
     u16 answer = 0;            // the code of its answer
     TimePoint expires;         // not to be sent after that
     Milliseconds patience{0};  // for the answer
+  };
+
+  /// When a packet was published, as far as that is known.
+  struct Published {
+    TimePoint earliest;
+    TimePoint latest;
   };
 
   enum class Refusal { kFull, kWaitedTooLong };
@@ -56,8 +63,9 @@ class RequestDesk {
   /// An answer with this code has come. `asked` tells whether it is to a request from here: the step
   /// kAnswer then names it.
   Steps answered(u16 answer, TimePoint now, bool& asked);
-  /// Another program of the bus has published a request, which this answer ends within `patience`.
-  void overheard(u16 answer, Milliseconds patience, TimePoint now);
+  /// Another program of the bus has published a request, which this answer ends within `patience`. It
+  /// may have come already: the two are seen on different threads.
+  void overheard(u16 answer, Milliseconds patience, const Published& published, TimePoint now);
   /// Time has passed.
   Steps pass(TimePoint now);
   /// When pass() has something to do; none: not before another call.
@@ -71,7 +79,13 @@ class RequestDesk {
     TimePoint until;
   };
 
+  struct Unasked {
+    u16 answer;
+    TimePoint came;
+  };
+
   void send_next(TimePoint now, Steps& steps);
+  void forget_unasked(TimePoint now);
   void drop_expired(TimePoint now, Steps& steps);
   bool is_owed(u16 answer, TimePoint now) const;
   std::optional<Request> take_next(TimePoint now);
@@ -82,8 +96,8 @@ class RequestDesk {
   std::optional<Request> _in_flight;
   TimePoint _in_flight_until;
   std::vector<Foreign> _foreign;
-  std::map<u16, TimePoint> _owed;     // until when
-  std::map<u16, TimePoint> _unasked;  // answers whose requests have not been overheard yet
+  std::map<u16, TimePoint> _owed;  // until when
+  std::deque<Unasked> _unasked;    // answers whose requests have not been overheard yet
 };
 
 }  // namespace vlm::fleet

@@ -16,27 +16,48 @@ namespace vlm::fleet {
 
 namespace {
 
-/// A tap notices only when it looks that its directory has gone, or that a publisher has come.
-constexpr int kLookMs = 1000;
+using Clock = std::chrono::steady_clock;
+
+/// A tap notices only when it looks that its directory has gone.
+constexpr std::chrono::milliseconds kLook{1000};
+
+void look_after(bus::Tap& tap, bus::Complaint& complaint) {
+  std::string error;
+  if (tap.renew(error)) {
+    complaint.settled();
+  } else {
+    complaint.about(error);
+  }
+}
+
+void wait_for_copies(const bus::Tap& tap) {
+  std::vector<pollfd> readable;
+  for (const int descriptor : tap.descriptors()) readable.push_back({descriptor, POLLIN, 0});
+  poll(readable.data(), static_cast<nfds_t>(readable.size()), static_cast<int>(kLook.count()));
+}
+
+void hand_out(const std::vector<bus::TapCopy>& copies, const Heard& heard) {
+  for (const bus::TapCopy& copy : copies) {
+    if (copy.channel != kRequestChannel) continue;
+    const Clock::time_point time{std::chrono::nanoseconds(copy.time_ns)};
+    heard(copy.packet.data(), copy.packet.size(), {time, time});
+  }
+}
 
 [[noreturn]] void serve(bus::Tap& tap, const Heard& heard) {
   bus::Complaint complaint;
+  std::vector<bus::TapCopy> copies;
+  bool more = false;
+  Clock::time_point looked{};
   for (;;) {
-    std::vector<pollfd> readable;
-    for (const int descriptor : tap.descriptors()) readable.push_back({descriptor, POLLIN, 0});
-    if (poll(readable.data(), static_cast<nfds_t>(readable.size()), kLookMs) == 0) {
-      std::string error;
-      if (tap.renew(error)) {
-        complaint.settled();
-      } else {
-        complaint.about(error);
-      }
+    if (!more) wait_for_copies(tap);
+    if (Clock::now() - looked >= kLook) {
+      look_after(tap, complaint);
+      looked = Clock::now();
     }
-    std::vector<bus::TapCopy> copies;
-    tap.take(copies);
-    for (const bus::TapCopy& copy : copies) {
-      if (copy.channel == kRequestChannel) heard(copy.packet.data(), copy.packet.size());
-    }
+    copies.clear();
+    more = tap.take(copies);
+    hand_out(copies, heard);
   }
 }
 

@@ -88,10 +88,11 @@ class BridgeSlot {
     const std::unique_lock<std::shared_mutex> guard(_mutex);
     _bridge = bridge;
   }
-  void hand(void (Bridge::*take)(const void*, std::size_t), const void* packet,
-            std::size_t length) {
+  /// Calls `take` of the bridge, while there is one.
+  template <typename... Parameters, typename... Arguments>
+  void hand(void (Bridge::*take)(Parameters...), const Arguments&... arguments) {
     const std::shared_lock<std::shared_mutex> guard(_mutex);
-    if (_bridge != nullptr) (_bridge->*take)(packet, length);
+    if (_bridge != nullptr) (_bridge->*take)(arguments...);
   }
 
  private:
@@ -118,9 +119,11 @@ std::string join_bus() {
   subscriptions.start();
   if (!subscriptions.wait(kReadyLimit)) return "the camera's bus does not deliver";
   std::string error;
-  overhear_requests([](const void* packet,
-                       std::size_t length) { slot().hand(&Bridge::overheard, packet, length); },
-                    error);
+  overhear_requests(
+      [](const void* packet, std::size_t length, const RequestDesk::Published& published) {
+        slot().hand(&Bridge::overheard, packet, length, published);
+      },
+      error);
   return error;
 }
 

@@ -126,7 +126,7 @@ class BridgeTest : public testing::Test {
     bridge->from_camera(packet.data(), packet.size());
   }
   void overhear(const std::string& packet) const {
-    bridge->overheard(packet.data(), packet.size());
+    bridge->overheard(packet.data(), packet.size(), {now, now});
   }
   void due(int ms = 0) {
     now += milliseconds(ms);
@@ -311,6 +311,46 @@ TEST_F(BridgeTest, DoesNotWaitForItself) {
   overhear(request_packet(1));  // its own request, which the other thread sees late
   request("req", kAnna, request_packet(2));
   EXPECT_EQ(asked(), (Codes{1, 2}));
+}
+
+TEST_F(BridgeTest, DoesNotWaitForItselfHoweverLateItHearsOfIt) {
+  constexpr int kRequests = 1000;
+  serve();
+  for (int i = 0; i < kRequests; ++i) {
+    request("req", kAnna, request_packet(1));
+    from_camera(reply_packet(1));
+  }
+  for (int i = 0; i < kRequests; ++i) overhear(request_packet(1));
+  request("req", kAnna, request_packet(2));
+  EXPECT_EQ(local.size(), kRequests + 1U);
+  EXPECT_EQ(asked().back(), 2);
+}
+
+TEST_F(BridgeTest, KnowsAnotherProgramsRequestFromItsOwnLaterOneOfTheSameBytes) {
+  serve();
+  const auto before = now;
+  const std::string packet = request_packet(1);
+  from_camera(reply_packet(1));  // to the other one
+  now += milliseconds(1);
+  request("req", kAnna, packet);
+  bridge->overheard(packet.data(), packet.size(), {before, before});
+  overhear(packet);
+  from_camera(reply_packet(1));
+  request("req", kAnna, request_packet(2));
+  EXPECT_EQ(asked(), (Codes{1, 2}));
+}
+
+TEST_F(BridgeTest, ForgetsWhatItDidNotHearOfItself) {
+  serve();
+  request("req", kAnna, request_packet(1));
+  from_camera(reply_packet(1));
+  due(3000);
+  request("req", kAnna, request_packet(7));
+  from_camera(reply_packet(7));
+  overhear(request_packet(1));
+  request("req", kAnna, request_packet(2));
+  EXPECT_EQ(asked(), (Codes{1, 7}))
+      << "another program's request was taken for an old one of its own";
 }
 
 TEST_F(BridgeTest, ShowsThatTheCameraIsSilentAndThatItIsBack) {

@@ -2,20 +2,27 @@
 #include "tap.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <numeric>
 #include <string>
 #include <vector>
 
+#include "bus_directory.h"
 #include "bus_fixture.h"
+#include "tap_greeting_message.h"
+#include "unique_fd.h"
 #include "vlm_bus.h"
 
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::GetCapturedStderr;
 using vlm::bus::Tap;
 using vlm::bus::TapCopy;
+using vlm::bus::UniqueFd;
 
 namespace {
 
@@ -255,6 +262,59 @@ TEST_F(BusTapTest, PutsAnAnswerBehindItsRequestWhoeverPublishes) {
     ASSERT_EQ(described[2 * number + 1], back + " asker " + std::to_string(number));
   }
   echo.kill_and_wait();
+}
+
+/// A publisher that the test plays, with its clock ahead: as one whose packet comes during a take.
+class PublisherAhead {
+ public:
+  PublisherAhead() {
+    std::string error;
+    const auto directory = vlm::bus::BusDirectory::open(error);
+    const auto names = directory->taps();
+    _connection = directory->connect(names.at(0), SOCK_SEQPACKET);
+    int ends[2];
+    if (!_connection || pipe(ends) != 0) throw std::runtime_error("no way to the tap");
+    _reading = UniqueFd(ends[0]);
+    _writing = UniqueFd(ends[1]);
+    _tally = UniqueFd(memfd_create("tally", 0));
+    vlm::bus::TapGreetingMessage message({vlm::bus::kTapVersion, getpid()});
+    const vlm::bus::TapGreetingMessage::Descriptors descriptors = {_reading.get(), _tally.get()};
+    cmsghdr* const header = CMSG_FIRSTHDR(&message.header);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(sizeof descriptors);
+    std::memcpy(CMSG_DATA(header), descriptors, sizeof descriptors);
+    if (sendmsg(_connection.get(), &message.header, 0) < 0) throw std::runtime_error("no greeting");
+  }
+
+  void publish(const std::string& channel, std::chrono::steady_clock::time_point time) const {
+    vlm::bus::TapRecord record{};
+    record.time_ns = static_cast<std::uint64_t>(time.time_since_epoch().count());
+    record.channel_size = static_cast<std::uint16_t>(channel.size());
+    std::string bytes(reinterpret_cast<const char*>(&record), sizeof record);
+    bytes += channel;
+    if (write(_writing.get(), bytes.data(), bytes.size()) < 0) throw std::runtime_error("full");
+  }
+
+ private:
+  UniqueFd _connection;
+  UniqueFd _reading;
+  UniqueFd _writing;
+  UniqueFd _tally;
+};
+
+TEST_F(BusTapTest, TellsOfAPacketThatCameDuringTheTake) {
+  using std::chrono::steady_clock;
+  Tap tap = open_tap();
+  const PublisherAhead publisher;
+  const auto time = steady_clock::now() + std::chrono::milliseconds(200);
+  publisher.publish(_channel, time);
+  std::vector<TapCopy> copies;
+  while (tap.take(copies)) EXPECT_TRUE(copies.empty());
+  EXPECT_GE(steady_clock::now(), time);
+  ASSERT_EQ(copies.size(), 1U);
+  EXPECT_EQ(copies[0].channel, _channel);
+  EXPECT_FALSE(tap.take(copies));
 }
 
 TEST_F(BusTapTest, ComesBackWhenItsDirectoryHasGone) {

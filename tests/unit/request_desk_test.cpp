@@ -21,8 +21,10 @@ class Desk : public testing::Test {
     return text(desk.submit(request, now));
   }
   std::string answer(u16 code) { return text(desk.answered(code, now, asked)); }
-  void overhear(u16 code, int patience_ms = 3000) {
-    desk.overheard(code, milliseconds(patience_ms), now);
+  void overhear(u16 code, int patience_ms = 3000) { overhear_of(now, code, patience_ms); }
+  /// One that was published at `time`.
+  void overhear_of(RequestDesk::TimePoint time, u16 code, int patience_ms = 3000) {
+    desk.overheard(code, milliseconds(patience_ms), {time, time}, now);
   }
   std::string pass(int ms) {
     now += milliseconds(ms);
@@ -131,11 +133,39 @@ TEST_F(Desk, KnowsAnAnswerThatIsSeenBeforeItsRequest) {
   EXPECT_EQ(submit("a", 2), "ask 2 of a");
 }
 
-TEST_F(Desk, TakesAnAnswerOfLongAgoForNoOther) {
+TEST_F(Desk, TakesAnAnswerFromBeforeTheRequestForNoOther) {
   answer(1);
-  pass(100);
+  pass(1);
   overhear(1);
   EXPECT_EQ(submit("a", 2), "");
+}
+
+TEST_F(Desk, MatchesManyAnswersThatAreSeenBeforeTheirRequests) {
+  const auto first = now;
+  for (int i = 0; i < 100; ++i) answer(1);
+  pass(2999);
+  for (int i = 0; i < 100; ++i) overhear_of(first, 1);
+  EXPECT_EQ(submit("a", 2), "ask 2 of a");
+  overhear_of(first, 1);
+  EXPECT_EQ(submit("a", 3), "") << "one more request than answers";
+}
+
+TEST_F(Desk, TakesAnyAnswerForOneOfARequestWhoseTimeIsNotKnownExactly) {
+  const auto earliest = now;
+  pass(50);
+  answer(1);
+  pass(50);
+  desk.overheard(1, milliseconds(3000), {earliest, now}, now);
+  EXPECT_EQ(submit("a", 2), "ask 2 of a");
+}
+
+TEST_F(Desk, WaitsForARequestThatIsSeenLateOnlyAsLongAsItsProgramDoes) {
+  const auto published = now;
+  pass(400);
+  overhear_of(published, 6, 500);
+  submit("a", 2);
+  EXPECT_EQ(pass(99), "");
+  EXPECT_EQ(pass(1), "ask 2 of a");
 }
 
 TEST_F(Desk, KeepsLikeRequestsBackWhileALateAnswerMayCome) {

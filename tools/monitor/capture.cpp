@@ -57,7 +57,7 @@ bool Capture::take(std::vector<Entry>& entries, std::string& error) {
   _taken_until_ns = steady_ns() + _offset_ns;
   note_clock_step(entries);
   _copies.clear();
-  _tap.take(_copies);
+  _more = _tap.take(_copies);
   for (bus::TapCopy& copy : _copies) {
     Entry& entry = entries.emplace_back();
     entry.time_ns = static_cast<std::int64_t>(copy.time_ns) + _offset_ns;
@@ -91,10 +91,11 @@ bool Capture::inspect(std::string& error) {
 
 void Capture::wait(bool is_busy, const sigset_t& mask) const {
   std::vector<pollfd> readable;
-  if (!is_busy) {
+  const bool gathers = is_busy || _more;
+  if (!gathers) {
     for (const int descriptor : _tap.descriptors()) readable.push_back({descriptor, POLLIN, 0});
   }
-  ppoll(readable.data(), static_cast<nfds_t>(readable.size()), is_busy ? &kGather : &kIdle, &mask);
+  ppoll(readable.data(), static_cast<nfds_t>(readable.size()), gathers ? &kGather : &kIdle, &mask);
 }
 
 }  // namespace vlm::monitor

@@ -40,6 +40,7 @@ class Capture {
   std::int64_t _clock_offset_ns;  // of the wall clock now, to the steady clock
   std::int64_t _taken_until_ns = 0;
   std::int64_t _inspected_ns = 0;  // on the steady clock
+  bool _more = false;              // to take, at once
   std::vector<bus::TapCopy> _copies;
 };
 
