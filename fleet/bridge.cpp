@@ -211,7 +211,11 @@ void Bridge::see_presence(const bus::BrokerMessage& message, Doings& doings) {
   const std::string bridge = message.property(kBridgeProperty);
   const bool present = message.payload == kOnline || message.payload == kSilent;
   if (bridge == _id) {
-    if (_stage == Stage::kClaiming && present) begin_to_serve(doings);
+    if (_stage == Stage::kClaiming && present) return begin_to_serve(doings);
+    // Two threads may have published two changes in the wrong order.
+    if (_stage == Stage::kServing && message.payload != _presence) {
+      doings.remote.emplace_back(presence_message(_presence), 1);
+    }
     return;
   }
   switch (_stage) {

@@ -3,12 +3,12 @@
 #define CAMCTRL_SERVICE_H
 
 #include <chrono>
-#include <regex>
 #include <stdexcept>
 #include <string>
 
 #include "camctrl_app.h"
 #include "lcm_request_peer.h"
+#include "pattern.h"
 #include "velmar_udp_master_k720.h"
 
 struct UdpMasterK720Peer {
@@ -52,9 +52,8 @@ inline void restore_timeouts(UdpMasterK720& service) {
 
 /// `text` with each "[path/file:function][line]: " replaced by "@function: ".
 inline std::string without_places(const std::string& text) {
-  static const std::regex place(
-      "\\[[^\\[\\]]*velmar_udp_master_k720\\w*\\.cpp:(\\w+)\\]\\[[0-9]+\\]: ");
-  return std::regex_replace(text, place, "@$1: ");
+  return replaced(text,
+                  "\\[[^\\[\\]]*velmar_udp_master_k720\\w*\\.cpp:(\\w+)\\]\\[[0-9]+\\]: ", "@$1: ");
 }
 
 #endif  // CAMCTRL_SERVICE_H

@@ -5,12 +5,12 @@
 #include <chrono>
 #include <fstream>
 #include <map>
-#include <regex>
 #include <string>
 
 #include "bus_packets.h"
 #include "bus_recording_fixture.h"
 #include "numbered_packet.h"
+#include "pattern.h"
 #include "tap.h"
 
 using namespace vlm::monitor;
@@ -21,9 +21,9 @@ class BusMonitorTest : public BusRecordingFixture {
  protected:
   /// Without times and without the probes of programs that come up.
   static std::string plain(const std::string& lines) {
-    std::string text = std::regex_replace(lines, std::regex("[^\n]* probe   PROBE\n"), "");
-    text = std::regex_replace(text, std::regex("(^|\n) *[0-9-]+ +[0-9.]+ "), "$1");
-    return std::regex_replace(text, std::regex("[0-9.]+ ms"), "T ms");
+    std::string text = replaced(lines, "[^\n]* probe   PROBE\n", "");
+    text = replaced(text, "(^|\n) *[0-9-]+ +[0-9.]+ ", "$1");
+    return replaced(text, "[0-9.]+ ms", "T ms");
   }
 };
 
@@ -101,9 +101,8 @@ TEST_F(BusMonitorTest, TellsWhatItLostWhileItWasStopped) {
   _monitor->resume();
   const std::string shown = end_monitor();
   std::uint64_t marked = 0;
-  const std::regex mark(" \\[dropped ([0-9]+)\\]\n");
-  for (std::sregex_iterator it(shown.begin(), shown.end(), mark), end; it != end; ++it) {
-    marked += std::stoull((*it)[1]);
+  for (const Match& mark : matches_in(shown, " \\[dropped ([0-9]+)\\]\n")) {
+    marked += std::stoull(mark[1]);
   }
   std::uint64_t packets = 0;
   std::uint64_t lost = 0;
@@ -153,9 +152,9 @@ TEST_F(BusMonitorTest, KeepsItsTimesWhenTheWallClockIsSet) {
   end_monitor();
   const auto all = entries("recording");
   ASSERT_EQ(all.size(), 4U);
-  const std::regex comment("the wall clock was set by [+-]3(600\\.0|599\\.9)[0-9]{5} s");
-  EXPECT_TRUE(std::regex_match(all[1].comment, comment)) << all[1].comment;
-  EXPECT_TRUE(std::regex_match(all[3].comment, comment)) << all[3].comment;
+  constexpr char kComment[] = "the wall clock was set by [+-]3(600\\.0|599\\.9)[0-9]{5} s";
+  EXPECT_TRUE(is_like(all[1].comment, kComment)) << all[1].comment;
+  EXPECT_TRUE(is_like(all[3].comment, kComment)) << all[3].comment;
   for (std::size_t i = 1; i < all.size(); ++i) {
     EXPECT_GE(all[i].time_ns, all[i - 1].time_ns);
     EXPECT_LT(all[i].time_ns, all[i - 1].time_ns + 1000 * kMsNs * 600);
@@ -357,17 +356,16 @@ TEST_F(BusMonitorTest, ColoursLinesOnATerminalAlone) {
 
 /// What stands on a terminal after `output`, which moves the cursor up and erases what is below it.
 std::vector<std::string> screen_after(const std::string& output) {
-  const std::regex part("\033\\[([0-9]+)A|\033\\[J|([^\033\n]*)\n");
   std::vector<std::string> screen;
   std::size_t row = 0;
-  for (std::sregex_iterator it(output.begin(), output.end(), part), end; it != end; ++it) {
-    if ((*it)[1].matched) {
-      row -= std::min(row, static_cast<std::size_t>(std::stoul((*it)[1])));
-    } else if ((*it)[2].matched) {
-      screen.resize(std::max(screen.size(), row + 1));
-      screen[row++] = (*it)[2];
-    } else {
+  for (const Match& part : matches_in(output, "\033\\[([0-9]+)A|\033\\[J|([^\033\n]*)\n")) {
+    if (part[0] == "\033[J") {
       screen.resize(row);
+    } else if (!part[1].empty()) {
+      row -= std::min(row, static_cast<std::size_t>(std::stoul(part[1])));
+    } else {
+      screen.resize(std::max(screen.size(), row + 1));
+      screen[row++] = part[2];
     }
   }
   return screen;
@@ -388,11 +386,11 @@ TEST_F(BusMonitorTest, RefreshesItsStatisticsInPlaceOnATerminal) {
   ASSERT_EQ(screen.size(), 5U) << output;
   EXPECT_EQ(screen[0].rfind("command  ", 0), 0U);
   const auto row = [](const std::string& name, int errors) {
-    return std::regex(name + " +1 +" + std::to_string(errors) + " +0( +[0-9.]+){4}");
+    return name + " +1 +" + std::to_string(errors) + " +0( +[0-9.]+){4}";
   };
-  EXPECT_TRUE(std::regex_match(screen[1], row("GET_ZOOM", 0))) << screen[1];
-  EXPECT_TRUE(std::regex_match(screen[2], row("SET_ZOOM", 0))) << screen[2];
-  EXPECT_TRUE(std::regex_match(screen[3], row("STOP_RECORD", 1))) << screen[3];
+  EXPECT_TRUE(is_like(screen[1], row("GET_ZOOM", 0))) << screen[1];
+  EXPECT_TRUE(is_like(screen[2], row("SET_ZOOM", 0))) << screen[2];
+  EXPECT_TRUE(is_like(screen[3], row("STOP_RECORD", 1))) << screen[3];
   EXPECT_NE(screen[4].find("; no answer 0, unasked 0, crossed 0, dropped 0"), std::string::npos);
   // Elsewhere there is one table, at the end.
   write_recording("recording", {request(0, 5), reply(1, 5, {}, 6)});

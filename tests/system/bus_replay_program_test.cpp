@@ -2,11 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <regex>
 #include <string>
 
 #include "bus_packets.h"
 #include "bus_recording_fixture.h"
+#include "pattern.h"
 
 using namespace vlm::monitor;
 
@@ -162,10 +162,7 @@ TEST_F(BusReplayTest, BeginsWithTheFirstAnswerAgainWhenItIsToLoop) {
   const auto camera = start_replayed_camera("--speed max --loop --expect");
   const std::string shown = run({"vlm_test"}, "82\n82\n82\nq\n").output;
   std::string zooms;
-  const std::regex zoom("\nzoom = ([0-9.]+)");
-  for (std::sregex_iterator it(shown.begin(), shown.end(), zoom), end; it != end; ++it) {
-    zooms += (*it)[1].str() + ' ';
-  }
+  for (const Match& zoom : matches_in(shown, "\nzoom = ([0-9.]+)")) zooms += zoom[1] + ' ';
   EXPECT_EQ(zooms, "1.0 2.0 1.0 ") << shown;
   camera->signal(SIGTERM);
   EXPECT_EQ(camera->read_all(), "equal: 3 equal, 0 different\n");
@@ -174,9 +171,8 @@ TEST_F(BusReplayTest, BeginsWithTheFirstAnswerAgainWhenItIsToLoop) {
 
 /// Milliseconds from request to reply, as the monitor saw it.
 double round_trip_in(const std::string& lines) {
-  std::smatch found;
-  const std::regex trip("\"kind\":\"reply\".*\"round_trip_ms\":([0-9.]+)");
-  return std::regex_search(lines, found, trip) ? std::stod(found[1]) : -1;
+  const auto trips = matches_in(lines, "\"kind\":\"reply\".*\"round_trip_ms\":([0-9.]+)");
+  return trips.empty() ? -1 : std::stod(trips[0][1]);
 }
 
 TEST_F(BusReplayTest, AnswersAsCameraAfterTheRecordedTimeOrAtOnce) {
@@ -200,17 +196,18 @@ TEST_F(BusReplayTest, SendsAsConsoleAtTheRecordedTimeOrAtOnceAndTellsTheSpeed) {
   write_recording("recording", {request(0, 82), reply(1, 82, {0, 0, 128, 63}), request(500, 82),
                                 reply(501, 82, {0, 0, 128, 63})});
   start_camera();
-  const std::regex line(
-      "vlm_bus_replay: 0\\.501 s of the recording played in ([0-9.]+) s, speed ([0-9.]+)\n");
+  constexpr char kLine[] =
+      "^vlm_bus_replay: 0\\.501 s of the recording played in ([0-9.]+) s, speed ([0-9.]+)\n$";
   for (const auto& [speed, least_s] : {std::pair("1", 0.5), {"2.5", 0.2}, {"max", 0.0}}) {
     const Outcome outcome = play("console", {"--expect", "--speed", speed});
     EXPECT_EQ(outcome.status, 0) << speed << outcome.output;
-    std::smatch told;
-    ASSERT_TRUE(std::regex_match(outcome.errors, told, line)) << outcome.errors;
-    const double played_s = std::stod(told[1]);
+    const auto told = matches_in(outcome.errors, kLine);
+    ASSERT_EQ(told.size(), 1U) << outcome.errors;
+    ASSERT_EQ(told[0][0], outcome.errors);
+    const double played_s = std::stod(told[0][1]);
     EXPECT_GE(played_s, least_s) << speed;
     if (played_s >= 0.1) {
-      EXPECT_NEAR(std::stod(told[2]), 0.501 / played_s, 0.03) << outcome.errors;
+      EXPECT_NEAR(std::stod(told[0][2]), 0.501 / played_s, 0.03) << outcome.errors;
     }
   }
 }

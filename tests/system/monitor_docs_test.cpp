@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "bus_recording_fixture.h"
+#include "pattern.h"
 
 namespace {
 
@@ -25,11 +25,10 @@ std::string page() {
 
 /// The blocks of shell, each with the text that follows it before the next one.
 std::vector<Example> examples(const std::string& text) {
-  const std::regex block("```(sh|text)\n([^`]*)```");
   std::vector<Example> all;
-  for (std::sregex_iterator found(text.begin(), text.end(), block), end; found != end; ++found) {
-    if ((*found)[1] == "sh") all.push_back({(*found)[2], ""});
-    if ((*found)[1] == "text") all.back().output += (*found)[2];
+  for (const Match& block : matches_in(text, "```(sh|text)\n([^`]*)```")) {
+    if (block[1] == "sh") all.push_back({block[2], ""});
+    if (block[1] == "text") all.back().output += block[2];
   }
   return all;
 }
@@ -46,8 +45,7 @@ std::string section(const std::string& text, const std::string& heading) {
 
 /// Times are other ones each time; the columns stay.
 std::string without_times(const std::string& text) {
-  return std::regex_replace(text, std::regex(" *[0-9]+\\.[0-9]{3,}| [0-9]+\\.[0-9] a second"),
-                            " T");
+  return replaced(text, " *[0-9]+\\.[0-9]{3,}| [0-9]+\\.[0-9] a second", " T");
 }
 
 class MonitorDocsTest : public BusRecordingFixture {};

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -13,6 +12,7 @@
 
 #include "camctrl_app.h"
 #include "camctrl_service.h"
+#include "pattern.h"
 #include "transcript.h"
 #include "udp_service_program.h"
 
@@ -240,11 +240,8 @@ TEST_F(UdpServiceProgram, RefusesAsItsPageSays) {
 
 /// The numbers that `pattern` captures in `text`.
 std::vector<int> numbers(const std::string& text, const std::string& pattern) {
-  const std::regex number(pattern);
   std::vector<int> all;
-  for (std::sregex_iterator match(text.begin(), text.end(), number), end; match != end; ++match) {
-    all.push_back(std::stoi((*match)[1]));
-  }
+  for (const Match& match : matches_in(text, pattern)) all.push_back(std::stoi(match[1]));
   return all;
 }
 
@@ -272,12 +269,11 @@ struct Vector {
 };
 
 std::vector<Vector> vectors() {
-  const std::string text = source("camctrl_vectors.json");
-  static const std::regex form(
-      R"re("meaning": "([^"]*)",\s*"request": "([^"]*)",\s*"reply": "([^"]*)")re");
+  constexpr char kForm[] =
+      R"re("meaning": "([^"]*)",\s*"request": "([^"]*)",\s*"reply": "([^"]*)")re";
   std::vector<Vector> all;
-  for (std::sregex_iterator match(text.begin(), text.end(), form), end; match != end; ++match) {
-    all.push_back({(*match)[1], bytes_of((*match)[2]), bytes_of((*match)[3])});
+  for (const Match& match : matches_in(source("camctrl_vectors.json"), kForm)) {
+    all.push_back({match[1], bytes_of(match[2]), bytes_of(match[3])});
   }
   return all;
 }

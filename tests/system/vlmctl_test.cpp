@@ -340,13 +340,13 @@ TEST_F(VlmctlProgram, FindsTheCamerasOfThisMachine) {
 
 TEST_F(VlmctlProgram, ABatchStopsARequestWhoseTimeIsOver) {
   start_camera({"--mute", "1"});
-  directory.write("script", "within 50ms get camera.mode\nget lens.zoom\n");
+  directory.write("script", "within 1s get camera.mode\nget lens.zoom\n");
   EXPECT_EQ(run({"--timeout", "1h", "batch", directory / "script", "--keep-going"}), 9);
   EXPECT_EQ(out, "lens.zoom = 1 x\n");
   EXPECT_EQ(err,
             "vlmctl: get camera.mode: stopped before the answer came\n"
-            "vlmctl: not done within 50ms\n"
-            "vlmctl: line 1 ended with 11: within 50ms get camera.mode\n");
+            "vlmctl: not done within 1s\n"
+            "vlmctl: line 1 ended with 11: within 1s get camera.mode\n");
 }
 
 // The shell.

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -14,6 +13,7 @@
 #include "camctrl_service.h"
 #include "catalogue_value.h"
 #include "operation_matrix.h"
+#include "pattern.h"
 #include "velmar_cmd.h"
 #include "vlm_test.h"
 
@@ -152,12 +152,10 @@ std::vector<std::string> types_sent(const Row& row, int code) {
 }
 
 std::vector<std::string> types_listed(const std::string& line) {
-  static const std::regex parameter("\\[\\w[^:\\]]*:([a-z0-9_]+)");
   static const std::map<std::string, std::string> kSame = {{"int8_t", "s8"}, {"uint8_t", "u8"}};
   std::vector<std::string> types;
-  for (std::sregex_iterator found(line.begin(), line.end(), parameter), end; found != end;
-       ++found) {
-    const std::string type = (*found)[1];
+  for (const Match& parameter : matches_in(line, "\\[\\w[^:\\]]*:([a-z0-9_]+)")) {
+    const std::string& type = parameter[1];
     types.push_back(kSame.count(type) != 0 ? kSame.at(type) : type);
   }
   return types;
@@ -205,11 +203,10 @@ std::string plain(const std::string& word) {
 
 /// Number and word of each "1:video" in the line's parameters.
 std::vector<std::pair<s64, std::string>> choices_listed(const std::string& line) {
-  static const std::regex list("\\[[a-z]+:[a-z0-9]+\\((([0-9]+:[^\\]]*))\\)\\]");
   std::vector<std::pair<s64, std::string>> choices;
-  std::smatch found;
-  if (!std::regex_search(line, found, list)) return choices;
-  std::istringstream words(found[1].str());
+  const auto lists = matches_in(line, "\\[[a-z]+:[a-z0-9]+\\((([0-9]+:[^\\]]*))\\)\\]");
+  if (lists.empty()) return choices;
+  std::istringstream words(lists[0][1]);
   for (std::string word; std::getline(words, word, ',');) {
     const auto colon = word.find(':');
     if (colon == std::string::npos) continue;
@@ -249,19 +246,18 @@ TEST(CatalogueProduct, HasTheChoicesThatTheConsoleLists) {
 }
 
 TEST(CatalogueProduct, HasTheRangesThatTheConsoleLists) {
-  static const std::regex range("\\(([0-9.]+)(?::[a-z ]+)?~([0-9.]+)");
   // Kelvins, of which the command carries a byte; a name.
   const std::set<int> kOwnWay = {35, 58, 84, 85};
   int compared = 0;
   for (const auto& [code, line] : usage_lines()) {
-    std::smatch found;
-    if (kOwnWay.count(code) != 0 || !std::regex_search(line, found, range)) continue;
+    const auto ranges = matches_in(line, "\\(([0-9.]+)(?::[a-z ]+)?~([0-9.]+)");
+    if (kOwnWay.count(code) != 0 || ranges.empty()) continue;
     const Row* const row = find_by_code(code);
     if (row == nullptr || row->codes.set != code) continue;
     const Field& field = *chosen_field(*row, code);
     EXPECT_TRUE(field.ranged) << line;
-    EXPECT_EQ(field.range.min, std::stod(found[1])) << line;
-    EXPECT_EQ(field.range.max, std::stod(found[2])) << line;
+    EXPECT_EQ(field.range.min, std::stod(ranges[0][1])) << line;
+    EXPECT_EQ(field.range.max, std::stod(ranges[0][2])) << line;
     ++compared;
   }
   EXPECT_EQ(compared, 5);  // spot, digital zoom, zoom, focus and its limit

@@ -1,8 +1,7 @@
 // What the request engine leaves in the trace log.
 
-#include <regex>
-
 #include "engine_test.h"
+#include "pattern.h"
 #include "temporary_directory.h"
 #include "velmar_log.h"
 
@@ -24,8 +23,7 @@ class RequestLog : public EngineTest {
 
   /// What stands behind the banner, with T for each time stamp.
   std::string logged() const {
-    static const std::regex stamp(", -?[0-9]{6,}\n");
-    return std::regex_replace(_dir.read("test.log").substr(_banner.size()), stamp, ", T\n");
+    return replaced(_dir.read("test.log").substr(_banner.size()), ", -?[0-9]{6,}\n", ", T\n");
   }
 
   TemporaryDirectory _dir;

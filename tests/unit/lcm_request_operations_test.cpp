@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <regex>
 #include <set>
 #include <thread>
 
 #include "command_contract.h"
 #include "operation_matrix.h"
+#include "pattern.h"
 #include "velmar_log.h"
 
 // --- Every operation ---
@@ -214,8 +214,7 @@ namespace {
 
 /// `text` with the tick of each log line replaced by T.
 std::string without_ticks(const std::string& text) {
-  static const std::regex tick(", [0-9]{6,}\n");
-  return std::regex_replace(text, tick, ", T\n");
+  return replaced(text, ", [0-9]{6,}\n", ", T\n");
 }
 
 /// An operation with what it adds to the trace log.

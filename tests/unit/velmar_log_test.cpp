@@ -9,13 +9,13 @@
 #include <cstring>
 #include <filesystem>
 #include <ostream>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "file_size_limit.h"
+#include "pattern.h"
 #include "sync_watch.h"
 #include "temporary_directory.h"
 #include "transcript.h"
@@ -26,13 +26,11 @@ const std::string kBanner = "\n" + std::string(25, '=') + "\n";
 
 /// `text` with every time stamp replaced by T, which stands for six digits or more.
 std::string without_stamps(const std::string& text) {
-  static const std::regex stamp(", -?[0-9]{6,}\n");
-  return std::regex_replace(text, stamp, ", T\n");
+  return replaced(text, ", -?[0-9]{6,}\n", ", T\n");
 }
 
 std::string without_addresses(const std::string& text) {
-  static const std::regex address("0x[0-9a-f]+");
-  return std::regex_replace(text, address, "ADDR");
+  return replaced(text, "0x[0-9a-f]+", "ADDR");
 }
 
 class TraceLog : public testing::Test {
@@ -375,13 +373,13 @@ TEST_F(TraceLog, CutsAMessageWithoutSuffixTo127Characters) {
 TEST(TraceLogSuffix, CountedHasTheCounterAndTheTick) {
   char text[64] = {};
   append_num_timestamp(text, sizeof text, 7);
-  EXPECT_TRUE(std::regex_match(text, std::regex(":\\[007\\], -?[0-9]{6,}\n"))) << text;
+  EXPECT_TRUE(is_like(text, ":\\[007\\], -?[0-9]{6,}\n")) << text;
 }
 
 TEST(TraceLogSuffix, PlainHasTheTick) {
   char text[64] = {};
   append_timestamp(text, sizeof text);
-  EXPECT_TRUE(std::regex_match(text, std::regex(", -?[0-9]{6,}\n"))) << text;
+  EXPECT_TRUE(is_like(text, ", -?[0-9]{6,}\n")) << text;
 }
 
 TEST(TraceLogSuffix, CountedNeeds20Bytes) {
@@ -465,11 +463,10 @@ TEST_F(TraceLog, KeepsTheLinesOfManyThreadsApart) {
   }
   for (auto& thread : threads) thread.join();
 
-  static const std::regex line("([a-d])\\1{59}:\\[[0-9]{3}\\], T");
   std::istringstream lines(logged());
   int count = 0;
   for (std::string text; std::getline(lines, text); ++count) {
-    EXPECT_TRUE(std::regex_match(text, line)) << text;
+    EXPECT_TRUE(is_like(text, "([a-d])\\1{59}:\\[[0-9]{3}\\], T")) << text;
   }
   EXPECT_EQ(count, kThreads * kMessages);
   EXPECT_EQ(g_cmd_num.total_num, kMessages);

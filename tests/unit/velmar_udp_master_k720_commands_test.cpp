@@ -13,6 +13,7 @@
 #include "camctrl_contract.h"
 #include "camctrl_service.h"
 #include "operation.h"
+#include "pattern.h"
 #include "scripted_bus.h"
 #include "transcript.h"
 
@@ -86,14 +87,13 @@ TEST_P(CamctrlCommand, TimesOutWhenTheCameraIsSilent) {
 /// engine publishes the request.
 std::vector<std::string> log_lines(const std::string& transcript) {
   static const std::string kPlace = "@process_camera_functions_and_reply: ";
-  static const std::regex line_number("\\]\\[[1-9][0-9]*\\]:");
   std::vector<std::string> lines;
   std::istringstream text(without_places(transcript));
   for (std::string line; std::getline(text, line);) {
     if (line.rfind("Send ", 0) == 0) lines.push_back("-");
     if (line == ")") lines.push_back(line);
     if (line.rfind(kPlace, 0) == 0) {
-      lines.push_back(std::regex_replace(line.substr(kPlace.size()), line_number, "][LINE]:"));
+      lines.push_back(replaced(line.substr(kPlace.size()), "\\]\\[[1-9][0-9]*\\]:", "][LINE]:"));
     }
   }
   return lines;
