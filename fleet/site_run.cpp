@@ -215,6 +215,13 @@ class SiteRun {
   std::size_t _shown = 0;
 };
 
+/// `status`, unless the results did not reach their reader.
+int with_output(int status) {
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+  std::fprintf(stderr, "%sstandard output cannot be written\n", kOwnName);
+  return status == kDone ? kPartly : status;
+}
+
 }  // namespace
 
 int run_site_order(const SiteOrder& order, bus::LoopMaker make_loop) {
@@ -231,9 +238,9 @@ int run_site_order(const SiteOrder& order, bus::LoopMaker make_loop) {
     return fail(order, kNoCamera, error);
   }
   if (cameras.empty()) return fail(order, kNoCamera, "no camera on " + text_of(*site));
-  if (order.lists) return list_cameras(order, cameras);
+  if (order.lists) return with_output(list_cameras(order, cameras));
   if (!may_go_on(order, cameras.size())) return fail(order, kUsage, "nothing was done");
-  return SiteRun(order, *site, cameras).run();
+  return with_output(SiteRun(order, *site, cameras).run());
 }
 
 }  // namespace vlm::fleet
