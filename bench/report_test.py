@@ -75,6 +75,13 @@ class Report(unittest.TestCase):
         self.assertIn("| way | us | 11.90 | 11.90 | 11.90 | chain | 1.19 | 1.00 |\n", text)
         self.assertIn("| app to camera and back ÷ `chain` | 1.19 | 1.20 | 1.10 | goal |\n", text)
 
+    def test_says_what_the_bridge_adds(self):
+        rows = [row("broker_bare", 30, "broker_bare"), row("broker_bus", 10, "broker_bare"),
+                row("broker_camera", 50, "broker_bare"), row("broker_bridge", 72.5, "broker_bare")]
+        text = self.report(self.build("now", rows))[1]
+        self.assertIn("`broker_bridge` − `broker_camera` | 22.50 | 15.00 | 10.00 | missed |\n", text)
+        self.assertIn("the same − `broker_bus` | 12.50 | 15.00 | 5.00 | goal |\n", text)
+
     def test_says_that_a_goal_was_missed(self):
         rows = [row("echo_1_10", 8, "echo_1_10"), row("service_1_10", 10, "echo_1_10")]
         text = self.report(self.build("now", rows))[1]

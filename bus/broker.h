@@ -94,9 +94,12 @@ class BrokerLoop {
                                                     std::string& error) = 0;
 };
 
+/// Null when it cannot be made: `error` says why.
+using LoopMaker = std::unique_ptr<BrokerLoop> (*)(std::string& error);
+
 /// What the shared object offers as vlm_broker_part.
 struct BrokerPart {
-  std::unique_ptr<BrokerLoop> (*make_loop)(std::string& error);
+  LoopMaker make_loop;
 };
 
 /// A loop of the shared object. Null when there is none: `error` says why.

@@ -18,11 +18,29 @@ struct BrokerFiles {
   std::string password;     // of the address' user: its first line
 };
 
+/// What one of them is called.
+struct BrokerFileName {
+  const char* variable;
+  const char* option;
+  const char* help;
+  std::string BrokerFiles::*member;
+};
+
+constexpr BrokerFileName kBrokerFileNames[] = {
+    {"VLM_MQTT_CA_FILE", "--mqtt-ca-file", "certificates of the authorities to trust",
+     &BrokerFiles::ca},
+    {"VLM_MQTT_CERT_FILE", "--mqtt-cert-file", "this user's certificate",
+     &BrokerFiles::certificate},
+    {"VLM_MQTT_KEY_FILE", "--mqtt-key-file", "the key of the certificate", &BrokerFiles::key},
+    {"VLM_MQTT_PASSWORD_FILE", "--mqtt-password-file", "the password of the address' user",
+     &BrokerFiles::password},
+};
+
 /// Those that VLM_MQTT_CA_FILE, VLM_MQTT_CERT_FILE, VLM_MQTT_KEY_FILE and VLM_MQTT_PASSWORD_FILE name.
 BrokerFiles broker_files_of_environment();
 
-/// Options of the same names, --mqtt-ca-file and so on, which set these variables.
-std::vector<host::Option> broker_file_options();
+/// Adds options of the same names, --mqtt-ca-file and so on, which set these variables.
+void add_broker_file_options(std::vector<host::Option>& options);
 
 }  // namespace vlm::bus
 

@@ -140,13 +140,12 @@ bool Tap::read_more(Publisher& publisher) {
   auto& unread = publisher.unread;
   unread.erase(unread.begin(), unread.begin() + static_cast<std::ptrdiff_t>(publisher.begin));
   publisher.begin = 0;
-  const std::size_t kept = unread.size();
-  unread.resize(kept + kReadSize);
+  unsigned char more[kReadSize];  // in place of room in `unread`, which would be cleared first
   ssize_t size;
   do {
-    size = read(publisher.pipe.get(), unread.data() + kept, kReadSize);
+    size = read(publisher.pipe.get(), more, sizeof more);
   } while (size < 0 && errno == EINTR);
-  unread.resize(kept + static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+  if (size > 0) unread.insert(unread.end(), more, more + size);
   if (size == 0 || (size < 0 && errno != EAGAIN)) publisher.ended = true;
   return size > 0;
 }

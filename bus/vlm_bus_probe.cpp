@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "broker_files.h"
 #include "bus_directory.h"
 #include "options.h"
 #include "standard_output.h"
@@ -31,20 +32,22 @@ bool parse_milliseconds(const std::string& text, int& ms) {
 }
 
 std::vector<host::Option> table(Request& request) {
-  return {
+  std::vector<host::Option> options = {
       {"--wait", "MS", "look for up to MS milliseconds (default 0)",
        [&](const std::string& value) { return parse_milliseconds(value, request.wait_ms); }},
-      {"--help", nullptr, "show this text", host::sets(request.help)},
-      {"--version", nullptr, "show the version", host::sets(request.version)},
   };
+  add_broker_file_options(options);
+  options.push_back({"--help", nullptr, "show this text", host::sets(request.help)});
+  options.push_back({"--version", nullptr, "show the version", host::sets(request.version)});
+  return options;
 }
 
 std::string usage() {
   Request unused;
-  return "Usage: vlm_bus_probe CHANNEL [--wait MS]\n"
+  return "Usage: vlm_bus_probe CHANNEL [OPTION]...\n"
          "Tells by its exit status whether CHANNEL has a live subscriber on the bus.\n"
          "\n" +
-         host::options_help(table(unused), 11) +
+         host::options_help(table(unused), 25) +
          "\n"
          "Exit status: 0 there is a subscriber, 1 there is none, 2 wrong usage.\n";
 }

@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "broker_files.h"
 #include "bus_address.h"
 #include "fault_switches.h"
 #include "options.h"
@@ -55,11 +56,15 @@ std::vector<Option> table(SimOptions& o) {
         {"--" + std::string(fault.name), fault.value, fault.help,
          [&fault, &o](const std::string& value) { return fault.apply(value, o.faults); }});
   }
-  const Option run[] = {
+  const Option fleet[] = {
       {"--fleet", "N", "N cameras, behind the broker that VLM_BUS names with its site",
        [&o](const std::string& value) { return parse_fleet(value, o); }},
       {"--camera-prefix", "NAME", "what their names begin with, a number follows (cam-)",
        [&o](const std::string& value) { return parse_prefix(value, o); }},
+  };
+  all.insert(all.end(), std::begin(fleet), std::end(fleet));
+  bus::add_broker_file_options(all);
+  const Option run[] = {
       {"--script", "FILE", "run the commands in FILE first", keeps(o.script)},
       {"--seed", "N", "start of the random numbers; a fresh one otherwise",
        [&o](const std::string& value) { return parse_number(value, o.seed.emplace()); }},

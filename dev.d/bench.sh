@@ -1,7 +1,7 @@
 # shellcheck shell=sh
 # `./dev bench`: the benchmarks, their page and the comparison with another revision.
 
-BENCH_PACKAGES="$BUILD_PACKAGES libbenchmark-dev python3"
+BENCH_PACKAGES="$BUILD_PACKAGES libbenchmark-dev mosquitto python3"
 # Of the other message systems, beside which a request is measured.
 PEER_PACKAGES="cyclonedds-dev cyclonedds-tools dbus-daemon libmosquitto-dev libsystemd-dev
   libzmq3-dev mosquitto"

@@ -153,6 +153,7 @@ void Bridge::on_acknowledged(int ticket, bool granted) {
 }
 
 void Bridge::on_message(const bus::BrokerMessage& message) {
+  listen();
   Doings doings;
   {
     const std::lock_guard<std::mutex> guard(_mutex);
@@ -171,6 +172,7 @@ void Bridge::on_message(const bus::BrokerMessage& message) {
 }
 
 void Bridge::on_due() {
+  listen();
   Doings doings;
   {
     const std::lock_guard<std::mutex> guard(_mutex);
@@ -293,6 +295,7 @@ void Bridge::take_request(const bus::BrokerMessage& message, RequestGate::Kind k
 void Bridge::from_camera(const void* bytes, std::size_t length) {
   const std::string packet(static_cast<const char*>(bytes), length);
   if (packet.size() <= bus::kEnvelopeSize || !is_from(packet.data(), kRequestChannel)) return;
+  if (has_waiting()) listen();
   Doings doings;
   {
     const std::lock_guard<std::mutex> guard(_mutex);
@@ -347,6 +350,19 @@ void Bridge::stray(const std::string& packet) {
   if (_stage != Stage::kServing) return;
   bus::BrokerMessage message{_topics.stray, packet, false, "", "", {}, {{kViaProperty, _id}}};
   _connection->publish(message, 0);
+}
+
+bool Bridge::has_waiting() const {
+  const std::lock_guard<std::mutex> guard(_mutex);
+  return _desk.waiting() > 0;
+}
+
+/// Before a request goes out: whose answer would be taken for its own is known then.
+void Bridge::listen() {
+  if (!_outlets.take_requests) return;
+  _outlets.take_requests([this](const void* packet, std::size_t length, const auto& published) {
+    overheard(packet, length, published);
+  });
 }
 
 void Bridge::overheard(const void* bytes, std::size_t length,

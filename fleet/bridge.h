@@ -50,6 +50,9 @@ class Bridge : private bus::BrokerListener {
     BridgeRules rules;
     std::string version;
   };
+  /// Takes a packet that some program has published on kRequestChannel.
+  using Heard = std::function<void(const void* packet, std::size_t length,
+                                   const RequestDesk::Published& published)>;
   /// Where its doings go; called on any thread, never under a lock.
   struct Outlets {
     /// Publishes on the camera's bus as send_msg_to_lcm does.
@@ -61,6 +64,9 @@ class Bridge : private bus::BrokerListener {
     /// A line for the operator.
     std::function<void(const std::string& line)> tell;
     std::function<TimePoint()> now = std::chrono::steady_clock::now;
+    /// Hands what has been published on kRequestChannel until now, the bridge's own requests included,
+    /// to `heard`, once each; empty where no other program asks the camera.
+    std::function<void(const Heard& heard)> take_requests = nullptr;
   };
 
   Bridge(Plan plan, Outlets outlets);
@@ -79,8 +85,8 @@ class Bridge : private bus::BrokerListener {
   void from_camera(const void* packet, std::size_t length);
   /// What came on kRtspReplyChannel.
   void from_rtsp(const void* packet, std::size_t length);
-  /// What some program has published on kRequestChannel, this one included.
-  void overheard(const void* packet, std::size_t length, const RequestDesk::Published& published);
+  /// Something may have been published on kRequestChannel.
+  void listen();
 
   BridgeCounts counts() const;
   bool serving() const;
@@ -107,6 +113,8 @@ class Bridge : private bus::BrokerListener {
   void on_due() override;
   void on_stall(std::chrono::milliseconds gap) override;
 
+  void overheard(const void* packet, std::size_t length, const RequestDesk::Published& published);
+  bool has_waiting() const;
   void see_presence(const bus::BrokerMessage& message, Doings& doings);
   void take_request(const bus::BrokerMessage& message, RequestGate::Kind kind, Doings& doings);
   void claim();

@@ -28,8 +28,8 @@ client::Transport* reach(const std::string& text, std::chrono::milliseconds limi
   return std::make_unique<BrokerTransport>(std::move(camera)).release();
 }
 
-int run_site(int count, char** words) {
-  return run_site_order(parse_site_order({words, words + count}));
+int run_site(const std::vector<std::string>& line, std::size_t command) {
+  return run_site_order(parse_site_order(line, command), make_mosquitto_loop);
 }
 
 }  // namespace

@@ -49,7 +49,7 @@ bool ExpectedAnswers::holds(const std::string& correlation) const {
 
 std::unique_ptr<BrokerCamera> BrokerCamera::reach(const bus::BrokerAddress& address,
                                                   const bus::BrokerFiles& files,
-                                                  LoopMaker make_loop, std::string& error) {
+                                                  bus::LoopMaker make_loop, std::string& error) {
   std::unique_ptr<BrokerCamera> camera(new BrokerCamera(address));
   bus::BrokerPlan plan;
   plan.address = address;

@@ -44,14 +44,13 @@ class ExpectedAnswers {
 
 class BrokerCamera : private bus::BrokerListener {
  public:
-  using LoopMaker = std::unique_ptr<bus::BrokerLoop> (*)(std::string& error);
   /// Takes the first `length` bytes of a packet, on the loop's thread.
   using Receiver = std::function<void(const void* packet, std::size_t length)>;
 
   /// Connects in the background. Null when the camera cannot be reached that way: `error` says why.
   static std::unique_ptr<BrokerCamera> reach(const bus::BrokerAddress& address,
-                                             const bus::BrokerFiles& files, LoopMaker make_loop,
-                                             std::string& error);
+                                             const bus::BrokerFiles& files,
+                                             bus::LoopMaker make_loop, std::string& error);
 
   /// Waits until requests can be sent and answers come. False when that is not so within `limit`:
   /// `error` says why.

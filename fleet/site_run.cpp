@@ -11,7 +11,6 @@
 #include <utility>
 
 #include "json_writer.h"
-#include "mosquitto_loop.h"
 #include "site_presence.h"
 #include "site_task.h"
 
@@ -28,11 +27,6 @@ constexpr int kPartly = 9;
 constexpr std::size_t kAtOnce = 32;  // processes, each with a connection
 constexpr std::chrono::seconds kPresenceLimit{5};
 constexpr char kOwnName[] = "vlmctl: ";
-
-/// Options whose value is a word of its own.
-bool takes_a_word(const std::string& option) {
-  return option == "--timeout" || option == "--retries" || option == "--camera";
-}
 
 int fail(const SiteOrder& order, int status, const std::string& message) {
   if (order.json) {
@@ -221,47 +215,32 @@ class SiteRun {
   std::size_t _shown = 0;
 };
 
-}  // namespace
-
-SiteOrder parse_site_order(const std::vector<std::string>& words) {
-  SiteOrder order;
-  if (!words.empty()) order.site = words[0];
-  bool value_follows = false;
-  for (std::size_t i = 1; i < words.size(); ++i) {
-    const std::string& word = words[i];
-    if (word == "--all-cameras") {
-      order.all_cameras = true;
-      continue;
-    }
-    order.json = order.json || word == "--json";
-    order.lists = order.lists || (order.command == "list" && word == "--cameras");
-    const bool option = word.rfind('-', 0) == 0;
-    if (order.command.empty() && !option && !value_follows) order.command = word;
-    value_follows = takes_a_word(word);
-    order.words.push_back(word);
-  }
-  return order;
+/// `status`, unless the results did not reach their reader.
+int with_output(int status) {
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+  std::fprintf(stderr, "%sstandard output cannot be written\n", kOwnName);
+  return status == kDone ? kPartly : status;
 }
 
-int run_site_order(const SiteOrder& order) {
+}  // namespace
+
+int run_site_order(const SiteOrder& order, bus::LoopMaker make_loop) {
   std::string error;
   const auto site = address_of(order.site, error);
   if (!site) return fail(order, kUsage, error);
-  if (order.command.empty()) {
-    return fail(order, kUsage, "no command given, vlmctl --help lists them");
-  }
+  if (order.names_camera) return fail(order, kUsage, "--site and --camera exclude each other");
   if (!order.lists && !order.all_cameras) {
     return fail(order, kUsage, "--site is for list --cameras, or with --all-cameras for a command");
   }
   SiteCameras cameras;
-  const auto loop = make_mosquitto_loop(error);
+  const auto loop = make_loop(error);
   if (!loop || !SitePresence::ask(*loop, *site, kPresenceLimit, cameras, error)) {
     return fail(order, kNoCamera, error);
   }
   if (cameras.empty()) return fail(order, kNoCamera, "no camera on " + text_of(*site));
-  if (order.lists) return list_cameras(order, cameras);
+  if (order.lists) return with_output(list_cameras(order, cameras));
   if (!may_go_on(order, cameras.size())) return fail(order, kUsage, "nothing was done");
-  return SiteRun(order, *site, cameras).run();
+  return with_output(SiteRun(order, *site, cameras).run());
 }
 
 }  // namespace vlm::fleet

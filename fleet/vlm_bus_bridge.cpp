@@ -60,7 +60,7 @@ std::vector<host::Option> table(Request& request) {
       {"--read-only", nullptr, "likewise all that do more than read",
        host::sets(request.rules.read_only)},
   };
-  for (host::Option& option : bus::broker_file_options()) options.push_back(std::move(option));
+  bus::add_broker_file_options(options);
   options.push_back({"--help", nullptr, "show this text", host::sets(request.help)});
   options.push_back({"--version", nullptr, "show the version", host::sets(request.version)});
   return options;
@@ -119,11 +119,7 @@ std::string join_bus() {
   subscriptions.start();
   if (!subscriptions.wait(kReadyLimit)) return "the camera's bus does not deliver";
   std::string error;
-  overhear_requests(
-      [](const void* packet, std::size_t length, const RequestDesk::Published& published) {
-        slot().hand(&Bridge::overheard, packet, length, published);
-      },
-      error);
+  listen_for_requests([] { slot().hand(&Bridge::listen); }, error);
   return error;
 }
 
@@ -160,7 +156,8 @@ Bridge::Outlets outlets() {
             kill(getpid(), kOverSignal);
           },
           nullptr,
-          [](const std::string& line) { std::printf("vlm_bus_bridge: %s\n", line.c_str()); }};
+          [](const std::string& line) { std::printf("vlm_bus_bridge: %s\n", line.c_str()); },
+          std::chrono::steady_clock::now, take_requests};
 }
 
 /// Serves until a signal ends it, or another bridge; returns the exit status.

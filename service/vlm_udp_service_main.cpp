@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "admission.h"
+#include "broker_files.h"
 #include "bus_listeners.h"
 #include "options.h"
 #include "output_relay.h"
@@ -74,7 +75,7 @@ bool parse_rate(const std::string& text, unsigned& rate) {
 }
 
 std::vector<host::Option> table(Settings& settings) {
-  return {
+  std::vector<host::Option> options = {
       {"--port", "N", "serve UDP port N (default 9528; 0: a free one)",
        [&](const std::string& value) { return parse_port(value, settings.port); }},
       {"--bind", "ADDRESS", "serve this IPv4 address of the machine alone (default: all of them)",
@@ -94,10 +95,13 @@ std::vector<host::Option> table(Settings& settings) {
        }},
       {"--log-time", nullptr, "run the time log, which its marker on the SD card enables",
        host::sets(settings.log_time)},
-      {"--help", nullptr, "print this and exit", host::sets(settings.help), nullptr, true},
-      {"--version", nullptr, "print the version and exit", host::sets(settings.version), nullptr,
-       true},
   };
+  bus::add_broker_file_options(options);
+  options.push_back(
+      {"--help", nullptr, "print this and exit", host::sets(settings.help), nullptr, true});
+  options.push_back({"--version", nullptr, "print the version and exit",
+                     host::sets(settings.version), nullptr, true});
+  return options;
 }
 
 std::string help() {
@@ -105,13 +109,14 @@ std::string help() {
   return "Usage: vlm_udp_service [OPTION]...\n"
          "Serves the camera-control UDP protocol: applications drive the camera with it.\n"
          "\n" +
-         host::options_help(table(unused), 14);
+         host::options_help(table(unused), 25);
 }
 
 /// What a value was to be, by its name in the help.
 std::string wanted(const std::string& value) {
   if (value == "ADDRESS") return "address";
   if (value == "NET") return "network";
+  if (value == "FILE") return "file";
   return value == "RATE" ? "rate of 1 to " + std::to_string(kHighestRate) : "port";
 }
 

@@ -158,6 +158,9 @@ names_and_choices_are_offered() {
   offers 'vlmctl set exposure.mode=' auto manual
   COMP_WORDBREAKS=' ' offers 'vlmctl set exposure.mode=m' exposure.mode=manual
   offers 'vlmctl save '
+  offers 'vlmctl --site lab --all-cameras get lens.zo' lens.zoom
+  offers 'vlmctl --site lab list --cam' --cameras
+  offers 'vlmctl --mqtt-ca-file ca.crt des' describe
 }
 
 # --- Readline ---

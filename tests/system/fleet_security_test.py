@@ -77,15 +77,16 @@ class Security(unittest.TestCase):
 
     @classmethod
     def make_certificates(cls, folder):
-        """Exactly what the page shows."""
+        """Exactly what the page shows, and one more camera's."""
         page = (REPOSITORY / "docs/fleet.md").read_text()
         shown = re.search(r"^## Certificates$.*?^```sh\n(.*?)^```$", page, re.M | re.S).group(1)
-        subprocess.run(["bash", "-ec", shown], cwd=folder, check=True, capture_output=True)
+        subprocess.run(["bash", "-ec", shown + "certificate sim-1\n"], cwd=folder, check=True, capture_output=True)
 
     @classmethod
     def start_broker(cls):
-        """The examples as they are, but for their folder and their ports."""
-        (cls.folder / "acl").write_text((EXAMPLES / "acl").read_text())
+        """The examples as they are, but for their folder, their ports and that one more camera."""
+        answers = "topic write vlm/1/client/+/+/rep\n"
+        (cls.folder / "acl").write_text((EXAMPLES / "acl").read_text() + f"\nuser sim-1\n{answers}")
         subprocess.run(["mosquitto_passwd", "-b", "-c", cls.folder / "passwords", "operator", "secret"],
                        check=True)
         text = (EXAMPLES / "mosquitto.conf").read_text()
@@ -112,13 +113,18 @@ class Security(unittest.TestCase):
                 "VLM_MQTT_KEY_FILE": f"{folder}/{name}.key"}
 
     @classmethod
-    def start_bridge(cls, log, name, camera, bus):
+    def options_of(cls, name):
+        """The same as options."""
         files = cls.files_of(name)
+        return ["--mqtt-ca-file", files["VLM_MQTT_CA_FILE"],
+                "--mqtt-cert-file", files["VLM_MQTT_CERT_FILE"],
+                "--mqtt-key-file", files["VLM_MQTT_KEY_FILE"]]
+
+    @classmethod
+    def start_bridge(cls, log, name, camera, bus):
         return cls.start(log, PROGRAMS / "vlm_bus_bridge", "--broker",
                          f"mqtts://{name}@localhost:{cls.port}/lab/{camera}", "--local", bus,
-                         "--mqtt-ca-file", files["VLM_MQTT_CA_FILE"],
-                         "--mqtt-cert-file", files["VLM_MQTT_CERT_FILE"],
-                         "--mqtt-key-file", files["VLM_MQTT_KEY_FILE"])
+                         *cls.options_of(name))
 
     def console(self, user, *command, files=None, port=None):
         """What the console prints, with its errors."""
@@ -129,9 +135,56 @@ class Security(unittest.TestCase):
                               env={**os.environ, **files, "VLM_BUS": address})
         return done.stdout + done.stderr
 
+    def vlmctl(self, *arguments, lines=""):
+        """What vlmctl prints, with its errors, where no variable names a file."""
+        done = subprocess.run([PROGRAMS / "vlmctl", *arguments], input=lines, capture_output=True,
+                              text=True, timeout=LIMIT_S, check=False,
+                              env={**os.environ, "VLM_BUS": f"mqtts://viewer@localhost:{self.port}/lab"})
+        return done.stdout + done.stderr
+
     def test_the_operator_asks_and_sets(self):
         self.assertIn("Recv GET_CAMERA_MODE Ack OK", self.console("operator", "1"))
         self.assertIn("Recv SET_AE Ack OK", self.console("operator", "8", "0"))
+
+    def test_vlmctl_takes_the_files_as_options(self):
+        camera = ["--camera", f"mqtts://operator@localhost:{self.port}/lab/cam-1"]
+        mode = "camera.mode = video\n"
+        self.assertIn("cannot reach mqtts://localhost", self.vlmctl(*camera, "get", "camera.mode"))
+        options = self.options_of("operator")
+        self.assertEqual(self.vlmctl(*options, *camera, "get", "camera.mode"), mode)
+        self.assertEqual(self.vlmctl(*camera, *options, "shell", lines="get camera.mode\n" * 2), mode * 2)
+
+    def test_vlmctl_takes_the_password_as_an_option(self):
+        (self.folder / "password_of_option").write_text("secret\n")
+        self.assertEqual(
+            self.vlmctl("--mqtt-ca-file", self.folder / "ca.crt",
+                        f"--mqtt-password-file={self.folder}/password_of_option", "--camera",
+                        f"mqtts://operator@localhost:{self.password_port}/lab/cam-1", "get", "camera.mode"),
+            "camera.mode = video\n")
+
+    def test_the_cameras_of_a_site_are_asked_with_the_same_files(self):
+        site = ["--site", f"mqtts://operator@localhost:{self.port}/lab"]
+        options = self.options_of("operator")
+        self.assertIn("cam-1 ", self.vlmctl(*site, *options, "list", "--cameras"))
+        self.assertIn("cam-1 ", self.vlmctl(*self.options_of("viewer"), "--site", "lab", "list", "--cameras"))
+        for order in [*site, *options], [*options, *site]:
+            self.assertIn("cam-1: camera.mode = video\n",
+                          self.vlmctl(*order, "--all-cameras", "get", "camera.mode"))
+
+    def test_the_other_programs_take_the_files_as_options(self):
+        site = f"localhost:{self.port}/lab"
+        fleet = self.start("fleet", PROGRAMS / "camera_sim", "--fleet", "1", "--camera-prefix", "sim-",
+                           *self.options_of("sim-1"), VLM_BUS=f"mqtts://sim-1@{site}")
+        fleet.wait_for("ready, 1 cameras")
+        operator = self.options_of("operator")
+        address = f"mqtts://operator@{site}/sim-1"
+        self.assertEqual(self.vlmctl(*operator, "--camera", address, "get", "camera.mode"),
+                         "camera.mode = video\n")
+        probe = [PROGRAMS / "vlm_bus_probe", "velmar_repeater_udp", "--wait", "20000", *operator]
+        self.assertEqual(subprocess.run(probe, check=False, env={**os.environ, "VLM_BUS": address}).returncode, 0)
+        service = self.start("service", PROGRAMS / "vlm_udp_service", "--port", "0", *operator,
+                             VLM_BUS=address)
+        service.wait_for("serving port")
 
     def test_the_operator_gets_in_with_the_password(self):
         (self.folder / "password").write_text("secret\n")

@@ -356,6 +356,13 @@ TEST_F(Site, RunsACommandOnAllItsCameras) {
   EXPECT_EQ(err, "vlmctl: 11 cameras: 11 done, 0 failed\n");
 }
 
+TEST_F(Site, TakesItsOptionsInAnyOrder) {
+  run({"--timeout", "2s", "--all-cameras", "--site=test", "get", "lens.zoom"}, 0);
+  EXPECT_EQ(occurrences(out, ": lens.zoom = 1 x\n"), 11);
+  run({"--site", "test", "get", "--all-cameras", "lens.zoom"}, 0);
+  EXPECT_EQ(occurrences(out, ": lens.zoom = 1 x\n"), 11);
+}
+
 TEST_F(Site, TellsOfEachCameraThatFailed) {
   bridge = start_bridge_of("lab-20");
   bridge->signal(SIGTERM);
@@ -379,6 +386,8 @@ TEST_F(Site, TellsWhatIsWrongWithTheCommandLine) {
   run({"--site"}, 2);
   run({"--site", "test", "--all-cameras"}, 2);
   EXPECT_EQ(err, "vlmctl: no command given, vlmctl --help lists them\n");
+  run({"--site", "test", "--camera", "local", "--all-cameras", "get", "lens.zoom"}, 2);
+  EXPECT_EQ(err, "vlmctl: --site and --camera exclude each other\n");
   run({"--site", "test", "get", "lens.zoom"}, 2);
   EXPECT_EQ(err, "vlmctl: --site is for list --cameras, or with --all-cameras for a command\n");
   run({"--site", "elsewhere", "list", "--cameras"}, 7);

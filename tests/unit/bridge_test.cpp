@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <utility>
 
 #include "envelope.h"
 
@@ -90,6 +91,11 @@ class BridgeTest : public testing::Test {
     outlets.over = [this](const std::string& why) { over = why; };
     outlets.tell = [this](const std::string& line) { lines.push_back(line); };
     outlets.now = [this] { return now; };
+    outlets.take_requests = [this](const Bridge::Heard& heard) {
+      for (const auto& [packet, time] : std::exchange(beside, {})) {
+        heard(packet.data(), packet.size(), {time, time});
+      }
+    };
     bridge = std::make_unique<Bridge>(
         Bridge::Plan{{false, "cam", "broker", 1883, "lab", "cam"}, {}, std::move(rules), "1.0"},
         outlets);
@@ -126,9 +132,13 @@ class BridgeTest : public testing::Test {
   void from_camera(const std::string& packet) const {
     bridge->from_camera(packet.data(), packet.size());
   }
-  void overhear(const std::string& packet) const {
-    bridge->overheard(packet.data(), packet.size(), {now, now});
+  /// Some program publishes it, beside the bridge, which is told so.
+  void overhear(const std::string& packet) {
+    publish_beside(packet);
+    bridge->listen();
   }
+  /// Likewise, and the bridge is not told yet.
+  void publish_beside(const std::string& packet) { beside.emplace_back(packet, now); }
   void due(int ms = 0) {
     now += milliseconds(ms);
     broker.listener->on_due();
@@ -158,6 +168,8 @@ class BridgeTest : public testing::Test {
       std::chrono::steady_clock::time_point(milliseconds(1));
   std::vector<std::pair<std::string, std::string>> local;
   int settled = 0;
+  // What has been published on the camera's bus, and when, of which the bridge does not know yet.
+  std::vector<std::pair<std::string, std::chrono::steady_clock::time_point>> beside;
   std::string over;
   std::vector<std::string> lines;
   int correlation = 0;
@@ -335,11 +347,42 @@ TEST_F(BridgeTest, KnowsAnotherProgramsRequestFromItsOwnLaterOneOfTheSameBytes) 
   from_camera(reply_packet(1));  // to the other one
   now += milliseconds(1);
   request("req", kAnna, packet);
-  bridge->overheard(packet.data(), packet.size(), {before, before});
+  beside.emplace_back(packet, before);
+  bridge->listen();
   overhear(packet);
   from_camera(reply_packet(1));
   request("req", kAnna, request_packet(2));
   EXPECT_EQ(asked(), (Codes{1, 2}));
+}
+
+TEST_F(BridgeTest, ListensBeforeItAsks) {
+  serve();
+  publish_beside(request_packet(9));  // of a console, and nobody has been woken for it
+  request("req", kAnna, request_packet(1));
+  EXPECT_EQ(asked(), Codes{});
+  from_camera(reply_packet(9));
+  EXPECT_EQ(asked(), Codes{1});
+}
+
+TEST_F(BridgeTest, ListensBeforeItAsksForTheNextOne) {
+  serve();
+  request("req", kAnna, request_packet(1));
+  request("req", kBert, request_packet(2));
+  publish_beside(request_packet(9));
+  from_camera(reply_packet(1));
+  EXPECT_EQ(asked(), Codes{1});
+  from_camera(reply_packet(9));
+  EXPECT_EQ(asked(), (Codes{1, 2}));
+}
+
+TEST_F(BridgeTest, ListensBeforeItAsksWhenTimeHasPassed) {
+  serve();
+  request("req", kAnna, request_packet(1));
+  request("req", kBert, request_packet(2));
+  now += milliseconds(2900);
+  publish_beside(request_packet(9));
+  due(100);  // the first one is given up
+  EXPECT_EQ(asked(), Codes{1});
 }
 
 TEST_F(BridgeTest, ForgetsWhatItDidNotHearOfItself) {

@@ -108,12 +108,16 @@ TEST_F(VlmBusProbeTest, TellsItsUsageAndItsVersion) {
   const Outcome help = probe({"--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(help.output,
-            "Usage: vlm_bus_probe CHANNEL [--wait MS]\n"
+            "Usage: vlm_bus_probe CHANNEL [OPTION]...\n"
             "Tells by its exit status whether CHANNEL has a live subscriber on the bus.\n"
             "\n"
-            "  --wait MS    look for up to MS milliseconds (default 0)\n"
-            "  --help       show this text\n"
-            "  --version    show the version\n"
+            "  --wait MS                  look for up to MS milliseconds (default 0)\n"
+            "  --mqtt-ca-file FILE        certificates of the authorities to trust\n"
+            "  --mqtt-cert-file FILE      this user's certificate\n"
+            "  --mqtt-key-file FILE       the key of the certificate\n"
+            "  --mqtt-password-file FILE  the password of the address' user\n"
+            "  --help                     show this text\n"
+            "  --version                  show the version\n"
             "\n"
             "Exit status: 0 there is a subscriber, 1 there is none, 2 wrong usage.\n");
   const Outcome version = probe({"--version"});

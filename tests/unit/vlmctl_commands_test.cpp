@@ -7,10 +7,12 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <thread>
 
 #include "command_contract.h"
 #include "commands.h"
+#include "completion.h"
 #include "script.h"
 #include "temporary_directory.h"
 #include "vlmctl_fixture.h"
@@ -710,6 +712,55 @@ TEST_F(Vlmctl, HelpListsEveryCommandAndEachHasItsOwn) {
   EXPECT_EQ(out, "vlmctl 9.9\n");
 }
 
+// sites and brokers
+
+TEST_F(Vlmctl, HandsOnALineAboutASite) {
+  EXPECT_EQ(run("--json --site lab --all-cameras get lens.zoom --json"), 0);
+  EXPECT_EQ(site_line, (vlm::ctl::Words{"--json", "--site", "lab", "--all-cameras", "get",
+                                        "lens.zoom", "--json"}));
+  EXPECT_EQ(site_command, 4U);
+  EXPECT_EQ(run("--site=lab list --cameras"), 0);
+  EXPECT_EQ(site_command, 1U);
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(Vlmctl, RefusesALineThatIsAboutASiteByHalves) {
+  const std::pair<const char*, const char*> kCases[] = {
+      {"--all-cameras get lens.zoom", "vlmctl: --all-cameras needs --site\n"},
+      {"--site", "vlmctl: --site needs a value, SITE\n"},
+      {"--site lab", "vlmctl: no command given, vlmctl --help lists them\n"},
+      {"--site lab --timeout 0ms get lens.zoom", "vlmctl: --timeout must not be 0\n"},
+      {"--site lab --all-camera get lens.zoom",
+       "vlmctl: unknown option --all-camera, did you mean --all-cameras?\n"},
+  };
+  for (const auto& [line, told] : kCases) {
+    EXPECT_EQ(run(line), 2) << line;
+    EXPECT_EQ(err, told);
+  }
+  EXPECT_TRUE(site_line.empty());
+  EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(Vlmctl, NamesABrokersFilesByItsVariables) {
+  const std::pair<const char*, const char*> kFiles[] = {
+      {"VLM_MQTT_CA_FILE", "--mqtt-ca-file"},
+      {"VLM_MQTT_CERT_FILE", "--mqtt-cert-file"},
+      {"VLM_MQTT_KEY_FILE", "--mqtt-key-file"},
+      {"VLM_MQTT_PASSWORD_FILE", "--mqtt-password-file"},
+  };
+  for (const auto& [variable, option] : kFiles) {
+    setenv(variable, "before", 1);
+    EXPECT_EQ(run("get lens.zoom"), 0);
+    EXPECT_STREQ(std::getenv(variable), "before");
+    EXPECT_EQ(run(std::string(option) + " first " + option + "=given get lens.zoom"), 0);
+    EXPECT_STREQ(std::getenv(variable), "given");
+    EXPECT_EQ(run_words({option, "", "get", "lens.zoom"}), 2);
+    EXPECT_EQ(err, std::string("vlmctl: ") + option + " needs a value, FILE\n");
+    EXPECT_STREQ(std::getenv(variable), "given");
+    unsetenv(variable);
+  }
+}
+
 // completion
 
 TEST_F(Vlmctl, CompletesWithoutACamera) {
@@ -737,7 +788,26 @@ TEST_F(Vlmctl, CompletesWithoutACamera) {
   EXPECT_EQ(offered("run --yes storage.format", "slot=i"), "slot=internal\n");
   EXPECT_EQ(offered("save", ""), "");
   EXPECT_EQ(offered("nonsense", ""), "");
+  EXPECT_EQ(offered("", "--s"), "--site\n");
+  EXPECT_EQ(offered("", "--a"), "--all-cameras\n");
+  EXPECT_EQ(offered("--site", ""), "");
+  EXPECT_EQ(offered("--site mqtt://127.0.0.1:1/lab", "--a"), "--all-cameras\n");
+  EXPECT_EQ(offered("--site mqtt://127.0.0.1:1/lab list", "--cam"), "--cameras\n");
+  EXPECT_EQ(offered("--site=lab --all-cameras", "desc"), "describe\n");
+  EXPECT_EQ(offered("--site lab --all-cameras get", "video.w"), "video.width\n");
+  EXPECT_EQ(offered("--camera mqtts://lab.example/lab/cam-1", "--mqtt-p"),
+            "--mqtt-password-file\n");
+  EXPECT_EQ(offered("", "--mqtt-c"), "--mqtt-ca-file\n--mqtt-cert-file\n");
+  EXPECT_EQ(offered("--mqtt-key-file", ""), "");  // a file
+  EXPECT_EQ(offered("--mqtt-ca-file ca.crt", "re"), "restore\n");
+  EXPECT_TRUE(site_line.empty());
   EXPECT_TRUE(camera.requests.empty());
+}
+
+TEST_F(Vlmctl, CompletesCommandsAloneInItsShell) {
+  EXPECT_EQ(vlm::ctl::completions({"list", "--cam"}, {}), vlm::ctl::Words{"--cameras"});
+  EXPECT_EQ(vlm::ctl::completions({"--s"}, {}), vlm::ctl::Words{});
+  EXPECT_EQ(vlm::ctl::completions({"--site", "lab", "desc"}, {}), vlm::ctl::Words{});
 }
 
 // list, describe

@@ -151,12 +151,20 @@ class Vlmctl : public testing::Test {
     };
     return vlm::ctl::run_program(
         words, console,
-        [this](const vlm::ctl::Settings&) { return std::make_unique<PlayedLink>(camera); },
-        [this](const vlm::ctl::Settings&) { return found; }, "9.9");
+        {[this](const vlm::ctl::Settings&) { return std::make_unique<PlayedLink>(camera); },
+         [this](const vlm::ctl::Settings&) { return found; },
+         [this](const vlm::ctl::Words& line, std::size_t command) {
+           site_line = line;
+           site_command = command;
+           return 0;
+         }},
+        "9.9");
   }
 
   PlayedCamera camera;
   std::vector<vlm::ctl::FoundCamera> found;  // by list --cameras
+  vlm::ctl::Words site_line;                 // that was about a site, last
+  std::size_t site_command = 0;              // where its command stood
   std::string out;
   std::string err;
   std::vector<std::string> questions;

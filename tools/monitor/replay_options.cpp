@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "broker_files.h"
 #include "options.h"
 #include "payload_values.h"
 #include "recording_input.h"
@@ -38,7 +39,7 @@ bool add_mask(const std::string& text, std::vector<std::string>& masked) {
 
 std::vector<host::Option> table(ReplayOptions& o) {
   using V = std::string;
-  return {
+  std::vector<host::Option> options = {
       {"--as", "ROLE", "console: send the requests; camera: answer them",
        [&o](const V& v) { return parse_role(v, o.role); }},
       {"--speed", "X", "X times as fast as recorded, or max (1)",
@@ -57,9 +58,11 @@ std::vector<host::Option> table(ReplayOptions& o) {
        host::sets(o.loop)},
       {"--destructive", nullptr, "console: send also what loses data or interrupts the camera",
        host::sets(o.destructive)},
-      {"--help", nullptr, "print this help and end", host::sets(o.help)},
-      {"--version", nullptr, "print the version and end", host::sets(o.version)},
   };
+  bus::add_broker_file_options(options);
+  options.push_back({"--help", nullptr, "print this help and end", host::sets(o.help)});
+  options.push_back({"--version", nullptr, "print the version and end", host::sets(o.version)});
+  return options;
 }
 
 bool check(const ReplayOptions& options, std::string& error) {
@@ -107,7 +110,7 @@ std::string replay_help() {
   return "usage: vlm_bus_replay FILE --as console|camera [OPTIONS]\n"
          "Plays a recording of the message bus in one of its roles.\n"
          "\n" +
-         host::options_help(table(unused), 14) +
+         host::options_help(table(unused), 25) +
          "\n"
          "As console it sends each request at its time, once the answers that the recording has\n"
          "before it have come. As camera it answers until it is told to end by a signal: the n-th\n"

@@ -1,5 +1,8 @@
 #include "program.h"
 
+#include <cstdlib>
+
+#include "broker_files.h"
 #include "commands.h"
 #include "completion.h"
 
@@ -7,11 +10,23 @@ namespace vlm::ctl {
 
 namespace {
 
+constexpr Option naming(const bus::BrokerFileName& file) {
+  return {file.option, "FILE", file.help};
+}
+
 constexpr Option kProgramOptions[] = {
     {"--camera", "CAMERA",
      "local, the default: the bus of this machine; a path with a slash: the bus in that directory; "
      "mqtts://[USER@]HOST[:PORT]/SITE/NAME: the camera NAME behind a broker, mqtt:// without TLS; "
      "udp://HOST[:PORT]: the UDP service there (port 9528), for what it offers"},
+    {"--site", "SITE",
+     "all cameras of a site: mqtts://[USER@]HOST[:PORT]/SITE, or SITE where VLM_BUS names the "
+     "broker"},
+    {"--all-cameras", nullptr, "run the command with each camera of the site"},
+    naming(bus::kBrokerFileNames[0]),
+    naming(bus::kBrokerFileNames[1]),
+    naming(bus::kBrokerFileNames[2]),
+    naming(bus::kBrokerFileNames[3]),
     {"--json", nullptr, "print objects of JSON, one a line; also behind the command"},
     {"--timeout", "TIME",
      "wait that long for each answer (3s; 500ms for the camera's status; 4s over UDP): 500ms, 2s, "
@@ -58,8 +73,18 @@ Settings settings_of(const Arguments& arguments) {
   return settings;
 }
 
-int run_or_throw(const Words& line, Console& console, const Session::Open& open,
-                 const Session::Search& search, const std::string& version) {
+/// Hands the files to those who connect to brokers, other processes of this program included.
+void name_broker_files(const Arguments& arguments) {
+  for (const auto& file : bus::kBrokerFileNames) {
+    const auto path = arguments.text(file.option);
+    if (!path) continue;
+    if (path->empty()) fail(kUsage, "", std::string(file.option) + " needs a value, FILE");
+    setenv(file.variable, path->c_str(), 1);
+  }
+}
+
+int run_or_throw(const Words& line, Console& console, const Ways& ways,
+                 const std::string& version) {
   // For shells, not for people: no part of the help.
   if (!line.empty() && line[0] == "__complete") {
     for (const auto& each : completions(Words(line.begin() + 1, line.end()), kProgramOptions)) {
@@ -74,17 +99,19 @@ int run_or_throw(const Words& line, Console& console, const Session::Open& open,
     console.line(arguments.has("--help") ? program_help() : "vlmctl " + version);
     return kDone;
   }
-  Session session(console, settings_of(arguments), open, search);
+  Session session(console, settings_of(arguments), ways.open, ways.search);
   if (place == line.size()) fail(kUsage, "", "no command given, vlmctl --help lists them");
+  name_broker_files(arguments);
+  if (arguments.has("--site")) return ways.run_on_site(line, place);
+  if (arguments.has("--all-cameras")) fail(kUsage, "", "--all-cameras needs --site");
   return run_command(session, Words(line.begin() + static_cast<long>(place), line.end()));
 }
 
 }  // namespace
 
-int run_program(const Words& line, Console& console, const Session::Open& open,
-                const Session::Search& search, const std::string& version) {
+int run_program(const Words& line, Console& console, const Ways& ways, const std::string& version) {
   try {
-    return run_or_throw(line, console, open, search, version);
+    return run_or_throw(line, console, ways, version);
   } catch (const Failure& failure) {
     console.failure(failure);
     return failure.status;

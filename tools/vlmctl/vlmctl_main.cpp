@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <new>
 #include <optional>
 #include <system_error>
@@ -56,20 +55,12 @@ bool confirm(const std::string& question) {
   return answer && !answer->empty() && ((*answer)[0] == 'y' || (*answer)[0] == 'Y');
 }
 
-/// `vlmctl --site SITE ...` is for many cameras, each of which a vlmctl of its own asks.
-bool is_about_site(int argc, char** argv) {
-  return argc > 1 && std::strcmp(argv[1], "--site") == 0;
-}
-
-int run_on_site(int argc, char** argv) {
-  constexpr int kBehind = 2;  // the program's name and --site
+/// Each camera of a site a vlmctl of its own asks.
+int run_on_site(const Words& line, std::size_t command) {
   const void* const part = vlm::bus::from_broker_object("vlm_site_part");
-  if (part != nullptr) {
-    return static_cast<const vlm::client::SitePart*>(part)->run(argc - kBehind, argv + kBehind);
-  }
-  const auto fault = vlm::host::format(vlm::bus::kNoBrokerObject, vlm::bus::broker_object_fault());
-  std::fprintf(stderr, "vlmctl: %s\n", fault.c_str());
-  return kNoCamera;
+  if (part != nullptr) return static_cast<const vlm::client::SitePart*>(part)->run(line, command);
+  fail(kNoCamera, "",
+       vlm::host::format(vlm::bus::kNoBrokerObject, vlm::bus::broker_object_fault()));
 }
 
 /// `status`, unless the results did not reach their reader.
@@ -92,15 +83,14 @@ void fill_closed_streams() {
 
 int main(int argc, char** argv) {
   fill_closed_streams();
-  if (is_about_site(argc, argv)) return run_on_site(argc, argv);
   try {
     Console console([](const std::string& text) { write_to(stdout, text); },
                     [](const std::string& text) { write_to(stderr, text); },
                     std::chrono::system_clock::now);
     console.confirm = confirm;
     if (has_live_line()) console.live = show_live_line;
-    return with_output(
-        run_program(Words(argv + 1, argv + argc), console, open_camera, find_cameras, VLM_VERSION));
+    return with_output(run_program(Words(argv + 1, argv + argc), console,
+                                   {open_camera, find_cameras, run_on_site}, VLM_VERSION));
   } catch (const std::bad_alloc&) {
     std::fputs("vlmctl: out of memory\n", stderr);
     return kPartly;
