@@ -34,6 +34,7 @@ PROGRAMS = [
     ("udp_service_bench", [], ["--rounds", "5000"], ["--rounds", "200"]),
     ("broker_bench", [], ["--rounds", "4000"], ["--rounds", "200"]),
     ("start_bench", [], ["--rounds", "60"], ["--rounds", "20"]),
+    ("vlmctl_bench", [], ["--rounds", "40"], ["--rounds", "20"]),
     ("bus_growth_bench", [], ["--rounds", "1500"], ["--rounds", "200"]),
     ("micro_bench", ["--benchmark_min_time=0.05"], ["--benchmark_min_time=0.005"],
      ["--benchmark_min_time=0.001"]),
@@ -78,6 +79,8 @@ ADDITIONS = [
      ["broker_camera"], 15, 10),
     ("us that it adds beside the bus: the same − `broker_bus`", "broker_bridge",
      ["broker_camera", "broker_bus"], 15, 5),
+    ("us of `vlmctl get`, from start to end", "vlmctl_get", [], 10000, 5000),
+    ("us of `vlmctl get --all`, from start to end", "vlmctl_get_all", [], 500000, 50000),
 ]
 
 
