@@ -135,9 +135,14 @@ bool Process::read_some() {
 }
 
 std::string Process::read_until(const std::string& marker) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPlentyMs);
   std::size_t found = 0;
   while ((found = _unread.find(marker)) == std::string::npos) {
-    if (!read_some()) throw std::runtime_error("no '" + marker + "' in: " + _unread + errors());
+    const bool late =
+        std::chrono::steady_clock::now() > deadline;  // what else it prints may not end
+    if (late || !read_some()) {
+      throw std::runtime_error("no '" + marker + "' in: " + _unread + errors());
+    }
   }
   std::string text = _unread.substr(0, found + marker.size());
   _unread.erase(0, text.size());

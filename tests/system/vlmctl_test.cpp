@@ -300,7 +300,10 @@ TEST_F(VlmctlProgress, OfASeriesCountsThePictures) {
   start_camera();
   EXPECT_EQ(run({"set", "camera.mode=photo", "photo.interval=200"}), 0);
   const auto series = start_on_terminal("run photo.take --wait");
-  series->read_until("\rphoto.take: capturing, pictures: 2, ");
+  for (int pictures = 0; pictures < 2;) {
+    series->read_until("\rphoto.take: capturing, pictures: ");
+    pictures = std::stoi(series->read_until(", "));
+  }
   EXPECT_EQ(run({"run", "photo.stop"}), 0);
   series->read_until("photo.take: done");
   EXPECT_EQ(series->wait(), 0);
