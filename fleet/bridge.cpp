@@ -66,11 +66,9 @@ struct Bridge::Doings {
   };
 
   std::vector<Local> local;
-  std::vector<std::pair<bus::BrokerMessage, int>> remote;  // with their QoS
   std::vector<std::string> lines;
   std::optional<std::string> over;
   bool serving = false;
-  std::optional<TimePoint> timer;
 };
 
 Bridge::Bridge(Plan plan, Outlets outlets)
@@ -80,8 +78,10 @@ Bridge::Bridge(Plan plan, Outlets outlets)
       _gate(_plan.rules) {}
 
 Bridge::~Bridge() {
+  const std::lock_guard<std::mutex> guard(_mutex);
   // A bridge that another one has sent away leaves the presence to it.
-  if (serving()) _connection->publish(presence_message(kOffline), 1);
+  if (_stage == Stage::kServing) _connection->publish(presence_message(kOffline), 1);
+  _stage = Stage::kOver;
 }
 
 bool Bridge::start(bus::BrokerLoop& loop, std::string& error) {
@@ -137,12 +137,12 @@ void Bridge::on_acknowledged(int ticket, bool granted) {
                doings);
     } else if (ticket == _ticket && _stage == Stage::kAsking) {
       if (_other.empty()) {
-        claim(doings);
+        claim();
       } else {
         _stage = Stage::kWaiting;
         _judged_at = _outlets.now() + kWillLimit;
       }
-      set_timer(doings);
+      set_timer();
     } else if (ticket == _ticket) {
       _stalled = false;
     }
@@ -164,7 +164,7 @@ void Bridge::on_message(const bus::BrokerMessage& message) {
     } else if (message.topic == _topics.rtsp) {
       take_request(message, RequestGate::Kind::kRtsp, doings);
     }
-    set_timer(doings);
+    set_timer();
   }
   do_all(doings);
 }
@@ -183,12 +183,12 @@ void Bridge::on_due() {
       complain("the broker does not let this user write and read the topics of " +
                    text_of(_plan.address),
                doings);
-      claim(doings);
+      claim();
     }
     carry_out(_desk.pass(now), false, doings);
     carry_out(_rtsp_desk.pass(now), true, doings);
     if (_stage == Stage::kServing && _ask_at && *_ask_at <= now) ask_next_question(doings);
-    set_timer(doings);
+    set_timer();
   }
   do_all(doings);
 }
@@ -211,34 +211,30 @@ void Bridge::see_presence(const bus::BrokerMessage& message, Doings& doings) {
   const std::string bridge = message.property(kBridgeProperty);
   const bool present = message.payload == kOnline || message.payload == kSilent;
   if (bridge == _id) {
-    if (_stage == Stage::kClaiming && present) return begin_to_serve(doings);
-    // Two threads may have published two changes in the wrong order.
-    if (_stage == Stage::kServing && message.payload != _presence) {
-      doings.remote.emplace_back(presence_message(_presence), 1);
-    }
+    if (_stage == Stage::kClaiming && present) begin_to_serve(doings);
     return;
   }
   switch (_stage) {
     case Stage::kAsking: _other = present ? bridge : ""; break;
     case Stage::kWaiting:
       _other = present ? bridge : "";
-      if (!present) claim(doings);
+      if (!present) claim();
       break;
     case Stage::kClaiming:
       // Its claim came before ours.
       if (present) end("another bridge (" + bridge + ") serves " + text_of(_plan.address), doings);
       break;
     // The will of one that was here before, or one that is about to end.
-    case Stage::kServing: doings.remote.emplace_back(presence_message(_presence), 1); break;
+    case Stage::kServing: _connection->publish(presence_message(_presence), 1); break;
     case Stage::kAway:
     case Stage::kOver: break;
   }
 }
 
-void Bridge::claim(Doings& doings) {
+void Bridge::claim() {
   _stage = Stage::kClaiming;
   _judged_at = _outlets.now() + kClaimLimit;
-  doings.remote.emplace_back(presence_message(_presence), 1);
+  _connection->publish(presence_message(_presence), 1);
 }
 
 void Bridge::begin_to_serve(Doings& doings) {
@@ -250,7 +246,7 @@ void Bridge::begin_to_serve(Doings& doings) {
   doings.serving = true;
   _told.clear();
   if (_question == Question::kNone) {
-    doings.remote.emplace_back(info_message(), 1);
+    _connection->publish(info_message(), 1);
   } else {
     ask_next_question(doings);
   }
@@ -266,11 +262,11 @@ void Bridge::complain(const std::string& trouble, Doings& doings) {
   if (std::exchange(_told, trouble) != trouble) doings.lines.push_back(trouble);
 }
 
-void Bridge::become(const char* presence, Doings& doings) {
+void Bridge::become(const char* presence) {
   if (_presence == presence) return;
   _presence = presence;
   if (presence == kOnline && _question == Question::kNone) _ask_at.reset();
-  if (_stage == Stage::kServing) doings.remote.emplace_back(presence_message(presence), 1);
+  if (_stage == Stage::kServing) _connection->publish(presence_message(presence), 1);
 }
 
 void Bridge::take_request(const bus::BrokerMessage& message, RequestGate::Kind kind,
@@ -281,7 +277,7 @@ void Bridge::take_request(const bus::BrokerMessage& message, RequestGate::Kind k
   switch (verdict.outcome) {
     case RequestGate::Verdict::kDrop: ++_counts.dropped; break;
     case RequestGate::Verdict::kRefuse:
-      refuse(verdict.request, verdict.result, verdict.reason, doings);
+      refuse(verdict.request, verdict.result, verdict.reason);
       break;
     case RequestGate::Verdict::kAdmit:
       carry_out((rtsp ? _rtsp_desk : _desk).submit(std::move(verdict.request), now), rtsp, doings);
@@ -306,18 +302,18 @@ void Bridge::from_camera(const void* bytes, std::size_t length) {
       bus::BrokerMessage event{_topics.event, packet, false, "", "", {}, {}};
       event.properties = {{kSequenceProperty, std::to_string(++_sequence)}, {kViaProperty, _id}};
       ++_counts.events;
-      if (_stage == Stage::kServing) doings.remote.emplace_back(std::move(event), 0);
+      if (_stage == Stage::kServing) _connection->publish(event, 0);
     } else {
       bool asked = false;
       const auto steps = _desk.answered(record->cmd_type, _outlets.now(), asked);
       if (asked) {
-        answer(steps.front().request, packet, kReplyChannel, doings);
+        answer(steps.front().request, packet, kReplyChannel);
       } else {
-        stray(packet, doings);
+        stray(packet);
       }
       carry_out(steps, false, doings);
     }
-    set_timer(doings);
+    set_timer();
   }
   do_all(doings);
 }
@@ -333,21 +329,21 @@ void Bridge::from_rtsp(const void* bytes, std::size_t length) {
     bool asked = false;
     const auto steps = _rtsp_desk.answered(static_cast<u16>(code), _outlets.now(), asked);
     if (asked) {
-      answer(steps.front().request, packet, kRtspReplyChannel, doings);
+      answer(steps.front().request, packet, kRtspReplyChannel);
     } else {
-      stray(packet, doings);
+      stray(packet);
     }
     carry_out(steps, true, doings);
-    set_timer(doings);
+    set_timer();
   }
   do_all(doings);
 }
 
-void Bridge::stray(const std::string& packet, Doings& doings) {
+void Bridge::stray(const std::string& packet) {
   ++_counts.stray;
   if (_stage != Stage::kServing) return;
   bus::BrokerMessage message{_topics.stray, packet, false, "", "", {}, {{kViaProperty, _id}}};
-  doings.remote.emplace_back(std::move(message), 0);
+  _connection->publish(message, 0);
 }
 
 bool Bridge::has_waiting() const {
@@ -386,13 +382,12 @@ void Bridge::carry_out(RequestDesk::Steps steps, bool rtsp, Doings& doings) {
         break;
       case RequestDesk::Step::kRefuse:
         refuse(step.request, VLM_ERR_BUSY,
-               step.refusal == RequestDesk::Refusal::kFull ? "too many wait" : "waited too long",
-               doings);
+               step.refusal == RequestDesk::Refusal::kFull ? "too many wait" : "waited too long");
         break;
       case RequestDesk::Step::kGiveUp:
         ++_counts.silent;
         if (rtsp) break;
-        become(kSilent, doings);
+        become(kSilent);
         _ask_at = _outlets.now() + kAskAgain;
         break;
       case RequestDesk::Step::kAnswer: break;  // has been given
@@ -422,17 +417,16 @@ bool Bridge::is_echo(const std::string& packet, const RequestDesk::Published& pu
 }
 
 void Bridge::answer(const RequestDesk::Request& request, const std::string& packet,
-                    const char* channel, Doings& doings) {
-  if (channel == kReplyChannel) become(kOnline, doings);
-  if (request.client.empty()) return learn(packet, doings);
+                    const char* channel) {
+  if (channel == kReplyChannel) become(kOnline);
+  if (request.client.empty()) return learn(packet);
   ++_counts.answered;
   bus::BrokerMessage message{request.client, packet, false, "", request.correlation, {}, {}};
   message.properties = {{kChannelProperty, channel}, {kViaProperty, _id}};
-  doings.remote.emplace_back(std::move(message), 0);
+  _connection->publish(message, 0);
 }
 
-void Bridge::refuse(const RequestDesk::Request& request, vlm_err_t result, const char* reason,
-                    Doings& doings) {
+void Bridge::refuse(const RequestDesk::Request& request, vlm_err_t result, const char* reason) {
   if (request.client.empty()) {  // a question of our own: it comes again
     _ask_at = _outlets.now() + kAskAgain;
     return;
@@ -445,7 +439,7 @@ void Bridge::refuse(const RequestDesk::Request& request, vlm_err_t result, const
   message.properties = {{kChannelProperty, rtsp ? kRtspReplyChannel : kReplyChannel},
                         {kViaProperty, _id},
                         {kRefusedProperty, reason}};
-  doings.remote.emplace_back(std::move(message), 0);
+  _connection->publish(message, 0);
 }
 
 std::string Bridge::reply_packet(const RequestDesk::Request& request, vlm_err_t result) const {
@@ -472,7 +466,7 @@ void Bridge::ask_next_question(Doings& doings) {
   carry_out(_desk.submit(std::move(request), now), false, doings);
 }
 
-void Bridge::learn(const std::string& packet, Doings& doings) {
+void Bridge::learn(const std::string& packet) {
   const auto record = record_in(packet);
   if (!record || _question == Question::kNone) return;
   if (_question == Question::kVersion) {
@@ -485,7 +479,7 @@ void Bridge::learn(const std::string& packet, Doings& doings) {
   }
   _thermal = record->err_code == VLM_ERR_NONE;
   _question = Question::kNone;
-  if (_stage == Stage::kServing) doings.remote.emplace_back(info_message(), 1);
+  if (_stage == Stage::kServing) _connection->publish(info_message(), 1);
 }
 
 bus::BrokerMessage Bridge::presence_message(const char* presence) const {
@@ -503,9 +497,7 @@ bus::BrokerMessage Bridge::info_message() const {
   return {_topics.info, json.str(), true, "", "", {}, {{kViaProperty, _id}}};
 }
 
-// --- Outside the lock ---
-
-void Bridge::set_timer(Doings& doings) {
+void Bridge::set_timer() {
   const TimePoint now = _outlets.now();
   std::optional<TimePoint> first;
   const auto consider = [&first](std::optional<TimePoint> time) {
@@ -516,12 +508,13 @@ void Bridge::set_timer(Doings& doings) {
   if (_stage == Stage::kServing) consider(_ask_at);
   if (_stage == Stage::kWaiting || _stage == Stage::kClaiming) consider(_judged_at);
   if (!first || (_timer && *_timer <= *first)) return;
-  _timer = doings.timer = first;
+  _timer = first;
+  _connection->wake_at(*first);
 }
 
+// --- Outside the lock ---
+
 void Bridge::do_all(Doings& doings) {
-  for (const auto& [message, qos] : doings.remote) _connection->publish(message, qos);
-  if (doings.timer) _connection->wake_at(*doings.timer);
   for (const auto& line : doings.lines) _outlets.tell(line);
   if (doings.serving && _outlets.serving) _outlets.serving();
   if (doings.over) _outlets.over(*doings.over);

@@ -102,7 +102,8 @@ class Bridge : private bus::BrokerListener {
     TimePoint sent;
   };
 
-  /// Collected under the lock, carried out without it.
+  /// What is collected under the lock and carried out without it, as it may call back. What goes to the
+  /// broker does not, and goes under the lock: in the order in which it was decided.
   struct Doings;
 
   void on_connected() override;
@@ -116,23 +117,21 @@ class Bridge : private bus::BrokerListener {
   bool has_waiting() const;
   void see_presence(const bus::BrokerMessage& message, Doings& doings);
   void take_request(const bus::BrokerMessage& message, RequestGate::Kind kind, Doings& doings);
-  void claim(Doings& doings);
+  void claim();
   void begin_to_serve(Doings& doings);
   void end(const std::string& why, Doings& doings);
   void complain(const std::string& trouble, Doings& doings);
-  void become(const char* presence, Doings& doings);
+  void become(const char* presence);
   void ask_next_question(Doings& doings);
-  void learn(const std::string& packet, Doings& doings);
+  void learn(const std::string& packet);
   void carry_out(RequestDesk::Steps steps, bool rtsp, Doings& doings);
-  void refuse(const RequestDesk::Request& request, vlm_err_t result, const char* reason,
-              Doings& doings);
-  void answer(const RequestDesk::Request& request, const std::string& packet, const char* channel,
-              Doings& doings);
+  void refuse(const RequestDesk::Request& request, vlm_err_t result, const char* reason);
+  void answer(const RequestDesk::Request& request, const std::string& packet, const char* channel);
   void note_echo(const std::string& packet);
   bool is_echo(const std::string& packet, const RequestDesk::Published& published);
-  void stray(const std::string& packet, Doings& doings);
+  void stray(const std::string& packet);
   void do_all(Doings& doings);
-  void set_timer(Doings& doings);
+  void set_timer();
   bus::BrokerMessage presence_message(const char* presence) const;
   bus::BrokerMessage info_message() const;
   std::string reply_packet(const RequestDesk::Request& request, vlm_err_t result) const;

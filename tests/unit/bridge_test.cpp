@@ -412,25 +412,6 @@ TEST_F(BridgeTest, ShowsThatTheCameraIsSilentAndThatItIsBack) {
   EXPECT_EQ(broker.published.back().payload, "online");
 }
 
-TEST_F(BridgeTest, SetsItsPresenceRightThatCameLaterThanANewerOne) {
-  serve();
-  request("req", kAnna, request_packet(1));
-  due(3000);
-  come_back();
-  EXPECT_EQ(topics(), Topics{kCamera + "presence"}) << "silent, as it is";
-  const BrokerMessage silent = broker.published.back();
-  from_camera(reply_packet(1));
-  request("req", kAnna, request_packet(2));
-  from_camera(reply_packet(2));
-  ASSERT_EQ(broker.published[1].payload + broker.published[2].payload, reply_packet(1) + "online");
-  forget();
-  broker.listener->on_message(silent);
-  ASSERT_EQ(topics(), Topics{kCamera + "presence"});
-  EXPECT_EQ(broker.published[0].payload, "online");
-  come_back();
-  EXPECT_EQ(topics().size(), 1U);
-}
-
 TEST_F(BridgeTest, RefusesWhatGatheredWhileItStoodStill) {
   serve();
   broker.listener->on_stall(milliseconds(4000));
