@@ -63,7 +63,7 @@ fleet::Bridge::Outlets SimFleet::bridge_outlets(Camera& camera) {
     }
     return 0;
   };
-  outlets.serving = [this, &camera] { note_presence(camera.name); };
+  outlets.settled = [this] { count_present(); };
   outlets.over = [this](const std::string& why) { _outlets.complain(why); };
   // What happens to one connection happens to all: one of them tells.
   const bool tells = &camera == &_cameras.front();
@@ -73,9 +73,8 @@ fleet::Bridge::Outlets SimFleet::bridge_outlets(Camera& camera) {
   return outlets;
 }
 
-void SimFleet::note_presence(const std::string& name) {
-  const std::lock_guard<std::mutex> guard(_mutex);
-  if (_present.insert(name).second && _present.size() == _wanted) _outlets.ready();
+void SimFleet::count_present() {
+  if (++_present == _wanted) _outlets.ready();
 }
 
 std::string SimFleet::start() {

@@ -3,11 +3,10 @@
 #ifndef CAMERA_SIM_SIM_FLEET_H
 #define CAMERA_SIM_SIM_FLEET_H
 
+#include <atomic>
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
-#include <set>
 #include <string>
 
 #include "bridge.h"
@@ -46,12 +45,11 @@ class SimFleet {
   void add(const bus::BrokerAddress& site, const SimOptions& options, u64 number, u64 seed);
   CameraPeer::Outlets peer_outlets(Camera& camera) const;
   fleet::Bridge::Outlets bridge_outlets(Camera& camera);
-  void note_presence(const std::string& name);
+  void count_present();
 
   const Outlets _outlets;
-  std::mutex _mutex;               // guards the set
-  std::set<std::string> _present;  // cameras that have been, once
-  std::size_t _wanted;
+  const u64 _wanted;
+  std::atomic<u64> _present{0};  // cameras whose presence the broker knows
   std::unique_ptr<bus::BrokerLoop> _loop;
   std::list<Camera> _cameras;  // keep their places; gone before the loop
 };

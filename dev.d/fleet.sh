@@ -50,7 +50,20 @@ measure_fleet() {
   echo "memory of the broker: $(memory "$broker"), of the cameras: $(memory "$fleet")"
 }
 
+load_fleet() {
+  need "$BUILD_PACKAGES mosquitto python3"
+  build dev programs
+  seconds=${1:-600}
+  [ $# -eq 0 ] || shift
+  tests/soak/fleet_load.py build/dev/bin --seconds "$seconds" "$@"
+}
+
 dev_fleet() {
+  if [ "${1:-}" = load ]; then
+    shift
+    load_fleet "$@"
+    return
+  fi
   measured=
   [ "${1:-}" != measure ] || { measured=yes && shift; }
   cameras=${1:-3}

@@ -59,8 +59,8 @@ class Bridge : private bus::BrokerListener {
     std::function<int(const userlcm_packet_t*, unsigned int length, const char* channel)> publish;
     /// Another bridge serves the camera: this one has nothing to do any more. Once.
     std::function<void(const std::string& why)> over;
-    /// It has begun to serve, maybe again; may be empty.
-    std::function<void()> serving;
+    /// It serves, and its presence tells whether the camera answers. Once; may be empty.
+    std::function<void()> settled;
     /// A line for the operator.
     std::function<void(const std::string& line)> tell;
     std::function<TimePoint()> now = std::chrono::steady_clock::now;
@@ -122,6 +122,7 @@ class Bridge : private bus::BrokerListener {
   void end(const std::string& why, Doings& doings);
   void complain(const std::string& trouble, Doings& doings);
   void become(const char* presence);
+  void settle(Doings& doings);
   void ask_next_question(Doings& doings);
   void learn(const std::string& packet);
   void carry_out(RequestDesk::Steps steps, bool rtsp, Doings& doings);
@@ -148,6 +149,7 @@ class Bridge : private bus::BrokerListener {
   TimePoint _judged_at{};  // when the wait of this stage is over
   std::string _other;      // the bridge that the broker keeps as present
   const char* _presence = kSilent;
+  bool _settled = false;
   RequestGate _gate;
   RequestDesk _desk;
   RequestDesk _rtsp_desk;

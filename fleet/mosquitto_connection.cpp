@@ -1,7 +1,11 @@
 #include "mosquitto_connection.h"
 
 #include <mqtt_protocol.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/socket.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -16,11 +20,26 @@ namespace {
 
 /// With 10 s a stopped program was seen as gone after 21 to 25 s, with 5 s after 13 to 19.
 constexpr int kKeepAliveS = 5;
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+/// From the first packet of the network to the broker's welcome.
+constexpr milliseconds kConnectLimit{4000};
+/// What has not reached the broker by then is not sent any more: a network that comes back after a cut
+/// would deliver it, however late.
+constexpr milliseconds kDeliveryLimit{3000};
+/// A link that serves asks the broker for a sign of life so often, and takes what comes for late when
+/// there was none for so long. Together no more than the age at which a request is refused.
+constexpr milliseconds kBeatEvery{1000};
+constexpr milliseconds kBeatLimit{1500};
 /// A broker that takes nothing must not fill our memory.
 constexpr std::size_t kMostUnsent = 256;
 /// A broker that takes nothing is left without a goodbye.
 constexpr int kMostGoodbyes = 10;
 constexpr int kGoodbyeMs = 50;
+/// What nobody subscribes.
+constexpr char kMark[] = "vlm/1/mark";
+constexpr int kNoPort = -1;
 constexpr char kSystemAuthorities[] = "/etc/ssl/certs";
 
 class Properties {
@@ -113,6 +132,18 @@ std::string text_of_error(int error) {
                                  : mosquitto_strerror(error);
 }
 
+/// How many addresses a name has; 0 where it is none.
+int addresses_of(const std::string& host) {
+  addrinfo wanted{};
+  wanted.ai_socktype = SOCK_STREAM;
+  addrinfo* found = nullptr;
+  if (getaddrinfo(host.c_str(), nullptr, &wanted, &found) != 0) return 0;
+  int count = 0;
+  for (const addrinfo* each = found; each != nullptr; each = each->ai_next) ++count;
+  freeaddrinfo(found);
+  return count;
+}
+
 }  // namespace
 
 MosquittoLink::MosquittoLink(const bus::BrokerPlan& plan, bus::BrokerListener& listener)
@@ -187,55 +218,112 @@ bool MosquittoLink::connect() {
     _state = State::kConnecting;
     _refusal.clear();
   }
+  _begun = Clock::now();
   // Not under the lock, as it may take long: while connecting no other thread calls the library.
   const int fault = connect_now();
-  if (fault == MOSQ_ERR_SUCCESS) return true;
-  lose(text_of_error(fault));
-  return false;
+  if (fault != MOSQ_ERR_SUCCESS) {
+    lose(text_of_error(fault));
+    return false;
+  }
+  drop_what_is_late();
+  return true;
 }
 
 int MosquittoLink::connect_now() {
+  const char* const host = _plan.address.host.c_str();
+  const int port = _plan.address.port;
   Properties properties;
   if (_plan.will) {
     mosquitto_property_add_int32(properties.out(), MQTT_PROP_SESSION_EXPIRY_INTERVAL,
                                  static_cast<std::uint32_t>(_plan.will_delay.count()) + 1);
   }
-  return mosquitto_connect_bind_v5(_handle.get(), _plan.address.host.c_str(), _plan.address.port,
-                                   kKeepAliveS, nullptr, properties.get());
+  const auto connect = [&](int to) {
+    return mosquitto_connect_bind_v5(_handle.get(), host, to, kKeepAliveS, nullptr,
+                                     properties.get());
+  };
+  if (addresses_of(host) > 1) return connect(port);
+  // The call that does not wait takes no properties; it goes by those of the last one that did, which
+  // fails at once as there is no such port.
+  connect(kNoPort);
+  return mosquitto_connect_bind_async(_handle.get(), host, port, kKeepAliveS, nullptr);
 }
 
-void MosquittoLink::serve(bool readable) {
+/// Of those who ask: what a bridge publishes is not done by anybody.
+void MosquittoLink::drop_what_is_late() const {
+  if (_plan.will) return;
+  const auto limit = static_cast<unsigned>(kDeliveryLimit.count());
+  setsockopt(mosquitto_socket(_handle.get()), IPPROTO_TCP, TCP_USER_TIMEOUT, &limit, sizeof limit);
+}
+
+void MosquittoLink::exchange(bool readable) {
+  look_for_stall();
+  const std::lock_guard<std::mutex> guard(_mutex);
   int fault = MOSQ_ERR_SUCCESS;
-  std::string refusal;
-  std::vector<Event> events;
-  {
-    const std::lock_guard<std::mutex> guard(_mutex);
-    if (mosquitto_want_write(_handle.get())) fault = mosquitto_loop_write(_handle.get(), 1);
-    // One packet a call; what TLS has decrypted already makes no descriptor readable.
-    for (int idle = 0; readable && idle < 2 && fault == MOSQ_ERR_SUCCESS;) {
-      const std::size_t before = _events.size();
-      fault = mosquitto_loop_read(_handle.get(), 1);
-      idle = _events.size() == before ? idle + 1 : 0;
-    }
-    if (!mosquitto_want_write(_handle.get())) _unsent = 0;
-    refusal = _refusal;
-    events.swap(_events);
+  if (mosquitto_want_write(_handle.get())) fault = mosquitto_loop_write(_handle.get(), 1);
+  // One packet a call; what TLS has decrypted already makes no descriptor readable.
+  for (int idle = 0; readable && idle < 2 && fault == MOSQ_ERR_SUCCESS;) {
+    const std::size_t before = _events.size();
+    fault = mosquitto_loop_read(_handle.get(), 1);
+    idle = _events.size() == before ? idle + 1 : 0;
   }
-  tell(events);
-  if (!refusal.empty() || fault != MOSQ_ERR_SUCCESS) {
-    lose(!refusal.empty() ? refusal : text_of_error(fault));
-  }
+  if (!mosquitto_want_write(_handle.get())) _unsent = 0;
+  if (fault != MOSQ_ERR_SUCCESS && _refusal.empty()) _refusal = text_of_error(fault);
 }
 
 void MosquittoLink::keep() {
+  const TimePoint now = Clock::now();
   int fault = MOSQ_ERR_SUCCESS;
   {
     const std::lock_guard<std::mutex> guard(_mutex);
     if (_state == State::kDown) return;
     fault = mosquitto_loop_misc(_handle.get());
+    beat(now);
   }
   if (fault != MOSQ_ERR_SUCCESS) return lose(text_of_error(fault));
-  serve(true);
+  if (_state == State::kConnecting && now - _begun > kConnectLimit) {
+    return lose("the broker does not answer");
+  }
+  exchange(true);
+}
+
+void MosquittoLink::tell() {
+  std::string refusal;
+  std::vector<Event> events;
+  {
+    const std::lock_guard<std::mutex> guard(_mutex);
+    if (_state == State::kDown) return;
+    refusal.swap(_refusal);
+    events.swap(_events);
+  }
+  for (const Event& event : events) {
+    switch (event.kind) {
+      case Event::kConnected: _listener.on_connected(); break;
+      case Event::kMessage: _listener.on_message(event.message); break;
+      case Event::kAcknowledged: _listener.on_acknowledged(event.ticket, event.granted); break;
+    }
+  }
+  if (!refusal.empty()) lose(refusal);
+}
+
+/// Whatever comes behind the acknowledgement was sent after this.
+void MosquittoLink::beat(TimePoint now) {
+  if (!_plan.will || _state != State::kUp || _beat != kNoBeat) return;
+  if (now - _beat_at < kBeatEvery) return;
+  _beat_at = now;
+  _stalled = false;
+  mosquitto_unsubscribe_v5(_handle.get(), &_beat, kMark, nullptr);
+}
+
+/// Before anything is read: what comes now may have been on its way since the last sign of life.
+void MosquittoLink::look_for_stall() {
+  const auto gap = std::chrono::duration_cast<milliseconds>(Clock::now() - _beat_at);
+  if (_beat == kNoBeat || _stalled || gap < kBeatLimit) return;
+  stall(gap);
+}
+
+void MosquittoLink::stall(milliseconds gap) {
+  _stalled = true;
+  _listener.on_stall(gap);
 }
 
 /// Lets the broker acknowledge what it has to keep; false when it does not in time. A socket that is
@@ -266,16 +354,6 @@ bool MosquittoLink::disconnect(bool patient) {
   }
   _state = State::kDown;
   return finished;
-}
-
-void MosquittoLink::tell(const std::vector<Event>& events) {
-  for (const Event& event : events) {
-    switch (event.kind) {
-      case Event::kConnected: _listener.on_connected(); break;
-      case Event::kMessage: _listener.on_message(event.message); break;
-      case Event::kAcknowledged: _listener.on_acknowledged(event.ticket, event.granted); break;
-    }
-  }
 }
 
 void MosquittoLink::lose(const std::string& why) {
@@ -329,7 +407,7 @@ int MosquittoLink::mark() {
   const std::lock_guard<std::mutex> guard(_mutex);
   int ticket = -1;
   if (_state != State::kUp) return ticket;
-  mosquitto_unsubscribe_v5(_handle.get(), &ticket, "vlm/1/mark", nullptr);
+  mosquitto_unsubscribe_v5(_handle.get(), &ticket, kMark, nullptr);
   return ticket;
 }
 
@@ -343,6 +421,9 @@ void MosquittoLink::on_connect(mosquitto*, void* self, int code, int, const mosq
     return;
   }
   link._state = State::kUp;
+  link._beat = kNoBeat;
+  link._beat_at = Clock::now();
+  link._stalled = false;
   link._events.push_back({Event::kConnected, 0, false, {}});
 }
 
@@ -369,13 +450,20 @@ void MosquittoLink::on_subscribe(mosquitto*, void* self, int ticket, int count, 
 }
 
 void MosquittoLink::on_unsubscribe(mosquitto*, void* self, int ticket, const mosquitto_property*) {
-  static_cast<MosquittoLink*>(self)->_events.push_back({Event::kAcknowledged, ticket, true, {}});
+  auto& link = *static_cast<MosquittoLink*>(self);
+  if (ticket == link._beat) {
+    link._beat = kNoBeat;
+    link._stalled = false;
+    return;
+  }
+  link._events.push_back({Event::kAcknowledged, ticket, true, {}});
 }
 
 void MosquittoLink::on_disconnect(mosquitto*, void* self, int code, const mosquitto_property*) {
   auto& link = *static_cast<MosquittoLink*>(self);
   if (code != 0 && link._refusal.empty()) {
-    link._refusal = std::string("the broker ended the connection: ") +
+    const bool stood = link._state == State::kUp;
+    link._refusal = std::string(stood ? "the broker ended the connection: " : "") +
                     (code < 0x80 ? mosquitto_strerror(code) : mosquitto_reason_string(code));
   }
 }

@@ -36,12 +36,17 @@ class MosquittoLink {
 
   // On the loop's thread.
 
-  /// Connects; false with on_lost() when that fails. Waits for the network's answer.
+  /// Begins to connect; false with on_lost() when that fails. Waits for the network's answer only where
+  /// the host has several addresses, which are tried one after the other.
   bool connect();
-  /// Reads and writes what can be, and tells the listener.
-  void serve(bool readable);
-  /// Keeps the connection alive.
+  /// Reads and writes what can be.
+  void exchange(bool readable);
+  /// Keeps the connection alive, gives up one that does not come about, and reads what has come.
   void keep();
+  /// Tells the listener what has been read.
+  void tell();
+  /// The program stood still for `gap`: what the broker sends comes late.
+  void stall(std::chrono::milliseconds gap);
   /// Says goodbye to the broker; a `patient` one first waits, for half a second, until the broker has
   /// what it is to keep. False when it was not, or that time was over.
   bool disconnect(bool patient);
@@ -64,6 +69,8 @@ class MosquittoLink {
   TimePoint wake_at = TimePoint::max();
 
  private:
+  static constexpr int kNoBeat = -1;
+
   struct Event {
     enum Kind { kConnected, kMessage, kAcknowledged } kind;
     int ticket = 0;
@@ -86,20 +93,28 @@ class MosquittoLink {
 
   std::string set_identity();
   int set_will();
-  void tell(const std::vector<Event>& events);
   void lose(const std::string& why);
   bool finish();
   int connect_now();
+  void drop_what_is_late() const;
+  void beat(TimePoint now);
+  void look_for_stall();
 
   const bus::BrokerPlan _plan;
   bus::BrokerListener& _listener;
-  mutable std::mutex _mutex;  // guards all members below
+  mutable std::mutex _mutex;  // guards all members below up to the loop's
   std::unique_ptr<mosquitto, Destroy> _handle;
   std::atomic<State> _state{State::kDown};  // read without it, too
   std::vector<Event> _events;
-  std::string _refusal;           // why the broker ended the connection
+  std::string _refusal;           // why the connection has ended
   std::size_t _unsent = 0;        // messages handed over since the socket was full
   std::set<int> _unacknowledged;  // messages that the broker has to acknowledge
+
+  // Of the loop's thread alone.
+  TimePoint _begun{};     // to connect
+  int _beat = kNoBeat;    // the ticket of a mark that has not been acknowledged
+  TimePoint _beat_at{};   // when the last one was made
+  bool _stalled = false;  // since that mark, and the listener knows
 };
 
 }  // namespace vlm::fleet

@@ -154,8 +154,8 @@ void MosquittoLoop::run() {
         continue;
       }
       if (link->state() == MosquittoLink::State::kDown) continue;
-      link->serve((events[i].events & ~static_cast<unsigned>(EPOLLOUT)) != 0);
-      watch(*link);
+      link->exchange((events[i].events & ~static_cast<unsigned>(EPOLLOUT)) != 0);
+      hand_on(*link);
     }
     const auto now = Clock::now();
     watch_all_writers();
@@ -213,7 +213,14 @@ void MosquittoLoop::see_stall() {
   const auto gap = std::chrono::duration_cast<milliseconds>(now - _last_pass) - kKeepEvery;
   _last_pass = now;
   if (gap < kStall) return;
-  for (const auto& link : _links) link->listener().on_stall(gap);
+  for (const auto& link : _links) link->stall(gap);
+}
+
+/// What has been read may have gathered while the program stood, at whatever place it did.
+void MosquittoLoop::hand_on(MosquittoLink& link) {
+  see_stall();
+  link.tell();
+  watch(link);
 }
 
 void MosquittoLoop::watch_all_writers() {
@@ -231,6 +238,8 @@ void MosquittoLoop::watch(MosquittoLink& link) {
   const bool writing = link.wants_to_write();
   if (descriptor == link.polled && writing == link.polled_for_writing) return;
   if (descriptor < 0) {
+    // The library closes one that did not come to be connected only when it makes the next.
+    epoll_ctl(_epoll.get(), EPOLL_CTL_DEL, link.polled, nullptr);
     link.connect_at = next_attempt();
   } else {
     epoll_event event{};
@@ -263,7 +272,7 @@ void MosquittoLoop::keep_all(TimePoint now) {
   _keep_at = now + kKeepEvery;
   for (const auto& link : _links) {
     link->keep();
-    watch(*link);
+    hand_on(*link);
   }
 }
 

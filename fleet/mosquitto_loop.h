@@ -44,6 +44,7 @@ class MosquittoLoop : public bus::BrokerLoop {
   int wait_ms(TimePoint now);
   TimePoint next_attempt();
   void see_stall();
+  void hand_on(MosquittoLink& link);
   void wake() const;
   void remove(const std::shared_ptr<MosquittoLink>& link);
   void set_timer(MosquittoLink& link, TimePoint time);

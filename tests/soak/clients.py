@@ -1,5 +1,6 @@
 """The ways to the camera: each asks one command and tells how it ended, as the camera's result code,
-with TIMEOUT where there was no answer, and the data of the reply where the way tells them."""
+with TIMEOUT where there was no answer, and the data of the reply where the way tells them. What other
+programs print meanwhile is read, too."""
 import json
 import os
 import re
@@ -55,21 +56,22 @@ def engine_outcome(lines):
 
 
 class Console:
-    """`vlm_test` at its prompt."""
+    """`vlm_test` at its prompt; behind the words `prefix`, such as those that put it into another
+    network."""
 
-    def __init__(self, programs, environment):
-        self.program = Program(os.path.join(programs, "vlm_test"), environment=environment,
+    def __init__(self, programs, environment, prefix=()):
+        self.program = Program(*prefix, os.path.join(programs, "vlm_test"), environment=environment,
                                tally=HEARD)
         await_line(self.program, re.escape(PROMPT))
 
     def offers(self, _):
         return True
 
-    def ask(self, command, seconds, camera):
+    def ask(self, command, seconds, *others):
         self.program.drain()
         self.program.lines.clear()
         self.program.say(f"{command.code}{command.words}")
-        if not wait(lambda: self.program.printed(re.escape(PROMPT)), seconds, self.program, camera):
+        if not wait(lambda: self.program.printed(re.escape(PROMPT)), seconds, self.program, *others):
             raise Stuck(f"the prompt did not come back: {self.program.lines}")
         return engine_outcome(self.program.lines)
 
@@ -80,15 +82,16 @@ class OneCommand:
     def __init__(self, programs, environment):
         self._path = os.path.join(programs, "vlm_test")
         self._environment = environment
+        self.program = None  # the last one
 
     def offers(self, _):
         return True
 
-    def ask(self, command, seconds, camera):
+    def ask(self, command, seconds, *others):
         words = f"{command.code}{command.words}".split()
-        program = Program(self._path, *words, environment=self._environment)
+        program = self.program = Program(self._path, *words, environment=self._environment)
         try:
-            if not wait(lambda: program.ended, seconds, program, camera):
+            if not wait(lambda: program.ended, seconds, program, *others):
                 raise Stuck(f"vlm_test {words} did not end: {program.lines}")
             return engine_outcome(program.lines)
         finally:
@@ -123,17 +126,17 @@ class Service:
     def offers(self, command):
         return command.option is not None
 
-    def ask(self, command, seconds, camera):
+    def ask(self, command, seconds, *others):
         self.program.drain()
         self.program.lines.clear()
         while self._take([]):  # the reply to one that was given up
             pass
         reply = []
         self.send(command)
-        if not wait(lambda: self._take(reply), seconds, self._socket, self.program, camera):
+        if not wait(lambda: self._take(reply), seconds, self._socket, self.program, *others):
             raise Stuck(f"no reply to option {command.option}: {self.program.lines}")
         # Printed before the reply goes out, but taken from it by another thread.
-        wait(lambda: self.program.printed("^To send msg:"), seconds, self.program, camera)
+        wait(lambda: self.program.printed("^To send msg:"), seconds, self.program, *others)
         if broken := self.program.printed(BROKEN.pattern):
             raise Stuck(f"{broken[0]!r} in {self.program.lines}")
         return self._read(command, reply[0])
@@ -173,11 +176,11 @@ class Vlmctl:
     def offers(self, command):
         return command.code != STATUS  # its time-out is too short to tell whose fault it is
 
-    def ask(self, command, seconds, camera):
+    def ask(self, command, seconds, *others):
         words = ["--json", "send", str(command.code)] + [command.payload.hex()] * bool(command.payload)
         program = Program(self._path, *words, environment=self._environment)
         try:
-            if not wait(lambda: program.ended, seconds + self.START, program, camera):
+            if not wait(lambda: program.ended, seconds + self.START, program, *others):
                 raise Stuck(f"vlmctl {words} did not end")
             text = "\n".join(line for _, line in program.lines)
         finally:

@@ -3,10 +3,14 @@
 import sys
 import unittest
 from collections import Counter
+from unittest.mock import Mock
 
 import camera_log
+import fleet_outage_test
 from clients import NOT_SENT, TIMEOUT, Outcome, Stuck, engine_outcome
 from commands import Command
+from fleet_load import compare, foreign_lines, judge_bridge
+from fleet_outage_test import DONE, SILENT, UNSENT
 from lane import judge
 from soak import grown
 
@@ -115,6 +119,79 @@ class TheEngine(unittest.TestCase):
                        "!!!!CRITICAL!!!! ..."]):
             with self.assertRaises(Stuck):
                 self.outcome(*lines)
+
+
+class TheLoad(unittest.TestCase):
+    """Of the test through a broker."""
+    ASKED = ["get_camera_mode() is ready.", "Send GET_CAMERA_MODE",
+             "LCM request GET_CAMERA_MODE took: 0 ms, error 0",
+             "finish waiting for cmd GET_CAMERA_MODE response. error code: 0",
+             "Recv GET_CAMERA_MODE Ack OK", "camera_mode = 1(1:video,2:photo)"]
+
+    def foreign(self, *lines):
+        return foreign_lines([(0, line) for line in lines])
+
+    def test_is_content_with_a_transcript_of_one_command(self):
+        self.assertEqual(self.foreign(*self.ASKED), [])
+        self.assertEqual(self.foreign("Send SET_WB", "LCM request SET_WB failed with: E"), [])
+
+    def test_notices_what_is_about_another_command(self):
+        for line in ("LCM request SET_WB took: 0 ms, error 0", "Recv SET_WB Ack OK", "Send SET_WB",
+                     "finish waiting for cmd SET_WB response. error code: 0",
+                     "LCM request SET_WB failed with: E", "not waiting on answer",
+                     "error: LCM request SET_WB timeout waiting for answer"):
+            self.assertEqual(self.foreign(*self.ASKED, line), [line])
+
+    def test_notices_a_second_reply(self):
+        self.assertEqual(self.foreign(*self.ASKED, self.ASKED[2]), [self.ASKED[2]])
+
+    def test_holds_what_was_asked_against_what_the_camera_did(self):
+        lines = ["-> 18 SET_METER_MODE 01", "<- 18 SET_METER_MODE [0 OK]", "-> 31 V", "<- 31 V [0 OK]"]
+        asker = Mock(asked=Counter({(18, b"\1"): 1}), outcomes=Counter({(18, 0): 1}))
+        self.assertEqual(compare([asker], log(*lines)), [])
+        for seen in (lines[2:], lines + lines[:2], ["-> 18 S 02", lines[1]], [lines[0], "<- 18 S [9 E]"]):
+            self.assertNotEqual(compare([asker], log(*seen)), [])
+        self.assertNotEqual(compare([asker, asker], log(*lines)), [])
+
+    def test_holds_the_counts_of_the_bridge_against_the_others(self):
+        told = "asked 9, answered 7, not answered 0, refused 0, dropped 0, stray 5, events 1"
+        self.assertEqual(judge_bridge(told, 7, 5), [])
+        self.assertEqual(judge_bridge(told, 8, 5), ["the bridge: answered 7, not 8"])
+        self.assertEqual(judge_bridge(told, 7, 4), ["the bridge: stray 5, not 4"])
+        self.assertEqual(judge_bridge(told.replace("refused 0", "refused 2"), 7, 5),
+                         ["the bridge: refused 2, not 0"])
+
+
+class TheOutage(unittest.TestCase):
+    """Of the broker."""
+    def judged(self, outcomes, done):
+        return len(fleet_outage_test.judge(Counter(outcomes), Counter(done)))
+
+    def test_lets_what_was_not_answered_be_executed_once_or_never(self):
+        code = fleet_outage_test.BEFORE.code
+        for done in (2, 3):
+            self.assertEqual(self.judged({("a", code, DONE): 2, ("a", code, SILENT): 1},
+                                         {("a", code): done}), 0)
+
+    def test_notices_what_was_executed_twice_or_only_answered(self):
+        code = fleet_outage_test.AFTER.command.code
+        for done in (1, 4):
+            self.assertEqual(self.judged({("a", code, DONE): 2, ("a", code, SILENT): 1},
+                                         {("a", code): done, ("b", 31): 1}), 1)
+        self.assertEqual(self.judged({("a", code, UNSENT): 1}, {("a", code): 1}), 1)
+        self.assertEqual(self.judged({}, {("a", code): 1}), 1)
+
+    def test_notices_what_was_executed_though_the_broker_was_away(self):
+        code = fleet_outage_test.AWAY.command.code
+        self.assertEqual(self.judged({("a", code, SILENT): 1}, {}), 0)
+        self.assertEqual(self.judged({("a", code, SILENT): 1}, {("a", code): 1}), 1)
+
+    def test_counts_what_each_camera_of_a_fleet_executed(self):
+        lines = ["lab-1 -> 9 GET_EV", "lab-2 -> 9 GET_EV", "lab-1 <- 9 GET_EV [0 OK]",
+                 "camera_sim: ready, 2 cameras, seed 1", "lab-2 <- 9 GET_EV [0 OK]", "lab-2 -> 9 GET_EV"]
+        counts, unanswered = fleet_outage_test.executed(list(enumerate(lines)))
+        self.assertEqual(counts, Counter({("lab-1", 9): 1, ("lab-2", 9): 2}))
+        self.assertEqual(unanswered, ["lab-2: 2 requests, 1 replies"])
 
 
 class TheDescriptors(unittest.TestCase):

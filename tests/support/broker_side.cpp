@@ -125,6 +125,10 @@ void Broker::kill() {
   _process->wait();
 }
 
+void Broker::stop() const { _process->stop(); }
+
+void Broker::resume() const { _process->resume(); }
+
 void Broker::start_again() {
   if (!start()) throw std::runtime_error("mosquitto does not start again: " + _process->errors());
 }

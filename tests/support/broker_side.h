@@ -19,6 +19,9 @@ class Broker {
   std::string address(const std::string& camera) const;
   /// Ends it at once, as a crash does.
   void kill();
+  /// It stands still until it is resumed.
+  void stop() const;
+  void resume() const;
   /// Starts it again on its port, with nothing kept.
   void start_again();
   /// Resident memory, in KiB.

@@ -8,7 +8,6 @@
 #include <csignal>
 #include <deque>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <mutex>
 #include <sstream>
@@ -24,6 +23,7 @@
 namespace {
 
 using vlm::bus::BrokerMessage;
+using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kPlenty{kPlentyMs};
 
@@ -45,23 +45,33 @@ class TestClient : private vlm::bus::BrokerListener {
 
   bool publish(const BrokerMessage& message) { return _connection->publish(message, 0); }
 
-  /// The next message on `topic`.
-  BrokerMessage next(const std::string& topic) {
+  BrokerMessage next(const std::string& topic) { return next_arrival(topic).message; }
+  /// When it came.
+  Clock::time_point wait_for(const std::string& topic, const std::string& payload) {
+    for (;;) {
+      const Arrival arrival = next_arrival(topic);
+      if (arrival.message.payload == payload) return arrival.time;
+    }
+  }
+
+ private:
+  struct Arrival {
+    Clock::time_point time;
+    BrokerMessage message;
+  };
+
+  Arrival next_arrival(const std::string& topic) {
     std::unique_lock<std::mutex> lock(_mutex);
-    const auto is_it = [&](const BrokerMessage& message) { return message.topic == topic; };
+    const auto is_it = [&](const Arrival& arrival) { return arrival.message.topic == topic; };
     const auto found = [&] { return std::find_if(_messages.begin(), _messages.end(), is_it); };
     if (!_changed.wait_for(lock, kPlenty, [&] { return found() != _messages.end(); })) {
       throw std::runtime_error("nothing more came on " + topic);
     }
-    BrokerMessage message = *found();
+    Arrival arrival = *found();
     _messages.erase(found());
-    return message;
-  }
-  void wait_for(const std::string& topic, const std::string& payload) {
-    while (next(topic).payload != payload) continue;
+    return arrival;
   }
 
- private:
   void on_connected() override {
     const std::lock_guard<std::mutex> guard(_mutex);
     for (const std::string& topic : _topics) _last = _connection->subscribe(topic, false, 1);
@@ -69,7 +79,7 @@ class TestClient : private vlm::bus::BrokerListener {
   void on_lost(const std::string&) override {}
   void on_message(const BrokerMessage& message) override {
     const std::lock_guard<std::mutex> guard(_mutex);
-    _messages.push_back(message);
+    _messages.push_back({Clock::now(), message});
     _changed.notify_all();
   }
   void on_acknowledged(int ticket, bool) override {
@@ -83,7 +93,7 @@ class TestClient : private vlm::bus::BrokerListener {
   const std::vector<std::string> _topics;
   std::mutex _mutex;
   std::condition_variable _changed;
-  std::deque<BrokerMessage> _messages;
+  std::deque<Arrival> _messages;
   int _last = -1;
   bool _ready = false;
   std::unique_ptr<vlm::bus::BrokerLoop> _loop;
@@ -198,11 +208,20 @@ TEST_F(Fleet, ComesBackWithItsBrokerAndSendsNothingTwice) {
 TEST_F(Fleet, ShowsABridgeThatWasKilledAsOfflineAndLetsTheNextOneIn) {
   TestClient client(address(), {kPresence});
   client.wait_for(kPresence, "online");
+  const auto killed = Clock::now();
   bridge->signal(SIGKILL);
   const auto next = start_bridge();  // finds the retained "online" of the dead one
-  client.wait_for(kPresence, "offline");
+  EXPECT_LE(client.wait_for(kPresence, "offline") - killed, std::chrono::seconds(6));
   next->read_until("serves ");
   client.wait_for(kPresence, "online");
+}
+
+TEST_F(Fleet, ShowsABridgeThatStandsStillAsOffline) {
+  TestClient client(address(), {kPresence});
+  client.wait_for(kPresence, "online");
+  const auto stopped = Clock::now();
+  bridge->signal(SIGSTOP);
+  EXPECT_LE(client.wait_for(kPresence, "offline") - stopped, std::chrono::seconds(20));
 }
 
 TEST_F(Fleet, ShowsABridgeThatWasEndedAsOfflineAtOnce) {
@@ -376,19 +395,8 @@ TEST_F(Site, TellsWhatIsWrongWithTheCommandLine) {
                      "/elsewhere\n");
 }
 
-/// The state of a process: 'T' when it is stopped.
-char state_of(pid_t pid) {
-  std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-  std::string text;
-  std::getline(stat, text);
-  return text[text.rfind(')') + 2];
-}
-
-TEST_F(Fleet, DoesNothingLateThatGatheredWhileTheBridgeStood) {
-  TestClient client(address(), {kPresence, kReply});
-  client.wait_for(kPresence, "online");
-  bridge->signal(SIGSTOP);
-  while (state_of(bridge->pid()) != 'T') continue;
+/// For a picture.
+BrokerMessage photo_request() {
   udp_ctrl_cam_t record{};
   record.cmd_type = UDP_CTRL_CAM_TAKE_PHOTO;
   const auto packet = vlm::bus::camera_packet_from(kReplyChannel, record);
@@ -398,15 +406,38 @@ TEST_F(Fleet, DoesNothingLateThatGatheredWhileTheBridgeStood) {
   request.response_topic = kReply;
   request.correlation = "1";
   request.expiry_s = 3;
-  ASSERT_TRUE(client.publish(request));
-  // The length of the standstill is what is tested: more than the second that goes unnoticed.
-  std::this_thread::sleep_for(std::chrono::seconds(2));
-  bridge->signal(SIGCONT);
+  return request;
+}
+
+void expect_refused_as_too_old(TestClient& client) {
   const BrokerMessage reply = client.next(kReply);
   EXPECT_EQ(reply.property("refused"), "too old");
   EXPECT_EQ(vlm::bus::read_record<udp_ctrl_cam_t>(reply.payload.data(), reply.payload.size(), 65)
                 .err_code,
             VLM_ERR_IS_TIMEOUT);
+}
+
+TEST_F(Fleet, DoesNothingLateThatGatheredWhileTheBridgeStood) {
+  TestClient client(address(), {kPresence, kReply});
+  client.wait_for(kPresence, "online");
+  bridge->stop();
+  ASSERT_TRUE(client.publish(photo_request()));
+  // The length of the standstill is what is tested: more than the second that goes unnoticed.
+  std::this_thread::sleep_for(std::chrono::seconds(2));
+  bridge->resume();
+  expect_refused_as_too_old(client);
+  EXPECT_EQ(occurrences(end_camera(), "TAKE_PHOTO"), 0);
+}
+
+TEST_F(Fleet, DoesNothingLateThatGatheredWhileTheBrokerStood) {
+  TestClient client(address(), {kPresence, kReply});
+  client.wait_for(kPresence, "online");
+  broker.stop();
+  ASSERT_TRUE(client.publish(photo_request()));
+  // Likewise: more than the 3 s for which a request is worth doing.
+  std::this_thread::sleep_for(std::chrono::milliseconds(3500));
+  broker.resume();
+  expect_refused_as_too_old(client);
   EXPECT_EQ(occurrences(end_camera(), "TAKE_PHOTO"), 0);
 }
 

@@ -87,6 +87,7 @@ class BridgeTest : public testing::Test {
       local.emplace_back(channel, std::string(reinterpret_cast<const char*>(packet), 64 + length));
       return 0;
     };
+    outlets.settled = [this] { ++settled; };
     outlets.over = [this](const std::string& why) { over = why; };
     outlets.tell = [this](const std::string& line) { lines.push_back(line); };
     outlets.now = [this] { return now; };
@@ -166,6 +167,7 @@ class BridgeTest : public testing::Test {
   std::chrono::steady_clock::time_point now =
       std::chrono::steady_clock::time_point(milliseconds(1));
   std::vector<std::pair<std::string, std::string>> local;
+  int settled = 0;
   // What has been published on the camera's bus, and when, of which the bridge does not know yet.
   std::vector<std::pair<std::string, std::chrono::steady_clock::time_point>> beside;
   std::string over;
@@ -179,7 +181,7 @@ TEST_F(BridgeTest, LeavesAWillThatTheCameraIsOffline) {
   EXPECT_EQ(broker.plan.will->topic, kCamera + "presence");
   EXPECT_EQ(broker.plan.will->payload, "offline");
   EXPECT_TRUE(broker.plan.will->retained);
-  EXPECT_EQ(broker.plan.will_delay, std::chrono::seconds(5));
+  EXPECT_EQ(broker.plan.will_delay, std::chrono::seconds(3));
 }
 
 TEST_F(BridgeTest, ServesOnceItHasSeenItsOwnPresence) {
@@ -410,6 +412,27 @@ TEST_F(BridgeTest, ShowsThatTheCameraIsSilentAndThatItIsBack) {
   EXPECT_EQ(asked(), Codes{31});
   from_camera(reply_packet(31));
   EXPECT_EQ(broker.published.back().payload, "online");
+}
+
+TEST_F(BridgeTest, TellsOnceThatItsPresenceIsThatOfItsCamera) {
+  connect();
+  acknowledge();
+  come_back();
+  EXPECT_EQ(settled, 0) << "it serves, and has not heard of its camera yet";
+  from_camera(reply_packet(31));
+  EXPECT_EQ(settled, 1);
+  EXPECT_EQ(broker.published.back().payload, "online");
+  request("req", kAnna, request_packet(1));
+  due(3000);
+  EXPECT_EQ(settled, 1);
+}
+
+TEST_F(BridgeTest, TellsThatItsCameraDoesNotAnswerOnceTheTimeForThatIsOver) {
+  connect();
+  acknowledge();
+  come_back();
+  due(3000);
+  EXPECT_EQ(settled, 1);
 }
 
 TEST_F(BridgeTest, RefusesWhatGatheredWhileItStoodStill) {
