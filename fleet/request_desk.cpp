@@ -63,7 +63,7 @@ void RequestDesk::overheard(u16 answer, Milliseconds patience, const Published& 
     return;
   }
   if (_foreign.size() == kMostForeign) _foreign.erase(_foreign.begin());
-  _foreign.push_back({answer, published.latest + std::min(patience, kListen)});
+  _foreign.push_back({answer, published.earliest, published.latest + std::min(patience, kListen)});
 }
 
 RequestDesk::Steps RequestDesk::pass(TimePoint now) {
@@ -99,12 +99,22 @@ void RequestDesk::send_next(TimePoint now, Steps& steps) {
   _foreign.erase(std::remove_if(_foreign.begin(), _foreign.end(),
                                 [&](const Foreign& each) { return each.until <= now; }),
                  _foreign.end());
-  if (_in_flight || !_foreign.empty()) return;
+  if (is_held_back(now)) return;
   auto next = take_next(now);
   if (!next) return;
   _in_flight_until = now + next->patience;
   _in_flight = next;
   steps.push_back({Step::kAsk, std::move(*next)});
+}
+
+bool RequestDesk::is_held_back(TimePoint now) {
+  if (_in_flight || _waiting == 0) {
+    _turn.reset();
+    return true;
+  }
+  if (!_turn) _turn = now;
+  return std::any_of(_foreign.begin(), _foreign.end(),
+                     [&](const Foreign& each) { return each.published <= *_turn; });
 }
 
 void RequestDesk::forget_unasked(TimePoint now) {

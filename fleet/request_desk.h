@@ -1,6 +1,7 @@
 // Where requests from the network wait for their turn at the camera: its records carry no identity,
 // so that one is in flight at a time, and none while another program on the camera's bus waits for
-// its own answer.
+// its own answer. Others take turns with the network, too: what they ask once its turn has come is not
+// waited for, or a console that asks without a pause would let nobody else in.
 //
 // Clients take turns, each with its requests in the order in which they came. The bound holds for all
 // of them together; who finds it reached is told that the camera is busy, at once.
@@ -76,6 +77,7 @@ class RequestDesk {
  private:
   struct Foreign {
     u16 answer;
+    TimePoint published;
     TimePoint until;
   };
 
@@ -86,6 +88,7 @@ class RequestDesk {
 
   void send_next(TimePoint now, Steps& steps);
   void forget_unasked(TimePoint now);
+  bool is_held_back(TimePoint now);
   void drop_expired(TimePoint now, Steps& steps);
   bool is_owed(u16 answer, TimePoint now) const;
   std::optional<Request> take_next(TimePoint now);
@@ -95,6 +98,7 @@ class RequestDesk {
   std::size_t _waiting = 0;
   std::optional<Request> _in_flight;
   TimePoint _in_flight_until;
+  std::optional<TimePoint> _turn;  // since when the network's requests wait for others alone
   std::vector<Foreign> _foreign;
   std::map<u16, TimePoint> _owed;  // until when
   std::deque<Unasked> _unasked;    // answers whose requests have not been overheard yet

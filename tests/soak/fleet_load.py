@@ -73,6 +73,7 @@ class Asker(threading.Thread):
         self.outcomes = Counter()  # (code, result)
         self.complaints = []
         self.foreign = 0  # answers that were another one's
+        self.longest = (0, 0)  # seconds that one took, and when it began
         self.seconds = 0
         self._client = client
         self._commands = commands
@@ -112,7 +113,9 @@ class Asker(threading.Thread):
 
     def _ask(self, command):
         self.asked[command.code, command.payload.rstrip(b"\0")] += 1
+        began = time.monotonic()
         outcome = self._client.ask(command, command.limit() + MARGIN)
+        self.longest = max(self.longest, (time.monotonic() - began, began))
         self.outcomes[command.code, outcome.error] += 1
         if outcome.error in (TIMEOUT, BUSY):
             self.complaints.append(f"{self.name}, {command} ended with {outcome}")
@@ -247,6 +250,7 @@ def load(options):
     """What went wrong."""
     with Cast(options.programs, options.seed) as cast:
         askers = cast.askers(options.seed)
+        began = time.monotonic()
         for asker in askers:
             asker.seconds = options.seconds
             asker.start()
@@ -254,7 +258,8 @@ def load(options):
         told = cast.end_bridge()
     for asker in askers:
         print(f"{asker.name:29}{asker.asked.total():7} asked{asker.answered():7} answered"
-              f"{asker.count(TIMEOUT):4} time-outs{asker.count(BUSY):4} busy{asker.foreign:4} foreign")
+              f"{asker.count(TIMEOUT):4} time-outs{asker.count(BUSY):4} busy{asker.foreign:4} foreign, "
+              f"the longest took {asker.longest[0]:.3f} s, {asker.longest[1] - began:.1f} s on")
     print(f"the camera executed {len(log.requests)} requests; the bridge: {told}")
     beside = askers[-1].asked.total()
     through = sum(asker.asked.total() for asker in askers) - beside

@@ -120,6 +120,20 @@ TEST_F(Desk, WaitsForTheAnswerToAnotherProgram) {
   EXPECT_FALSE(asked);
 }
 
+TEST_F(Desk, TakesTurnsWithAnotherProgramThatAsksWithoutAPause) {
+  overhear(8);
+  EXPECT_EQ(submit("a", 1), "");
+  submit("a", 2);
+  pass(1);
+  overhear(9);  // the next one, before the answer to the last
+  EXPECT_EQ(answer(8), "ask 1 of a");
+  pass(1);
+  EXPECT_EQ(answer(1), "answer 1 of a");  // the turn is the other program's
+  pass(1);
+  overhear(8);
+  EXPECT_EQ(answer(9), "ask 2 of a");
+}
+
 TEST_F(Desk, WaitsNoLongerThanTheOtherProgramDoes) {
   overhear(6, 500);
   submit("a", 2);
