@@ -142,16 +142,19 @@ void RequestDesk::drop_expired(TimePoint now, Steps& steps) {
   }
 }
 
-bool RequestDesk::is_owed(u16 answer, TimePoint now) const {
+/// Whether an answer to somebody else may come, which nothing would tell from one's own.
+bool RequestDesk::is_expected(u16 answer, TimePoint now) const {
   const auto owed = _owed.find(answer);
-  return owed != _owed.end() && owed->second > now;
+  if (owed != _owed.end() && owed->second > now) return true;
+  return std::any_of(_foreign.begin(), _foreign.end(),
+                     [&](const Foreign& each) { return each.answer == answer; });
 }
 
 /// The oldest request of the client whose turn it is, which goes to the end of the turns then.
 std::optional<RequestDesk::Request> RequestDesk::take_next(TimePoint now) {
   for (auto turn = _turns.begin(); turn != _turns.end(); ++turn) {
     const auto queue = _queues.find(*turn);
-    if (is_owed(queue->second.front().answer, now)) continue;
+    if (is_expected(queue->second.front().answer, now)) continue;
     Request request = std::move(queue->second.front());
     queue->second.pop_front();
     --_waiting;

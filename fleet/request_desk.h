@@ -1,7 +1,8 @@
 // Where requests from the network wait for their turn at the camera: its records carry no identity,
 // so that one is in flight at a time, and none while another program on the camera's bus waits for
-// its own answer. Others take turns with the network, too: what they ask once its turn has come is not
-// waited for, or a console that asks without a pause would let nobody else in.
+// its own answer. Others take turns with the network, too: what they ask once its turn has come is
+// waited for only where the same answer is wanted, or a console that asks without a pause would let
+// nobody else in.
 //
 // Clients take turns, each with its requests in the order in which they came. The bound holds for all
 // of them together; who finds it reached is told that the camera is busy, at once.
@@ -90,7 +91,7 @@ class RequestDesk {
   void forget_unasked(TimePoint now);
   bool is_held_back(TimePoint now);
   void drop_expired(TimePoint now, Steps& steps);
-  bool is_owed(u16 answer, TimePoint now) const;
+  bool is_expected(u16 answer, TimePoint now) const;
   std::optional<Request> take_next(TimePoint now);
 
   std::map<std::string, std::deque<Request>> _queues;  // by client

@@ -134,6 +134,18 @@ TEST_F(Desk, TakesTurnsWithAnotherProgramThatAsksWithoutAPause) {
   EXPECT_EQ(answer(9), "ask 2 of a");
 }
 
+TEST_F(Desk, TakesNoTurnWhileTheSameAnswerIsWantedByAnotherProgram) {
+  overhear(8);
+  EXPECT_EQ(submit("a", 1), "");
+  EXPECT_EQ(submit("b", 2), "");
+  pass(1);
+  overhear(1);
+  EXPECT_EQ(answer(8), "ask 2 of b");
+  EXPECT_EQ(answer(2), "answer 2 of b");
+  EXPECT_EQ(answer(1), "ask 1 of a") << "the answer was the other program's";
+  EXPECT_FALSE(asked);
+}
+
 TEST_F(Desk, WaitsNoLongerThanTheOtherProgramDoes) {
   overhear(6, 500);
   submit("a", 2);
