@@ -65,25 +65,30 @@ Subscription::~Subscription() {
 }
 
 bool Subscription::announce() {
-  const std::lock_guard<std::mutex> guard(announced().mutex);
+  // Told without the lock: an exit that has ended the output waits for the lock.
   std::string error;
-  auto directory = BusDirectory::open(error);
-  if (!directory) {
+  if (!take_place(error)) {
     _complaint.about(error);
     return false;
   }
+  _complaint.settled();
+  return true;
+}
+
+bool Subscription::take_place(std::string& error) {
+  const std::lock_guard<std::mutex> guard(announced().mutex);
+  auto directory = BusDirectory::open(error);
+  if (!directory) return false;
   UniqueFd socket = open_socket();
   std::string name = socket ? directory->bind(socket, _channel) : "";
   if (name.empty()) {
-    _complaint.about(
-        host::format("cannot subscribe %s: %s", _channel.c_str(), host::reason().c_str()));
+    error = host::format("cannot subscribe %s: %s", _channel.c_str(), host::reason().c_str());
     return false;
   }
   _directory = std::move(directory);
   _name = std::move(name);
   _socket = std::move(socket);
   announced().subscriptions.insert(this);
-  _complaint.settled();
   return true;
 }
 

@@ -33,6 +33,7 @@ class Subscription {
   void withdraw();
 
  private:
+  bool take_place(std::string& error);
   bool is_announced() const;
   void recover();
   void deliver(userlcm_packet_t& packet, std::size_t size);

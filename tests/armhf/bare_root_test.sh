@@ -10,9 +10,9 @@ cp /usr/bin/qemu-arm-static "$root/emulator"
 # Without /proc there is no bus, which it says on standard error.
 vlm_test() {
   if [ "$(id -u)" = 0 ]; then
-    VLM_BUS_DIR=/bus chroot "$root" /emulator /vlm_test "$@" 2>"$root/errors"
+    VLM_BUS_DIR=/bus timeout 60 chroot "$root" /emulator /vlm_test "$@" 2>"$root/errors"
   else
-    VLM_BUS_DIR=/bus unshare --map-root-user --root="$root" /emulator /vlm_test "$@" 2>"$root/errors"
+    VLM_BUS_DIR=/bus timeout 60 unshare --map-root-user --root="$root" /emulator /vlm_test "$@" 2>"$root/errors"
   fi
 }
 

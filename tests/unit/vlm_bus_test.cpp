@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <chrono>
 #include <fstream>
+#include <future>
 #include <map>
 #include <set>
 #include <string>
@@ -23,6 +24,7 @@
 
 #include "bus_fixture.h"
 #include "publisher.h"
+#include "subscription.h"
 
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::GetCapturedStderr;
@@ -638,6 +640,36 @@ TEST_F(VlmBusTest, AFullSubscriberIsSeenAsLive) {
   for (std::uint32_t i = 0; i < more_than_a_queue(); ++i) publish(_channel, "test", i);
   GetCapturedStderr();
   EXPECT_TRUE(bus_has_subscriber(_channel.c_str()));
+}
+
+/// Whether a thread of this process waits.
+bool waits(pid_t thread) {
+  std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+  std::string text;
+  std::getline(stat, text);
+  return text.substr(text.rfind(')') + 1, 2) == " S";
+}
+
+// As at the end of a program: its output has ended, and the sockets are still to be removed.
+TEST_F(VlmBusTest, KeepsNobodyWaitingWhileItsComplaintFindsTheOutputTaken) {
+  std::ofstream(_root / "no_directory");
+  use_bus(_root / "no_directory");
+  const Receive_msg_t client{};
+  CaptureStderr();
+  std::atomic<pid_t> complaining{0};
+  flockfile(stdout);
+  std::thread complainer([&] {
+    complaining = static_cast<pid_t>(syscall(SYS_gettid));
+    EXPECT_FALSE(Subscription(client).announce());
+  });
+  while (complaining == 0 || !waits(complaining)) std::this_thread::yield();
+  auto removal = std::async(std::launch::async, [&] { Subscription never_announced(client); });
+  const auto outcome = removal.wait_for(std::chrono::milliseconds(kPlentyMs));
+  funlockfile(stdout);
+  complainer.join();
+  EXPECT_EQ(outcome, std::future_status::ready);
+  EXPECT_EQ(GetCapturedStderr(),
+            "vlm_bus: cannot use the bus directory " + _bus.string() + ": Not a directory\n");
 }
 
 }  // namespace
