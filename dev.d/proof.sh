@@ -128,7 +128,7 @@ dev_test() {
   step_after "documents" "build dev" run_documents
   build_and_test asan
   step_after "static analysis" "build asan" analyse
-  step_after "fuzzers, a moment each" "build asan" dev_fuzz 4
+  step_after "fuzzers, a moment each" "build asan" dev_fuzz 3
   build_and_test tsan
   build_and_test armhf
   step "build board" build board vlm_test vlmctl
