@@ -18,11 +18,11 @@ namespace vlm::fleet {
 
 namespace {
 
-/// With 10 s a stopped program was seen as gone after 21 to 25 s, with 5 s after 13 to 19.
-constexpr int kKeepAliveS = 5;
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
+/// A stopped bridge is seen as gone once this has passed one and a half times, and its will's delay.
+constexpr int kKeepAliveS = 5;
 /// From the first packet of the network to the broker's welcome.
 constexpr milliseconds kConnectLimit{4000};
 /// What has not reached the broker by then is not sent any more: a network that comes back after a cut

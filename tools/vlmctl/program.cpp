@@ -1,6 +1,7 @@
 #include "program.h"
 
 #include <cstdlib>
+#include <iterator>
 
 #include "broker_files.h"
 #include "commands.h"
@@ -14,6 +15,7 @@ constexpr Option naming(const bus::BrokerFileName& file) {
   return {file.option, "FILE", file.help};
 }
 
+static_assert(std::size(bus::kBrokerFileNames) == 4, "each has its row below");
 constexpr Option kProgramOptions[] = {
     {"--camera", "CAMERA",
      "local, the default: the bus of this machine; a path with a slash: the bus in that directory; "
